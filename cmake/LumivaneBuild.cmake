@@ -1,0 +1,71 @@
+# Flags, caching and the two helpers by which every target of the tree is declared.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+# The toolkit's lower-case macros would take "signals" and "slots" from the field's own words.
+add_compile_definitions(QT_NO_KEYWORDS)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+
+set(LUMIVANE_SANITIZERS "" CACHE STRING "Value of -fsanitize=, e.g. address,undefined")
+
+find_program(LUMIVANE_CCACHE ccache)
+if(LUMIVANE_CCACHE)
+  # Relative paths let clones of the tree in different folders share one cache.
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+      "${CMAKE_COMMAND};-E;env;CCACHE_BASEDIR=${CMAKE_SOURCE_DIR};CCACHE_NOHASHDIR=1;${LUMIVANE_CCACHE}")
+  set(CMAKE_C_COMPILER_LAUNCHER "${CMAKE_CXX_COMPILER_LAUNCHER}")
+endif()
+
+add_library(lumivane_flags INTERFACE)
+target_compile_options(lumivane_flags INTERFACE -Wall -Wextra -Wpedantic -Werror)
+if(LUMIVANE_SANITIZERS)
+  target_compile_options(lumivane_flags INTERFACE
+    -fsanitize=${LUMIVANE_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(lumivane_flags INTERFACE -fsanitize=${LUMIVANE_SANITIZERS})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # GCC 12 reports false positives in library headers once sanitizer code is in between.
+    target_compile_options(lumivane_flags INTERFACE -Wno-maybe-uninitialized)
+  endif()
+endif()
+
+# lumivane_library(<folder> SOURCES ... [LINKS ...] [PRIVATE_LINKS ...])
+# One static library per folder of src/ or server/. Includes are written from src/ or the root.
+function(lumivane_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  add_library(lumivane_${name} STATIC ${ARG_SOURCES})
+  target_include_directories(lumivane_${name} PUBLIC "${CMAKE_SOURCE_DIR}/src")
+  target_link_libraries(lumivane_${name} PUBLIC ${ARG_LINKS} PRIVATE lumivane_flags ${ARG_PRIVATE_LINKS})
+endfunction()
+
+# lumivane_test(<name> SOURCES ... LINKS ... [LABEL unit|integration] [MAIN core|gui|plain])
+# One executable, one ctest entry per test case. MAIN chooses the application object behind it.
+function(lumivane_test name)
+  cmake_parse_arguments(ARG "" "LABEL;MAIN;TIMEOUT" "SOURCES;LINKS;ENVIRONMENT" ${ARGN})
+  if(NOT ARG_LABEL)
+    set(ARG_LABEL unit)
+  endif()
+  if(NOT ARG_MAIN)
+    set(ARG_MAIN core)
+  endif()
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 60)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/src" "${CMAKE_SOURCE_DIR}/tests")
+  target_link_libraries(${name} PRIVATE lumivane_flags ${ARG_LINKS} GTest::gmock)
+  if(ARG_MAIN STREQUAL "plain")
+    target_link_libraries(${name} PRIVATE GTest::gtest_main)
+  else()
+    target_link_libraries(${name} PRIVATE lumivane_test_main_${ARG_MAIN})
+  endif()
+  target_compile_definitions(${name} PRIVATE LUMIVANE_TEST_DATA="${CMAKE_SOURCE_DIR}/tests/data")
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
+    PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT}
+               ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;${ARG_ENVIRONMENT}")
+endfunction()

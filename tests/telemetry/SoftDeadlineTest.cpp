@@ -1,0 +1,79 @@
+#include "telemetry/SoftDeadline.h"
+
+#include "support/EventLoop.h"
+#include "support/ManualClock.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace lumivane {
+
+using namespace std::chrono_literals;
+using test::ManualClock;
+
+class SoftDeadlineTest : public testing::Test {
+protected:
+    void arm(std::chrono::nanoseconds delay = 5s) {
+        deadline->arm(delay, [this] { ++elapsed; });
+        test::drainEvents();
+    }
+
+    ManualClock clock;
+    std::optional<SoftDeadline> deadline{std::in_place, clock};
+    int elapsed = 0;
+};
+
+TEST_F(SoftDeadlineTest, FiresOnceAtItsTimeAndStaysArmed) {
+    arm();
+    clock.advance(5s - 1ns);
+    EXPECT_EQ(elapsed, 0);
+    EXPECT_FALSE(deadline->hasElapsed());
+    clock.advance(1ns);
+    EXPECT_EQ(elapsed, 1);
+    EXPECT_TRUE(deadline->hasElapsed());
+    EXPECT_TRUE(deadline->isArmed());
+    clock.advance(60s);
+    EXPECT_EQ(elapsed, 1);
+}
+
+TEST_F(SoftDeadlineTest, ArmingTwiceStartsOneDeadline) {
+    int first = 0;
+    deadline->arm(2s, [&first] { ++first; });
+    test::drainEvents();
+    clock.advance(1s);
+    arm(2s);
+    clock.advance(60s);
+    EXPECT_EQ(first, 0);
+    EXPECT_EQ(elapsed, 1);
+    EXPECT_EQ(clock.timerCount(), 0U);
+}
+
+TEST_F(SoftDeadlineTest, CancelledJustBeforeItsTimeNeverElapses) {
+    arm();
+    clock.advance(5s - 1ns);
+    deadline->cancel();
+    EXPECT_FALSE(deadline->isArmed());
+    clock.advance(60s);
+    EXPECT_EQ(elapsed, 0);
+    EXPECT_FALSE(deadline->hasElapsed());
+}
+
+TEST_F(SoftDeadlineTest, CancelKeepsHasElapsedAndArmResetsIt) {
+    arm();
+    clock.advance(5s);
+    deadline->cancel();
+    EXPECT_TRUE(deadline->hasElapsed());
+    arm();
+    EXPECT_FALSE(deadline->hasElapsed());
+}
+
+TEST_F(SoftDeadlineTest, DestroyedWhileArmedNeverCallsBack) {
+    arm();
+    deadline.reset();
+    clock.advance(60s);
+    EXPECT_EQ(elapsed, 0);
+    EXPECT_EQ(clock.timerCount(), 0U);
+}
+
+} // namespace lumivane
