@@ -1,0 +1,172 @@
+#include "screen/TextColumns.h"
+
+#include "screen/ScreenTextLayout.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace lumivane::ScreenTextLayout {
+
+namespace {
+
+using Coverage = std::array<double, projectionBins>;
+
+/// A run of bins with next to nothing in them, both ends included.
+struct Valley {
+    int first;
+    int last;
+
+    int binCount() const { return last - first + 1; }
+};
+
+bool isFinite(const Rect& box) {
+    return std::isfinite(box.minX()) && std::isfinite(box.maxX()) && std::isfinite(box.minY()) &&
+           std::isfinite(box.maxY());
+}
+
+/// Boxes that can be projected, from top to bottom.
+std::vector<Rect> projectable(const std::vector<Rect>& boxes) {
+    std::vector<Rect> result;
+    result.reserve(boxes.size());
+    std::copy_if(boxes.begin(), boxes.end(), std::back_inserter(result), isFinite);
+    std::stable_sort(result.begin(), result.end(), [](const Rect& left, const Rect& right) {
+        return left.minY() < right.minY();
+    });
+    return result;
+}
+
+Rect unionOf(const std::vector<Rect>& boxes) {
+    Rect result = boxes.front();
+    for (const Rect& box : boxes) {
+        result = result.united(box);
+    }
+    return result;
+}
+
+/// The boxes come from top to bottom, so that each bin needs one running union and no list.
+Coverage coverageOf(const std::vector<Rect>& boxes, const Rect& content, double binWidth) {
+    std::array<IntervalUnion, projectionBins> bins;
+    for (const Rect& box : boxes) {
+        const int first = binIndex(box.minX(), content, binWidth);
+        const int last = binIndex(box.maxX(), content, binWidth);
+        for (int bin = first; bin <= last; ++bin) {
+            bins[static_cast<std::size_t>(bin)].add(box.minY(), box.maxY());
+        }
+    }
+    Coverage coverage{};
+    std::transform(bins.begin(), bins.end(), coverage.begin(),
+                   [](const IntervalUnion& bin) { return bin.length(); });
+    return coverage;
+}
+
+std::vector<Valley> valleysOf(const Coverage& coverage, double ceiling) {
+    std::vector<Valley> valleys;
+    for (int bin = 0; bin < projectionBins; ++bin) {
+        if (coverage[static_cast<std::size_t>(bin)] > ceiling) {
+            continue;
+        }
+        if (!valleys.empty() && valleys.back().last == bin - 1) {
+            valleys.back().last = bin;
+        } else {
+            valleys.push_back({bin, bin});
+        }
+    }
+    return valleys;
+}
+
+/// Wide enough, and no margin of the page.
+bool isGutter(const Valley& valley) {
+    const double minimumBins = std::ceil(projectionBins * valleyMinimumWidthFraction);
+    return valley.first > 0 && valley.last < projectionBins - 1 && valley.binCount() > minimumBins;
+}
+
+const Rect& boxOf(const TextFragment* fragment) { return fragment->box; }
+
+const Rect& boxOf(const LayoutLine& line) { return line.box; }
+
+template <typename Item>
+std::vector<std::vector<Item>> partAtGutters(const std::vector<Item>& items) {
+    std::vector<Rect> boxes;
+    boxes.reserve(items.size());
+    for (const Item& item : items) {
+        boxes.push_back(boxOf(item));
+    }
+    const std::vector<double> cuts = columnCuts(boxes);
+    if (cuts.empty()) {
+        return {items};
+    }
+    std::vector<std::vector<Item>> columns(cuts.size() + 1);
+    for (const Item& item : items) {
+        columns[columnIndex(boxOf(item).midX(), cuts)].push_back(item);
+    }
+    std::erase_if(columns, [](const auto& column) { return column.empty(); });
+    return columns;
+}
+
+} // namespace
+
+void IntervalUnion::add(double low, double high) {
+    if (high < low) {
+        return;
+    }
+    if (m_isEmpty || low > m_high) {
+        m_closed += m_high - m_low;
+        m_low = low;
+        m_high = high;
+        m_isEmpty = false;
+    } else {
+        m_high = std::max(m_high, high);
+    }
+}
+
+int binIndex(double x, const Rect& content, double binWidth) {
+    const double bin = std::floor((x - content.minX()) / binWidth);
+    // Held before the cast: far out, or with bins too narrow for division, it is no integer.
+    return bin > 0 ? static_cast<int>(std::min<double>(bin, projectionBins - 1)) : 0;
+}
+
+std::vector<double> columnCuts(const std::vector<Rect>& boxes) {
+    const std::vector<Rect> projected = projectable(boxes);
+    if (projected.empty()) {
+        return {};
+    }
+    const Rect content = unionOf(projected);
+    const double binWidth = content.width / projectionBins;
+    if (content.isEmpty() || !(binWidth > 0) || !isFinite(content)) {
+        return {};
+    }
+    const double ceiling = content.height * valleyCoverageCeiling;
+    std::vector<Valley> valleys = valleysOf(coverageOf(projected, content, binWidth), ceiling);
+    std::erase_if(valleys, [](const Valley& valley) { return !isGutter(valley); });
+    if (valleys.size() > maximumSplittableValleys) {
+        return {};
+    }
+    std::vector<double> cuts;
+    for (const Valley& valley : valleys) {
+        cuts.push_back(content.minX() + (valley.first + valley.last + 1) / 2.0 * binWidth);
+    }
+    return cuts;
+}
+
+std::size_t columnIndex(double midX, const std::vector<double>& cuts) {
+    const auto cut =
+        std::find_if(cuts.begin(), cuts.end(), [midX](double x) { return !(midX > x); });
+    return static_cast<std::size_t>(cut - cuts.begin());
+}
+
+std::vector<FragmentRefs> splitFragmentsIntoColumns(const FragmentRefs& fragments) {
+    if (distinctRowCount(fragments) < minimumRowsForFragmentColumnSplit) {
+        return {fragments};
+    }
+    return partAtGutters(fragments);
+}
+
+std::vector<std::vector<LayoutLine>> splitIntoColumns(const std::vector<LayoutLine>& lines) {
+    if (lines.size() < minimumLinesForColumnSplit) {
+        return {lines};
+    }
+    return partAtGutters(lines);
+}
+
+} // namespace lumivane::ScreenTextLayout

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "screen/ScreenTextLayout.h"
+
+#include <QString>
+#include <QStringView>
+
+#include <cstdint>
+
+namespace lumivane::ScreenTextLayout {
+
+// The steps of the layout that work on the rendered text alone. Only the layout and its tests
+// call them.
+
+/// Thins out repeated chrome: a line equal to the one before it goes, and one line stands at most
+/// `repeatedLineCap` times. Empty lines all stay.
+QString collapseRepeats(const QString& text);
+
+/// Composes the text (NFC), drops invisible characters, narrows wide runs of blanks, and holds
+/// blank lines to two in a row.
+QString normalize(const QString& text);
+
+/// Tabs as one blank each, then any run of four or more blanks as three.
+QString collapseWideRuns(QStringView line);
+
+/// Control characters, zero-width marks and the like; tab, line feed and carriage return stay.
+bool isDiscardable(char32_t scalar);
+
+/// What stands in place of the characters left out.
+QString marker(std::int64_t omitted);
+
+/// Holds the text to `maximumCharacters` by leaving out its middle.
+ScreenTextLayoutResult truncateMiddleOut(const QString& text);
+
+} // namespace lumivane::ScreenTextLayout
