@@ -1,0 +1,46 @@
+# The few commands of daily work; each is one call of a script, of cmake or of ctest.
+
+JOBS ?= $(shell nproc)
+export CTEST_OUTPUT_ON_FAILURE = 1
+
+.PHONY: run test bench local-up local-down format lint check clean deps-run deps-test build
+
+run: deps-run
+	scripts/run
+
+test: deps-test build
+	ctest --preset dev --parallel $(JOBS)
+
+bench: deps-test
+	scripts/bench
+
+local-up: deps-run
+	scripts/local-service up
+
+local-down:
+	scripts/local-service down
+
+format:
+	scripts/format
+
+lint:
+	scripts/lint
+
+check:
+	scripts/format --check
+	scripts/check-layers
+	scripts/check-clocks
+
+clean:
+	cmake -E rm -rf build
+
+build:
+	cmake --preset dev
+	cmake --build --preset dev --parallel $(JOBS)
+
+# Both look first and do nothing when all is there.
+deps-run:
+	scripts/install-deps.sh --run
+
+deps-test:
+	scripts/install-deps.sh --test
