@@ -34,15 +34,35 @@ bool carriesContent(QStringView text) {
            });
 }
 
-QStringList renderFragmentColumns(const std::vector<FragmentRefs>& columns) {
+/// The text as it goes on; empty when the fragment is no text.
+QStringView acceptedText(const TextFragment& fragment) {
+    if (!(fragment.confidence >= confidenceFloor)) {
+        return {};
+    }
+    const QStringView trimmed = QStringView(fragment.text).trimmed();
+    return carriesContent(trimmed) ? trimmed : QStringView();
+}
+
+std::vector<PlacedText> placed(const std::vector<TextFragment>& fragments) {
+    std::vector<PlacedText> result;
+    result.reserve(fragments.size());
+    for (const TextFragment& fragment : fragments) {
+        if (const QStringView text = acceptedText(fragment); !text.isEmpty()) {
+            result.emplace_back(text, fragment.box);
+        }
+    }
+    return result;
+}
+
+QStringList renderFragmentColumns(const std::vector<std::vector<PlacedText>>& columns) {
     QStringList rendered;
-    for (const FragmentRefs& column : columns) {
+    for (const std::vector<PlacedText>& column : columns) {
         rendered.append(renderBlocks(groupIntoLines(column)));
     }
     return rendered;
 }
 
-QStringList renderLineColumns(const FragmentRefs& fragments) {
+QStringList renderLineColumns(const std::vector<PlacedText>& fragments) {
     QStringList rendered;
     for (const std::vector<LayoutLine>& column : splitIntoColumns(groupIntoLines(fragments))) {
         rendered.append(renderBlocks(column));
@@ -56,23 +76,19 @@ std::vector<TextFragment> accepted(const std::vector<TextFragment>& fragments) {
     std::vector<TextFragment> result;
     result.reserve(fragments.size());
     for (const TextFragment& fragment : fragments) {
-        if (!(fragment.confidence >= confidenceFloor)) {
-            continue;
-        }
-        QString trimmed = fragment.text.trimmed();
-        if (!trimmed.isEmpty() && carriesContent(trimmed)) {
-            result.push_back({std::move(trimmed), fragment.confidence, fragment.box});
+        if (const QStringView text = acceptedText(fragment); !text.isEmpty()) {
+            result.push_back({text.toString(), fragment.confidence, fragment.box});
         }
     }
     return result;
 }
 
 ScreenTextLayoutResult transcript(const std::vector<TextFragment>& fragments) {
-    const std::vector<TextFragment> kept = accepted(fragments);
+    const std::vector<PlacedText> kept = placed(fragments);
     if (kept.empty()) {
         return {};
     }
-    const std::vector<FragmentRefs> columns = splitFragmentsIntoColumns(references(kept));
+    const auto columns = splitFragmentsIntoColumns(kept);
     QStringList rendered =
         columns.size() > 1 ? renderFragmentColumns(columns) : renderLineColumns(columns.front());
     rendered.removeAll(QString());

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 namespace lumivane::ScreenTextLayout {
 
@@ -25,15 +26,16 @@ bool isFinite(const Rect& box) {
            std::isfinite(box.maxY());
 }
 
-/// Boxes that can be projected, from top to bottom.
-std::vector<Rect> projectable(const std::vector<Rect>& boxes) {
-    std::vector<Rect> result;
-    result.reserve(boxes.size());
-    std::copy_if(boxes.begin(), boxes.end(), std::back_inserter(result), isFinite);
-    std::stable_sort(result.begin(), result.end(), [](const Rect& left, const Rect& right) {
+/// Leaves the boxes that can be projected, from top to bottom.
+void makeProjectable(std::vector<Rect>& boxes) {
+    std::erase_if(boxes, [](const Rect& box) { return !isFinite(box); });
+    const auto isAbove = [](const Rect& left, const Rect& right) {
         return left.minY() < right.minY();
-    });
-    return result;
+    };
+    // Fragments come in order already, and a look is cheaper than another sort.
+    if (!std::is_sorted(boxes.begin(), boxes.end(), isAbove)) {
+        std::stable_sort(boxes.begin(), boxes.end(), isAbove);
+    }
 }
 
 Rect unionOf(const std::vector<Rect>& boxes) {
@@ -81,24 +83,20 @@ bool isGutter(const Valley& valley) {
     return valley.first > 0 && valley.last < projectionBins - 1 && valley.binCount() > minimumBins;
 }
 
-const Rect& boxOf(const TextFragment* fragment) { return fragment->box; }
-
-const Rect& boxOf(const LayoutLine& line) { return line.box; }
-
 template <typename Item>
 std::vector<std::vector<Item>> partAtGutters(const std::vector<Item>& items) {
     std::vector<Rect> boxes;
     boxes.reserve(items.size());
     for (const Item& item : items) {
-        boxes.push_back(boxOf(item));
+        boxes.push_back(item.box);
     }
-    const std::vector<double> cuts = columnCuts(boxes);
+    const std::vector<double> cuts = columnCuts(std::move(boxes));
     if (cuts.empty()) {
         return {items};
     }
     std::vector<std::vector<Item>> columns(cuts.size() + 1);
     for (const Item& item : items) {
-        columns[columnIndex(boxOf(item).midX(), cuts)].push_back(item);
+        columns[columnIndex(item.box.midX(), cuts)].push_back(item);
     }
     std::erase_if(columns, [](const auto& column) { return column.empty(); });
     return columns;
@@ -126,18 +124,18 @@ int binIndex(double x, const Rect& content, double binWidth) {
     return bin > 0 ? static_cast<int>(std::min<double>(bin, projectionBins - 1)) : 0;
 }
 
-std::vector<double> columnCuts(const std::vector<Rect>& boxes) {
-    const std::vector<Rect> projected = projectable(boxes);
-    if (projected.empty()) {
+std::vector<double> columnCuts(std::vector<Rect> boxes) {
+    makeProjectable(boxes);
+    if (boxes.empty()) {
         return {};
     }
-    const Rect content = unionOf(projected);
+    const Rect content = unionOf(boxes);
     const double binWidth = content.width / projectionBins;
     if (content.isEmpty() || !(binWidth > 0) || !isFinite(content)) {
         return {};
     }
     const double ceiling = content.height * valleyCoverageCeiling;
-    std::vector<Valley> valleys = valleysOf(coverageOf(projected, content, binWidth), ceiling);
+    std::vector<Valley> valleys = valleysOf(coverageOf(boxes, content, binWidth), ceiling);
     std::erase_if(valleys, [](const Valley& valley) { return !isGutter(valley); });
     if (valleys.size() > maximumSplittableValleys) {
         return {};
@@ -155,11 +153,13 @@ std::size_t columnIndex(double midX, const std::vector<double>& cuts) {
     return static_cast<std::size_t>(cut - cuts.begin());
 }
 
-std::vector<FragmentRefs> splitFragmentsIntoColumns(const FragmentRefs& fragments) {
-    if (distinctRowCount(fragments) < minimumRowsForFragmentColumnSplit) {
-        return {fragments};
+std::vector<std::vector<PlacedText>>
+splitFragmentsIntoColumns(const std::vector<PlacedText>& fragments) {
+    const std::vector<PlacedText> sorted = fromTopToBottom(fragments);
+    if (distinctRowCount(sorted) < minimumRowsForFragmentColumnSplit) {
+        return {sorted};
     }
-    return partAtGutters(fragments);
+    return partAtGutters(sorted);
 }
 
 std::vector<std::vector<LayoutLine>> splitIntoColumns(const std::vector<LayoutLine>& lines) {

@@ -30,13 +30,15 @@ int binIndex(double x, const Rect& content, double binWidth);
 
 /// The x of each gutter between columns, from left to right. None where the page has no columns,
 /// or where it has so many gutters that it is a grid, whose rows are better read across.
-std::vector<double> columnCuts(const std::vector<Rect>& boxes);
+std::vector<double> columnCuts(std::vector<Rect> boxes);
 
 /// The column of a box centred at `midX`; one centred exactly on a cut goes left.
 std::size_t columnIndex(double midX, const std::vector<double>& cuts);
 
-/// Never empty columns; one with everything when the page is not parted.
-std::vector<FragmentRefs> splitFragmentsIntoColumns(const FragmentRefs& fragments);
+/// Columns that are never empty, their fragments from top to bottom; one with everything when the
+/// page is not parted.
+std::vector<std::vector<PlacedText>>
+splitFragmentsIntoColumns(const std::vector<PlacedText>& fragments);
 
 /// The same on finished lines, for pages whose columns are too short for the fragments' pass.
 std::vector<std::vector<LayoutLine>> splitIntoColumns(const std::vector<LayoutLine>& lines);

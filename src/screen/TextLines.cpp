@@ -4,40 +4,67 @@
 #include "screen/ScreenTextLayout.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <optional>
 
 namespace lumivane::ScreenTextLayout {
 
 namespace {
 
-/// A fragment with its sort keys beside it: following the pointer in every comparison costs more
-/// than the sort itself once the fragments outgrow the cache.
-struct Keyed {
-    double first;
-    double second;
-    const TextFragment* fragment;
-};
-
-bool comesBefore(const Keyed& left, const Keyed& right) {
-    if (ScreenTextLayout::comesBefore(left.first, right.first)) {
-        return true;
+/// An integer that orders as the coordinate does. Equal coordinates have equal ones, and what is
+/// no number comes last, so that the order is total whatever the boxes hold.
+std::uint64_t orderOf(double coordinate) {
+    constexpr std::uint64_t sign = 1ULL << 63;
+    if (std::isnan(coordinate)) {
+        return ~0ULL;
     }
-    return !ScreenTextLayout::comesBefore(right.first, left.first) &&
-           ScreenTextLayout::comesBefore(left.second, right.second);
+    const double withoutMinusZero = coordinate == 0 ? 0.0 : coordinate;
+    const auto bits = std::bit_cast<std::uint64_t>(withoutMinusZero);
+    return (bits & sign) != 0 ? ~bits : bits | sign;
 }
 
-template <typename MakeKeys>
-std::vector<Keyed> sorted(const FragmentRefs& fragments, MakeKeys makeKeys) {
-    std::vector<Keyed> result;
-    result.reserve(fragments.size());
-    for (const TextFragment* fragment : fragments) {
-        result.push_back(makeKeys(fragment));
+/// The sort keys of one fragment. What is sorted is small, and the fragments move once.
+struct Keys {
+    std::uint64_t first;
+    std::uint64_t second;
+    std::size_t index;
+
+    bool operator<(const Keys& other) const {
+        return first != other.first ? first < other.first : second < other.second;
     }
-    std::stable_sort(result.begin(), result.end(), [](const Keyed& left, const Keyed& right) {
-        return comesBefore(left, right);
-    });
+};
+
+template <typename FirstKey, typename SecondKey>
+std::vector<PlacedText> sorted(const std::vector<PlacedText>& fragments, FirstKey firstKey,
+                               SecondKey secondKey) {
+    std::vector<Keys> keys(fragments.size());
+    for (std::size_t index = 0; index < fragments.size(); ++index) {
+        const Rect& box = fragments[index].box;
+        keys[index] = {orderOf(firstKey(box)), orderOf(secondKey(box)), index};
+    }
+    std::stable_sort(keys.begin(), keys.end());
+    std::vector<PlacedText> result;
+    result.reserve(fragments.size());
+    for (const Keys& entry : keys) {
+        result.push_back(fragments[entry.index]);
+    }
     return result;
+}
+
+double lowX(const Rect& box) { return box.minX(); }
+
+double lowY(const Rect& box) { return box.minY(); }
+
+double noKey(const Rect&) { return 0; }
+
+qsizetype joinedSize(const std::vector<PlacedText>& row) {
+    qsizetype size = 0;
+    for (const PlacedText& fragment : row) {
+        size += fragment.text.size() + wideGap.size();
+    }
+    return size;
 }
 
 double median(std::vector<double> values) {
@@ -54,17 +81,13 @@ double median(std::vector<double> values) {
 
 } // namespace
 
-FragmentRefs references(const std::vector<TextFragment>& fragments) {
-    FragmentRefs result;
-    result.reserve(fragments.size());
-    for (const TextFragment& fragment : fragments) {
-        result.push_back(&fragment);
-    }
-    return result;
-}
+PlacedText::PlacedText(QStringView placedText, const Rect& placedBox)
+    : text(placedText)
+    , characters(characterCount(placedText))
+    , box(placedBox) {}
 
-bool comesBefore(double left, double right) {
-    return left < right || (std::isnan(right) && !std::isnan(left));
+std::vector<PlacedText> fromTopToBottom(const std::vector<PlacedText>& fragments) {
+    return sorted(fragments, lowY, noKey);
 }
 
 bool sharesLine(const Rect& first, const Rect& second) {
@@ -75,9 +98,9 @@ bool sharesLine(const Rect& first, const Rect& second) {
     return overlap > 0 && shorter > 0 && lineOverlapFraction * shorter < overlap;
 }
 
-std::vector<LayoutLine> groupIntoLines(const FragmentRefs& fragments) {
+std::vector<LayoutLine> groupIntoLines(const std::vector<PlacedText>& fragments) {
     std::vector<LayoutLine> lines;
-    FragmentRefs row;
+    std::vector<PlacedText> row;
     Rect rowBox;
     const auto closeRow = [&] {
         if (!row.empty()) {
@@ -85,48 +108,43 @@ std::vector<LayoutLine> groupIntoLines(const FragmentRefs& fragments) {
             row.clear();
         }
     };
-    for (const Keyed& keyed : sorted(fragments, [](const TextFragment* fragment) {
-             return Keyed{fragment->box.minY(), fragment->box.minX(), fragment};
-         })) {
-        const Rect& box = keyed.fragment->box;
-        if (!row.empty() && sharesLine(rowBox, box)) {
-            rowBox = rowBox.united(box);
+    for (const PlacedText& fragment : sorted(fragments, lowY, lowX)) {
+        if (!row.empty() && sharesLine(rowBox, fragment.box)) {
+            rowBox = rowBox.united(fragment.box);
         } else {
             closeRow();
-            rowBox = box;
+            rowBox = fragment.box;
         }
-        row.push_back(keyed.fragment);
+        row.push_back(fragment);
     }
     closeRow();
     return lines;
 }
 
-QString join(FragmentRefs row) {
-    if (row.empty()) {
+QString join(const std::vector<PlacedText>& fragments) {
+    if (fragments.empty()) {
         return {};
     }
-    std::stable_sort(row.begin(), row.end(),
-                     [](const TextFragment* left, const TextFragment* right) {
-                         return comesBefore(left->box.minX(), right->box.minX());
-                     });
+    const std::vector<PlacedText> row = sorted(fragments, lowX, noKey);
     const double charWidth = medianCharacterWidth(row);
-    QString text = row.front()->text;
+    QString text;
+    text.reserve(joinedSize(row));
+    text += row.front().text;
     for (std::size_t index = 1; index < row.size(); ++index) {
-        const double gap = row[index]->box.minX() - row[index - 1]->box.maxX();
+        const double gap = row[index].box.minX() - row[index - 1].box.maxX();
         const bool isWide = charWidth > 0 && gap > wideGapCharWidths * charWidth;
         text += isWide ? wideGap : QStringView(u" ");
-        text += row[index]->text;
+        text += row[index].text;
     }
     return text;
 }
 
-double medianCharacterWidth(const FragmentRefs& fragments) {
+double medianCharacterWidth(const std::vector<PlacedText>& fragments) {
     std::vector<double> widths;
     widths.reserve(fragments.size());
-    for (const TextFragment* fragment : fragments) {
-        const auto characters = static_cast<double>(characterCount(fragment->text));
-        if (characters > 0 && fragment->box.width > 0) {
-            widths.push_back(fragment->box.width / characters);
+    for (const PlacedText& fragment : fragments) {
+        if (fragment.characters > 0 && fragment.box.width > 0) {
+            widths.push_back(fragment.box.width / static_cast<double>(fragment.characters));
         }
     }
     return median(std::move(widths));
@@ -158,18 +176,15 @@ QString renderBlocks(const std::vector<LayoutLine>& lines) {
     return text;
 }
 
-int distinctRowCount(const FragmentRefs& fragments) {
+int distinctRowCount(const std::vector<PlacedText>& sortedFragments) {
     int count = 0;
     std::optional<Rect> rowBox;
-    for (const Keyed& keyed : sorted(fragments, [](const TextFragment* fragment) {
-             return Keyed{fragment->box.minY(), 0, fragment};
-         })) {
-        const Rect& box = keyed.fragment->box;
-        if (rowBox && sharesLine(*rowBox, box)) {
-            rowBox = rowBox->united(box);
+    for (const PlacedText& fragment : sortedFragments) {
+        if (rowBox && sharesLine(*rowBox, fragment.box)) {
+            rowBox = rowBox->united(fragment.box);
         } else {
             ++count;
-            rowBox = box;
+            rowBox = fragment.box;
         }
     }
     return count;

@@ -1,10 +1,11 @@
 #pragma once
 
 #include "domain/Geometry.h"
-#include "screen/TextFragment.h"
 
 #include <QString>
+#include <QStringView>
 
+#include <cstdint>
 #include <vector>
 
 namespace lumivane::ScreenTextLayout {
@@ -12,10 +13,15 @@ namespace lumivane::ScreenTextLayout {
 // The steps of the layout that make rows of fragments and blocks of rows. Only the layout and its
 // tests call them.
 
-/// Fragments of a list that outlives this; sorting moves no text.
-using FragmentRefs = std::vector<const TextFragment*>;
+/// An accepted fragment. The text is a view of one that outlives this, and copies lie side by
+/// side in memory however the fragments are scattered.
+struct PlacedText {
+    PlacedText(QStringView placedText, const Rect& placedBox);
 
-FragmentRefs references(const std::vector<TextFragment>& fragments);
+    QStringView text;
+    std::int64_t characters; ///< of the text, counted once
+    Rect box;
+};
 
 /// A row of fragments, joined.
 struct LayoutLine {
@@ -25,21 +31,20 @@ struct LayoutLine {
     bool operator==(const LayoutLine&) const = default;
 };
 
-/// Less-than on coordinates in which a value that is no number comes last, so that it orders any
-/// list.
-bool comesBefore(double left, double right);
+/// The fragments by `minY`; equal ones keep their order, and what is no number comes last.
+std::vector<PlacedText> fromTopToBottom(const std::vector<PlacedText>& fragments);
 
 /// True when the two overlap vertically by more than half the lesser height.
 bool sharesLine(const Rect& first, const Rect& second);
 
 /// Rows from top to bottom. A fragment is judged against the whole row so far.
-std::vector<LayoutLine> groupIntoLines(const FragmentRefs& fragments);
+std::vector<LayoutLine> groupIntoLines(const std::vector<PlacedText>& fragments);
 
 /// The texts from left to right, a wide gap kept visible.
-QString join(FragmentRefs row);
+QString join(const std::vector<PlacedText>& row);
 
 /// 0 when no fragment has both characters and a width.
-double medianCharacterWidth(const FragmentRefs& fragments);
+double medianCharacterWidth(const std::vector<PlacedText>& fragments);
 
 /// 0 when no line has a height.
 double medianLineHeight(const std::vector<LayoutLine>& lines);
@@ -47,7 +52,7 @@ double medianLineHeight(const std::vector<LayoutLine>& lines);
 /// The lines from first to last, a blank line where a gap opens a new block.
 QString renderBlocks(const std::vector<LayoutLine>& lines);
 
-/// How many rows the fragments make.
-int distinctRowCount(const FragmentRefs& fragments);
+/// How many rows the fragments make, which come from top to bottom.
+int distinctRowCount(const std::vector<PlacedText>& sortedFragments);
 
 } // namespace lumivane::ScreenTextLayout

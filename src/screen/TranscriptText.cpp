@@ -11,7 +11,6 @@ namespace lumivane::ScreenTextLayout {
 
 namespace {
 
-constexpr qsizetype narrowRun = 3; ///< the longest run of blanks that stands as it is
 constexpr int blankLineCap = 2;
 
 QString withoutDiscardables(QString text) {
@@ -22,9 +21,20 @@ QString withoutDiscardables(QString text) {
     return text;
 }
 
-void chopTrailingBlanks(QString& line) {
-    while (line.endsWith(u' ') || line.endsWith(u'\t')) {
+bool isBlank(QChar unit) { return unit == u' ' || unit == u'\t'; }
+
+/// Appends the line with its wide runs narrowed and without blanks at its end. By hand: a regular
+/// expression skips text that holds a lone half of a surrogate pair.
+void appendTidy(QString& text, QStringView line) {
+    while (!line.isEmpty() && isBlank(line.back())) {
         line.chop(1);
+    }
+    qsizetype run = 0;
+    for (const QChar unit : line) {
+        run = isBlank(unit) ? run + 1 : 0;
+        if (run <= wideGap.size()) {
+            text += isBlank(unit) ? QChar(u' ') : unit;
+        }
     }
 }
 
@@ -41,72 +51,51 @@ QString trimmedOfNewlines(QStringView text) {
     return text.toString();
 }
 
-void appendLine(QString& text, QStringView line, bool isFirst) {
-    if (!isFirst) {
-        text += u'\n';
-    }
-    text += line;
-}
-
 } // namespace
 
 QString collapseRepeats(const QString& text) {
     QString output;
-    output.reserve(text.size());
+    output.reserve(text.size() + 1);
     QHash<QStringView, int> timesKept;
     QStringView last;
-    bool isFirst = true;
     for (const QStringView line : QStringTokenizer(text, u'\n')) {
         if (!line.isEmpty()) {
-            if ((!isFirst && line == last) || timesKept.value(line) >= repeatedLineCap) {
+            if (line == last || timesKept.value(line) >= repeatedLineCap) {
                 continue;
             }
             ++timesKept[line];
         }
-        appendLine(output, line, isFirst);
+        output += line;
+        output += u'\n';
         last = line;
-        isFirst = false;
     }
+    output.chop(1);
     return output;
 }
 
 QString normalize(const QString& text) {
     const QString clean = withoutDiscardables(text.normalized(QString::NormalizationForm_C));
     QString output;
-    output.reserve(clean.size());
+    output.reserve(clean.size() + 1);
     int blankLines = 0;
-    bool isFirst = true;
-    for (const QStringView rawLine : QStringTokenizer(clean, u'\n')) {
-        QString line = collapseWideRuns(rawLine);
-        chopTrailingBlanks(line);
-        blankLines = line.isEmpty() ? blankLines + 1 : 0;
+    for (const QStringView line : QStringTokenizer(clean, u'\n')) {
+        const qsizetype begin = output.size();
+        appendTidy(output, line);
+        blankLines = output.size() == begin ? blankLines + 1 : 0;
         if (blankLines <= blankLineCap) {
-            appendLine(output, line, isFirst);
-            isFirst = false;
+            output += u'\n';
         }
     }
     return trimmedOfNewlines(output);
-}
-
-QString collapseWideRuns(QStringView line) {
-    // By hand: a regular expression skips text with a lone half of a surrogate pair.
-    QString output;
-    output.reserve(line.size());
-    qsizetype run = 0;
-    for (const QChar unit : line) {
-        const bool isBlank = unit == u' ' || unit == u'\t';
-        run = isBlank ? run + 1 : 0;
-        if (run <= narrowRun) {
-            output += isBlank ? QChar(u' ') : unit;
-        }
-    }
-    return output;
 }
 
 bool isDiscardable(char32_t scalar) {
     const auto isBetween = [scalar](char32_t first, char32_t last) {
         return first <= scalar && scalar <= last;
     };
+    if (isBetween(u' ', u'~')) {
+        return false; // nearly all of them, and the rest of the ranges need not be asked
+    }
     return isBetween(0x0000, 0x0008)    // control characters
            || isBetween(0x000B, 0x000C) // vertical tab, form feed
            || isBetween(0x000E, 0x001F) // control characters

@@ -3,7 +3,6 @@
 #include "screen/ScreenTextLayout.h"
 
 #include <QString>
-#include <QStringView>
 
 #include <cstdint>
 
@@ -16,12 +15,9 @@ namespace lumivane::ScreenTextLayout {
 /// `repeatedLineCap` times. Empty lines all stay.
 QString collapseRepeats(const QString& text);
 
-/// Composes the text (NFC), drops invisible characters, narrows wide runs of blanks, and holds
-/// blank lines to two in a row.
+/// Composes the text (NFC) and drops invisible characters. Tabs become one blank each, four or more
+/// blanks become three, blanks at a line's end go, and blank lines are held to two in a row.
 QString normalize(const QString& text);
-
-/// Tabs as one blank each, then any run of four or more blanks as three.
-QString collapseWideRuns(QStringView line);
 
 /// Control characters, zero-width marks and the like; tab, line feed and carriage return stay.
 bool isDiscardable(char32_t scalar);

@@ -1,0 +1,5 @@
+foreach(name layout reduction)
+  add_executable(bench_${name} ${CMAKE_CURRENT_LIST_DIR}/bench_${name}.cpp)
+  target_link_libraries(bench_${name} PRIVATE lumivane_flags lumivane_screen)
+endforeach()
+target_link_libraries(bench_reduction PRIVATE lumivane_platform_linux)
