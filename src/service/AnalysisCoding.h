@@ -1,0 +1,71 @@
+#pragma once
+
+#include "domain/StrictJson.h"
+#include "domain/Vocabulary.h"
+#include "records/AnalysisTimings.h"
+#include "service/AnalysisRecords.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+namespace lumivane {
+
+/// A JPEG that is written as a data URL. It shares the picture's bytes; their text form comes into
+/// being in the finished body only.
+struct JpegDataURL {
+    QByteArray jpeg;
+
+    bool operator==(const JpegDataURL&) const = default;
+};
+
+/// What the client asks of the service.
+struct AnalyzeRequest {
+    std::optional<JpegDataURL> imageDataURL;
+    std::optional<QString> screenText;
+    Preset preset = Preset::summary;
+    std::optional<QString> customPrompt;
+    QString clientVersion;
+    std::optional<ClientMetrics> clientMetrics;
+
+    bool operator==(const AnalyzeRequest&) const = default;
+};
+
+/// How the service, in all of its parts, says why it did not do what was asked.
+struct APIErrorEnvelope {
+    struct Detail {
+        QString code;
+        QString message;
+        QString requestID;
+
+        bool operator==(const Detail&) const = default;
+    };
+
+    Detail error;
+
+    bool operator==(const APIErrorEnvelope&) const = default;
+};
+
+/// The body of a request: its keys in their fixed order, absent ones left out, in UTF-8.
+QByteArray encodeAnalyzeRequest(const AnalyzeRequest& request);
+
+// The bodies of answers, for decodeJson. Extra keys are ignored; anything else amiss fails the
+// whole body.
+
+template <>
+struct JsonCoding<AnalyzeResponse> {
+    static AnalyzeResponse decode(const Json& value);
+};
+
+template <>
+struct JsonCoding<HealthResponse> {
+    static HealthResponse decode(const Json& value);
+};
+
+template <>
+struct JsonCoding<APIErrorEnvelope> {
+    static APIErrorEnvelope decode(const Json& value);
+};
+
+} // namespace lumivane

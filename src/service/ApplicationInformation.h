@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+namespace lumivane {
+
+/// What the installed application says of itself. The composition root fills it in; each field
+/// has the name of its key in the desktop's own record of an application.
+struct ApplicationInformation {
+    std::optional<QString> CFBundleShortVersionString; ///< version, as in "0.3.0"
+    std::optional<QString> LumivaneAPIBaseURL;         ///< where the service is, when set at all
+
+    bool operator==(const ApplicationInformation&) const = default;
+};
+
+} // namespace lumivane
