@@ -4,6 +4,7 @@
 #include <qcoro/qcorotask.h>
 
 #include <chrono>
+#include <compare>
 #include <functional>
 #include <memory>
 #include <stop_token>

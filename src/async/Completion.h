@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <stop_token>
+#include <type_traits>
 #include <utility>
 #include <variant>
 
@@ -19,7 +20,8 @@ namespace lumivane {
 /// wins and later ones are dropped. The flow awaits `wait(stop)` on the main thread. A requested
 /// stop ends the wait with Cancelled, wherever it comes from. The flow always resumes in a later
 /// turn of the event loop, never inside `resolve` or `request_stop`, and exactly once; a wait on
-/// a completion that is already settled does not suspend.
+/// a completion that is already settled does not suspend. A value whose construction throws
+/// settles the completion with that exception.
 template <typename T>
 class Completion {
     struct State;
@@ -102,7 +104,11 @@ private:
                 if (outcome.index() != 0) {
                     return;
                 }
-                store(outcome);
+                try {
+                    store(outcome);
+                } catch (...) {
+                    outcome.template emplace<errorIndex>(std::current_exception());
+                }
                 waiter = std::exchange(waiting, nullptr);
             }
             if (waiter) {

@@ -3,6 +3,8 @@
 #include <QCoreApplication>
 #include <QThread>
 
+#include <utility>
+
 namespace lumivane {
 
 void postToMainThread(std::function<void()> work) {

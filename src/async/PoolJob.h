@@ -6,9 +6,11 @@
 #include <qcoro/qcorotask.h>
 
 #include <concepts>
-#include <functional>
+#include <exception>
+#include <memory>
 #include <stop_token>
 #include <type_traits>
+#include <utility>
 
 namespace lumivane {
 

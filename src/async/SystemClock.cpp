@@ -3,7 +3,8 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <limits>
+#include <chrono>
+#include <utility>
 
 namespace lumivane {
 
@@ -20,8 +21,9 @@ public:
         const auto rounded = std::chrono::ceil<milliseconds>(interval);
         m_timer.setTimerType(Qt::PreciseTimer);
         m_timer.setSingleShot(repeats == Repeats::no);
-        m_timer.setInterval(std::clamp(rounded, milliseconds(repeats == Repeats::yes ? 1 : 0),
-                                       milliseconds(std::numeric_limits<int>::max())));
+        const milliseconds longest = std::chrono::days(24);
+        m_timer.setInterval(
+            std::clamp(rounded, milliseconds(repeats == Repeats::yes ? 1 : 0), longest));
         // Called through a copy: the callback may destroy this timer.
         QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [callback = std::move(callback)] {
             const std::function<void()> copy = callback;

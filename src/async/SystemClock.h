@@ -5,6 +5,8 @@
 namespace lumivane {
 
 /// The clock of the running program, on the toolkit's timers.
+///
+/// Timers count in whole milliseconds, rounded up; a span beyond 24 days is held to 24 days.
 class SystemClock final : public Clock {
 public:
     MonotonicInstant now() const override;

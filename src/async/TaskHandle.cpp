@@ -48,13 +48,17 @@ bool TaskHandle::isRunning() const { return m_state && !m_state->done; }
 
 QCoro::Task<void> TaskHandle::run(Flow flow, std::shared_ptr<State> state) {
     // `flow` is a parameter, so the callable and what it holds live as long as its frame.
+    std::exception_ptr escaped;
     try {
         co_await flow(state->stop.get_token());
-    } catch (const Cancelled&) {
+    } catch (const Cancelled&) { // a cancelled flow has ended as it should
     } catch (...) {
-        escapeHandler()(std::current_exception());
+        escaped = std::current_exception();
     }
     state->done = true;
+    if (escaped) {
+        escapeHandler()(escaped);
+    }
 }
 
 } // namespace lumivane

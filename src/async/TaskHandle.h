@@ -2,6 +2,7 @@
 
 #include <qcoro/qcorotask.h>
 
+#include <exception>
 #include <functional>
 #include <memory>
 #include <stop_token>
@@ -34,7 +35,8 @@ public:
     static void detach(Flow flow);
 
     /// Where escaped exceptions of all flows go; the default ends the process, since nothing
-    /// after it can be trusted. Set once by the composition root.
+    /// after it can be trusted. The flow counts as ended by then. The handler does not throw. Set
+    /// once by the composition root.
     static void setEscapeHandler(EscapeHandler handler);
 
     /// Requests a stop. Harmless on an empty handle and after the end.

@@ -45,8 +45,14 @@ constexpr QLatin1String rawValue(Case value) {
     return toLatin1(closedSetRow(value).rawValue);
 }
 
-/// The words of a case on screen, for the sets that have a `label` column.
-template <ClosedSet Case>
+/// A closed set whose table has a `label` column.
+template <typename Case>
+concept LabelledSet = ClosedSet<Case> && requires(Case value) {
+    {closedSetTable(value)[0].label};
+};
+
+/// The words of a case on screen.
+template <LabelledSet Case>
 constexpr QLatin1String label(Case value) {
     return toLatin1(closedSetRow(value).label);
 }

@@ -1,8 +1,13 @@
 #include "telemetry/LogFormat.h"
 
+#include "domain/Characters.h"
 #include "domain/LumivaneError.h"
 
+#include <QList>
+
 #include <algorithm>
+#include <charconv>
+#include <limits>
 
 namespace lumivane {
 
@@ -38,10 +43,23 @@ void appendValue(std::string& line, std::int64_t value) { line += std::to_string
 
 void appendValue(std::string& line, std::string_view value) { line += value; }
 
-void appendValue(std::string& line, double value) { line += std::to_string(value); }
+void appendValue(std::string& line, double value) {
+    // Unlike its neighbours above, std::to_string writes these in the user's locale.
+    constexpr int decimals = 6;
+    constexpr std::size_t longest = std::numeric_limits<double>::max_exponent10 + decimals + 8;
+    std::array<char, longest> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), value,
+                                   std::chars_format::fixed, decimals);
+    line.append(text.data(), end.ptr);
+}
 
 void appendValue(std::string& line, const HotKey& value) {
-    line += value.displayValue().toStdString();
+    HotKey shown = value;
+    const QList<uint> scalars = value.key.toUcs4();
+    if (scalars.size() != 1 || !isLetterOrNumber(scalars.front())) {
+        shown.key = u"-"_qs; // whatever a user wrote there, it is no key
+    }
+    line += shown.displayValue().toStdString();
 }
 
 } // namespace logging
