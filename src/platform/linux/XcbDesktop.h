@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/linux/XcbConnection.h"
+#include "platform/linux/XcbDisplayLayout.h"
+
+#include <QString>
+
+#include <functional>
+#include <unordered_map>
+
+namespace lumivane {
+
+/// Pixels per point of a monitor, by its name. Called on whichever thread asks the server; must
+/// not wait for another thread.
+using MonitorScale = std::function<double(const QString& monitorName)>;
+
+/// What one connection can be asked about monitors, panels and pointer. Not locked.
+class XcbDesktop {
+public:
+    /// `connection` outlives it. Throws DisplayServerError on a server without monitors.
+    XcbDesktop(const XcbConnection& connection, MonitorScale scaleOf);
+
+    /// Throws DisplayServerError.
+    XcbDisplayLayout layout();
+
+    /// What the windows of the window manager's list reserve; none without a window manager.
+    std::vector<XcbStrut> struts() const;
+
+    /// The size of the root window now.
+    QSize rootSize() const;
+
+    /// In pixels; none while the pointer is on another screen of the server.
+    std::optional<QPoint> pointer() const;
+
+private:
+    double scale(xcb_atom_t monitorName);
+
+    const XcbConnection& m_connection;
+    MonitorScale m_scaleOf;
+    xcb_atom_t m_clientList;
+    xcb_atom_t m_strut;
+    xcb_atom_t m_strutPartial;
+    std::unordered_map<xcb_atom_t, QString> m_names; ///< an atom's name never changes
+};
+
+} // namespace lumivane

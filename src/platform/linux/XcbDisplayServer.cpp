@@ -1,0 +1,86 @@
+#include "platform/linux/XcbDisplayServer.h"
+
+#include "platform/linux/XcbDesktop.h"
+#include "platform/linux/XcbStillCapture.h"
+
+#include <mutex>
+
+namespace lumivane {
+
+// Two connections, so that a pointer can be read while a frame is taken, and so that the grab of
+// one holds the other only in the server, for the time of a frame.
+
+struct XcbDisplayServer::Queries {
+    Queries(const QByteArray& displayName, ScaleOfMonitor scaleOf)
+        : connection(displayName)
+        , desktop(connection, std::move(scaleOf)) {}
+
+    std::mutex mutex;
+    XcbConnection connection;
+    XcbDesktop desktop;
+};
+
+struct XcbDisplayServer::Capture {
+    Capture(const QByteArray& displayName, ScaleOfMonitor scaleOf)
+        : stills(displayName, std::move(scaleOf)) {}
+
+    std::mutex mutex;
+    XcbStillCapture stills;
+};
+
+XcbDisplayServer::XcbDisplayServer(const QByteArray& displayName, ScaleOfMonitor scaleOf)
+    : m_queries(std::make_unique<Queries>(displayName, scaleOf))
+    , m_capture(std::make_unique<Capture>(displayName, std::move(scaleOf))) {}
+
+XcbDisplayServer::~XcbDisplayServer() = default;
+
+bool XcbDisplayServer::mayCapture() const { return true; }
+
+std::vector<DisplayInfo> XcbDisplayServer::displays() const {
+    const std::lock_guard lock(m_queries->mutex);
+    m_queries->connection.dropEvents();
+    const XcbDisplayLayout layout = m_queries->desktop.layout();
+    std::vector<DisplayInfo> displays;
+    for (const XcbMonitor& monitor : layout.monitors()) {
+        displays.push_back(layout.info(monitor));
+    }
+    return displays;
+}
+
+std::optional<Rect> XcbDisplayServer::visibleFrame(std::uint32_t displayID) const {
+    const std::lock_guard lock(m_queries->mutex);
+    try {
+        m_queries->connection.dropEvents();
+        const XcbDisplayLayout layout = m_queries->desktop.layout();
+        const XcbMonitor* monitor = layout.find(displayID);
+        if (monitor == nullptr) {
+            return std::nullopt;
+        }
+        const QSize root = m_queries->desktop.rootSize();
+        const auto struts = m_queries->desktop.struts();
+        return layout.toPoints(*monitor, usableArea(monitor->area, root, struts));
+    } catch (const DisplayServerError&) {
+        return std::nullopt;
+    }
+}
+
+std::optional<Point> XcbDisplayServer::pointerLocation() const {
+    const std::lock_guard lock(m_queries->mutex);
+    try {
+        m_queries->connection.dropEvents();
+        const auto position = m_queries->desktop.pointer();
+        const XcbDisplayLayout layout = m_queries->desktop.layout();
+        const XcbMonitor* monitor = position ? layout.holding(*position) : nullptr;
+        return monitor == nullptr ? std::nullopt
+                                  : std::optional(layout.toPoints(*monitor, *position));
+    } catch (const DisplayServerError&) {
+        return std::nullopt;
+    }
+}
+
+QImage XcbDisplayServer::still(const StillRequest& request) const {
+    const std::lock_guard lock(m_capture->mutex);
+    return m_capture->stills.take(request);
+}
+
+} // namespace lumivane

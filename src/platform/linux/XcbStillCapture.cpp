@@ -1,0 +1,170 @@
+#include "platform/linux/XcbStillCapture.h"
+
+#include <QRegion>
+
+#include <cmath>
+#include <utility>
+
+namespace lumivane {
+
+namespace {
+
+constexpr int bytesPerPixel = 4;
+
+/// Holds all other clients still while it lives.
+class ServerGrab {
+public:
+    explicit ServerGrab(const XcbConnection& connection)
+        : m_connection(connection.raw()) {
+        xcb_grab_server(m_connection);
+    }
+
+    ~ServerGrab() {
+        xcb_ungrab_server(m_connection);
+        xcb_flush(m_connection);
+    }
+
+    ServerGrab(const ServerGrab&) = delete;
+    ServerGrab& operator=(const ServerGrab&) = delete;
+
+private:
+    xcb_connection_t* m_connection;
+};
+
+std::size_t byteCount(const QRect& area) {
+    return static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(area.height()) *
+           bytesPerPixel;
+}
+
+/// Frames are read as 0x00RRGGBB in the machine's own order; anything else is refused.
+void requireTrueColour(const XcbConnection& connection) {
+    const xcb_setup_t* setup = xcb_get_setup(connection.raw());
+    bool fits = setup->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
+    auto depths = xcb_screen_allowed_depths_iterator(&connection.screen());
+    for (; depths.rem > 0; xcb_depth_next(&depths)) {
+        auto visuals = xcb_depth_visuals_iterator(depths.data);
+        for (; visuals.rem > 0; xcb_visualtype_next(&visuals)) {
+            if (visuals.data->visual_id == connection.screen().root_visual) {
+                fits = fits && visuals.data->red_mask == 0xff0000U &&
+                       visuals.data->green_mask == 0xff00U && visuals.data->blue_mask == 0xffU;
+            }
+        }
+    }
+    auto formats = xcb_setup_pixmap_formats_iterator(setup);
+    for (; formats.rem > 0; xcb_format_next(&formats)) {
+        if (formats.data->depth == connection.screen().root_depth) {
+            fits = fits && formats.data->bits_per_pixel == 8 * bytesPerPixel;
+        }
+    }
+    if (!fits) {
+        throw DisplayServerError("The display's pixels are of a form that cannot be read.");
+    }
+}
+
+/// The pixels that are wanted, those beyond the monitor included.
+QRect wantedArea(const XcbMonitor& monitor, const StillRequest& request) {
+    QPoint corner = monitor.area.topLeft();
+    if (request.sourceRect) {
+        corner += QPoint(static_cast<int>(std::llround(request.sourceRect->x * monitor.scale)),
+                         static_cast<int>(std::llround(request.sourceRect->y * monitor.scale)));
+    }
+    return {corner, QSize(request.size.width, request.size.height)};
+}
+
+/// Copies the pixels of `area` to their place in an image that shows `shown`.
+void paste(QImage& image, const QRect& shown, const std::uint32_t* pixels, const QRect& area) {
+    constexpr std::uint32_t opaque = 0xff000000U;
+    constexpr int block = 16; // a fixed count lets the compiler use vector instructions
+    const int left = area.x() - shown.x();
+    for (int row = 0; row < area.height(); ++row, pixels += area.width()) {
+        auto* line = reinterpret_cast<std::uint32_t*>(image.scanLine(area.y() - shown.y() + row));
+        int column = 0;
+        for (; column + block <= area.width(); column += block) {
+            for (int index = 0; index < block; ++index) {
+                line[left + column + index] = pixels[column + index] | opaque;
+            }
+        }
+        for (; column < area.width(); ++column) {
+            line[left + column] = pixels[column] | opaque;
+        }
+    }
+}
+
+} // namespace
+
+XcbStillCapture::XcbStillCapture(const QByteArray& displayName, MonitorScale scaleOf)
+    : m_connection(displayName)
+    , m_desktop(m_connection, std::move(scaleOf))
+    , m_memory(m_connection)
+    , m_stack(m_connection)
+    , m_compositor(m_connection) {
+    requireTrueColour(m_connection);
+}
+
+QImage XcbStillCapture::take(const StillRequest& request) {
+    constexpr int largest = 32767; // of the protocol
+    m_connection.dropEvents();
+    const XcbDisplayLayout layout = m_desktop.layout();
+    const XcbMonitor* monitor = layout.find(request.displayID);
+    if (monitor == nullptr) {
+        throw DisplayServerError("The display is no longer attached.");
+    }
+    const auto [width, height] = request.size;
+    if (width < 1 || height < 1 || width > largest || height > largest) {
+        throw DisplayServerError("The size of the frame is out of range.");
+    }
+    QImage image(width, height, QImage::Format_RGB32);
+    if (image.isNull()) {
+        throw DisplayServerError("There is not enough memory for a frame.");
+    }
+    const QRect wanted = wantedArea(*monitor, request);
+    const QRect area = wanted.intersected(monitor->area);
+    if (area != wanted) {
+        image.fill(Qt::black);
+    }
+    if (!area.isEmpty()) {
+        m_memory.reserve(byteCount(monitor->area));
+        std::vector<Patch> patches;
+        const std::uint32_t* pixels = grab(area, request.excludedProcessID, patches);
+        paste(image, wanted, pixels, area);
+        for (const Patch& patch : patches) {
+            paste(image, wanted, pixels + patch.offset / bytesPerPixel, patch.area);
+        }
+    }
+    return image;
+}
+
+const std::uint32_t* XcbStillCapture::grab(const QRect& area, std::int64_t excludedProcessID,
+                                           std::vector<Patch>& patches) const {
+    const ServerGrab grab(m_connection);
+    const auto windows = m_stack.request();
+    const auto frame = m_memory.request(m_connection.root(), area, 0);
+    const auto ownership = m_stack.ownership(windows, excludedProcessID);
+    if (!ownership.ours.empty()) {
+        drawPatches(area, ownership, patches);
+    }
+    return m_memory.await(frame, 0);
+}
+
+void XcbStillCapture::drawPatches(const QRect& area, const XcbWindowStack::Ownership& ownership,
+                                  std::vector<Patch>& patches) const {
+    const std::vector<XcbTopLevel> windows = m_stack.viewable(ownership);
+    QRegion covered;
+    for (const XcbTopLevel& window : windows) {
+        if (window.isOurs) {
+            covered += window.area;
+        }
+    }
+    // The parts of a region do not overlap, so together they fit behind the frame.
+    std::size_t offset = byteCount(area);
+    for (const QRect& part : covered.intersected(area)) {
+        m_compositor.compose(part, windows, [&](xcb_pixmap_t pixmap) {
+            const auto cookie = m_memory.request(pixmap, QRect(QPoint(0, 0), part.size()), offset);
+            m_memory.await(cookie, offset);
+        });
+        patches.push_back({part, offset});
+        offset += byteCount(part);
+    }
+}
+
+} // namespace lumivane
