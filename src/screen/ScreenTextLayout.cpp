@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <utility>
 
 namespace lumivane::ScreenTextLayout {
 
@@ -54,20 +55,26 @@ std::vector<PlacedText> placed(const std::vector<TextFragment>& fragments) {
     return result;
 }
 
-QStringList renderFragmentColumns(const std::vector<std::vector<PlacedText>>& columns) {
-    QStringList rendered;
-    for (const std::vector<PlacedText>& column : columns) {
-        rendered.append(renderBlocks(groupIntoLines(column)));
-    }
-    return rendered;
+QString joinedColumns(QStringList rendered) {
+    rendered.removeAll(QString());
+    return rendered.join(u"\n\n"_qs);
 }
 
-QStringList renderLineColumns(const std::vector<PlacedText>& fragments) {
+QString renderFragmentColumns(std::vector<std::vector<PlacedText>> columns) {
     QStringList rendered;
-    for (const std::vector<LayoutLine>& column : splitIntoColumns(groupIntoLines(fragments))) {
+    for (std::vector<PlacedText>& column : columns) {
+        rendered.append(renderBlocks(groupIntoLines(std::move(column))));
+    }
+    return joinedColumns(std::move(rendered));
+}
+
+QString renderLineColumns(std::vector<PlacedText> fragments) {
+    QStringList rendered;
+    for (const std::vector<LayoutLine>& column :
+         splitIntoColumns(groupIntoLines(std::move(fragments)))) {
         rendered.append(renderBlocks(column));
     }
-    return rendered;
+    return joinedColumns(std::move(rendered));
 }
 
 } // namespace
@@ -84,15 +91,18 @@ std::vector<TextFragment> accepted(const std::vector<TextFragment>& fragments) {
 }
 
 ScreenTextLayoutResult transcript(const std::vector<TextFragment>& fragments) {
-    const std::vector<PlacedText> kept = placed(fragments);
+    // Every step hands its input on or lets it go: on pages that outgrow the cache, memory fresh
+    // from the system costs as much as the work done in it.
+    std::vector<PlacedText> kept = placed(fragments);
     if (kept.empty()) {
         return {};
     }
-    const auto columns = splitFragmentsIntoColumns(kept);
-    QStringList rendered =
-        columns.size() > 1 ? renderFragmentColumns(columns) : renderLineColumns(columns.front());
-    rendered.removeAll(QString());
-    return truncateMiddleOut(normalize(collapseRepeats(rendered.join(u"\n\n"_qs))));
+    auto columns = splitFragmentsIntoColumns(std::move(kept));
+    QString text = columns.size() > 1 ? renderFragmentColumns(std::move(columns))
+                                      : renderLineColumns(std::move(columns.front()));
+    text = collapseRepeats(text);
+    text = normalize(std::move(text));
+    return truncateMiddleOut(text);
 }
 
 } // namespace lumivane::ScreenTextLayout

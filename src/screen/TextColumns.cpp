@@ -84,7 +84,14 @@ bool isGutter(const Valley& valley) {
 }
 
 template <typename Item>
-std::vector<std::vector<Item>> partAtGutters(const std::vector<Item>& items) {
+std::vector<std::vector<Item>> oneColumn(std::vector<Item> items) {
+    std::vector<std::vector<Item>> columns;
+    columns.push_back(std::move(items));
+    return columns;
+}
+
+template <typename Item>
+std::vector<std::vector<Item>> partAtGutters(std::vector<Item> items) {
     std::vector<Rect> boxes;
     boxes.reserve(items.size());
     for (const Item& item : items) {
@@ -92,11 +99,11 @@ std::vector<std::vector<Item>> partAtGutters(const std::vector<Item>& items) {
     }
     const std::vector<double> cuts = columnCuts(std::move(boxes));
     if (cuts.empty()) {
-        return {items};
+        return oneColumn(std::move(items));
     }
     std::vector<std::vector<Item>> columns(cuts.size() + 1);
-    for (const Item& item : items) {
-        columns[columnIndex(item.box.midX(), cuts)].push_back(item);
+    for (Item& item : items) {
+        columns[columnIndex(item.box.midX(), cuts)].push_back(std::move(item));
     }
     std::erase_if(columns, [](const auto& column) { return column.empty(); });
     return columns;
@@ -153,20 +160,19 @@ std::size_t columnIndex(double midX, const std::vector<double>& cuts) {
     return static_cast<std::size_t>(cut - cuts.begin());
 }
 
-std::vector<std::vector<PlacedText>>
-splitFragmentsIntoColumns(const std::vector<PlacedText>& fragments) {
-    const std::vector<PlacedText> sorted = fromTopToBottom(fragments);
-    if (distinctRowCount(sorted) < minimumRowsForFragmentColumnSplit) {
-        return {sorted};
+std::vector<std::vector<PlacedText>> splitFragmentsIntoColumns(std::vector<PlacedText> fragments) {
+    sortFromTopToBottom(fragments);
+    if (distinctRowCount(fragments) < minimumRowsForFragmentColumnSplit) {
+        return oneColumn(std::move(fragments));
     }
-    return partAtGutters(sorted);
+    return partAtGutters(std::move(fragments));
 }
 
-std::vector<std::vector<LayoutLine>> splitIntoColumns(const std::vector<LayoutLine>& lines) {
+std::vector<std::vector<LayoutLine>> splitIntoColumns(std::vector<LayoutLine> lines) {
     if (lines.size() < minimumLinesForColumnSplit) {
-        return {lines};
+        return oneColumn(std::move(lines));
     }
-    return partAtGutters(lines);
+    return partAtGutters(std::move(lines));
 }
 
 } // namespace lumivane::ScreenTextLayout

@@ -37,10 +37,9 @@ std::size_t columnIndex(double midX, const std::vector<double>& cuts);
 
 /// Columns that are never empty, their fragments from top to bottom; one with everything when the
 /// page is not parted.
-std::vector<std::vector<PlacedText>>
-splitFragmentsIntoColumns(const std::vector<PlacedText>& fragments);
+std::vector<std::vector<PlacedText>> splitFragmentsIntoColumns(std::vector<PlacedText> fragments);
 
 /// The same on finished lines, for pages whose columns are too short for the fragments' pass.
-std::vector<std::vector<LayoutLine>> splitIntoColumns(const std::vector<LayoutLine>& lines);
+std::vector<std::vector<LayoutLine>> splitIntoColumns(std::vector<LayoutLine> lines);
 
 } // namespace lumivane::ScreenTextLayout

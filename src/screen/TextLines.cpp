@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 namespace lumivane::ScreenTextLayout {
 
@@ -37,12 +38,14 @@ struct Keys {
 };
 
 template <typename FirstKey, typename SecondKey>
-std::vector<PlacedText> sorted(const std::vector<PlacedText>& fragments, FirstKey firstKey,
-                               SecondKey secondKey) {
+void sortBy(FirstKey firstKey, SecondKey secondKey, std::vector<PlacedText>& fragments) {
     std::vector<Keys> keys(fragments.size());
     for (std::size_t index = 0; index < fragments.size(); ++index) {
         const Rect& box = fragments[index].box;
         keys[index] = {orderOf(firstKey(box)), orderOf(secondKey(box)), index};
+    }
+    if (std::is_sorted(keys.begin(), keys.end())) {
+        return;
     }
     std::stable_sort(keys.begin(), keys.end());
     std::vector<PlacedText> result;
@@ -50,7 +53,7 @@ std::vector<PlacedText> sorted(const std::vector<PlacedText>& fragments, FirstKe
     for (const Keys& entry : keys) {
         result.push_back(fragments[entry.index]);
     }
-    return result;
+    fragments = std::move(result);
 }
 
 double lowX(const Rect& box) { return box.minX(); }
@@ -86,9 +89,7 @@ PlacedText::PlacedText(QStringView placedText, const Rect& placedBox)
     , characters(characterCount(placedText))
     , box(placedBox) {}
 
-std::vector<PlacedText> fromTopToBottom(const std::vector<PlacedText>& fragments) {
-    return sorted(fragments, lowY, noKey);
-}
+void sortFromTopToBottom(std::vector<PlacedText>& fragments) { sortBy(lowY, noKey, fragments); }
 
 bool sharesLine(const Rect& first, const Rect& second) {
     const double overlap =
@@ -98,17 +99,17 @@ bool sharesLine(const Rect& first, const Rect& second) {
     return overlap > 0 && shorter > 0 && lineOverlapFraction * shorter < overlap;
 }
 
-std::vector<LayoutLine> groupIntoLines(const std::vector<PlacedText>& fragments) {
+std::vector<LayoutLine> groupIntoLines(std::vector<PlacedText> fragments) {
+    sortBy(lowY, lowX, fragments);
     std::vector<LayoutLine> lines;
     std::vector<PlacedText> row;
     Rect rowBox;
     const auto closeRow = [&] {
         if (!row.empty()) {
-            lines.push_back({join(row), rowBox});
-            row.clear();
+            lines.push_back({join(std::exchange(row, {})), rowBox});
         }
     };
-    for (const PlacedText& fragment : sorted(fragments, lowY, lowX)) {
+    for (const PlacedText& fragment : fragments) {
         if (!row.empty() && sharesLine(rowBox, fragment.box)) {
             rowBox = rowBox.united(fragment.box);
         } else {
@@ -121,11 +122,11 @@ std::vector<LayoutLine> groupIntoLines(const std::vector<PlacedText>& fragments)
     return lines;
 }
 
-QString join(const std::vector<PlacedText>& fragments) {
-    if (fragments.empty()) {
+QString join(std::vector<PlacedText> row) {
+    if (row.empty()) {
         return {};
     }
-    const std::vector<PlacedText> row = sorted(fragments, lowX, noKey);
+    sortBy(lowX, noKey, row);
     const double charWidth = medianCharacterWidth(row);
     QString text;
     text.reserve(joinedSize(row));

@@ -31,17 +31,17 @@ struct LayoutLine {
     bool operator==(const LayoutLine&) const = default;
 };
 
-/// The fragments by `minY`; equal ones keep their order, and what is no number comes last.
-std::vector<PlacedText> fromTopToBottom(const std::vector<PlacedText>& fragments);
+/// By `minY`; equal ones keep their order, and what is no number comes last.
+void sortFromTopToBottom(std::vector<PlacedText>& fragments);
 
 /// True when the two overlap vertically by more than half the lesser height.
 bool sharesLine(const Rect& first, const Rect& second);
 
 /// Rows from top to bottom. A fragment is judged against the whole row so far.
-std::vector<LayoutLine> groupIntoLines(const std::vector<PlacedText>& fragments);
+std::vector<LayoutLine> groupIntoLines(std::vector<PlacedText> fragments);
 
 /// The texts from left to right, a wide gap kept visible.
-QString join(const std::vector<PlacedText>& row);
+QString join(std::vector<PlacedText> row);
 
 /// 0 when no fragment has both characters and a width.
 double medianCharacterWidth(const std::vector<PlacedText>& fragments);

@@ -13,12 +13,11 @@ namespace {
 
 constexpr int blankLineCap = 2;
 
-QString withoutDiscardables(QString text) {
+void dropDiscardables(QString& text) {
     // Everything discardable is a single code unit, and none is half of a surrogate pair.
     const auto end = std::remove_if(text.begin(), text.end(),
                                     [](QChar unit) { return isDiscardable(unit.unicode()); });
     text.truncate(end - text.begin());
-    return text;
 }
 
 bool isBlank(QChar unit) { return unit == u' ' || unit == u'\t'; }
@@ -73,12 +72,13 @@ QString collapseRepeats(const QString& text) {
     return output;
 }
 
-QString normalize(const QString& text) {
-    const QString clean = withoutDiscardables(text.normalized(QString::NormalizationForm_C));
+QString normalize(QString text) {
+    text = text.normalized(QString::NormalizationForm_C);
+    dropDiscardables(text);
     QString output;
-    output.reserve(clean.size() + 1);
+    output.reserve(text.size() + 1);
     int blankLines = 0;
-    for (const QStringView line : QStringTokenizer(clean, u'\n')) {
+    for (const QStringView line : QStringTokenizer(text, u'\n')) {
         const qsizetype begin = output.size();
         appendTidy(output, line);
         blankLines = output.size() == begin ? blankLines + 1 : 0;

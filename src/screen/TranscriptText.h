@@ -17,7 +17,7 @@ QString collapseRepeats(const QString& text);
 
 /// Composes the text (NFC) and drops invisible characters. Tabs become one blank each, four or more
 /// blanks become three, blanks at a line's end go, and blank lines are held to two in a row.
-QString normalize(const QString& text);
+QString normalize(QString text);
 
 /// Control characters, zero-width marks and the like; tab, line feed and carriage return stay.
 bool isDiscardable(char32_t scalar);
