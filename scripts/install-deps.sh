@@ -38,7 +38,7 @@ run_packages=(
   tesseract-ocr tesseract-ocr-eng
   # a display for machines without one, and what looks at it
   xvfb openbox xdotool x11-utils x11-xserver-utils xauth imagemagick
-  fonts-dejavu fonts-liberation dbus python3 curl procps
+  xclip fonts-dejavu fonts-liberation dbus python3 curl procps
 )
 
 test_packages=(

@@ -1,0 +1,44 @@
+#include "accounts/AuthenticationError.h"
+
+namespace lumivane {
+
+namespace {
+
+struct Row {
+    AuthenticationError::Case value;
+    std::string_view description;
+};
+
+using Case = AuthenticationError::Case;
+
+constexpr std::array rows{
+    Row{Case::invalidCallback, "The login response could not be verified. Please try again."},
+    Row{Case::expiredSession, "Your session has expired. Please log in again."},
+    Row{Case::invalidResponse, "Lumivane received an invalid login response."},
+    Row{Case::unavailable, "Login is temporarily unavailable. Please try again."},
+    Row{Case::cancelled, "Login was cancelled."},
+    Row{Case::lastIdentity, "That is the only login on your account. Link another one first."},
+    Row{Case::deviceTakeoverRequired,
+        "This account is signed in on another Mac. Sign out here and log in again to move it."},
+    Row{Case::deviceEvicted, "You signed in on another Mac. Lumivane is signed in there now."},
+    Row{Case::deviceRequired, "Lumivane could not identify this Mac. Try logging in again."},
+    Row{Case::insufficientScope, "This window can only confirm moving your account to this Mac."},
+    Row{Case::handleTaken, "That handle is already taken."},
+    Row{Case::handleReserved, "That handle is reserved."},
+    Row{Case::identityAlreadyLinked,
+        "That login already belongs to a different Lumivane account. Sign in to that account and "
+        "delete it, then link it here."},
+    Row{Case::providerAlreadyLinked,
+        "This account already uses a different login from that provider. Unlink it first."},
+    Row{Case::reauthenticationFailed,
+        "That is a different account from the one you are signed in to."},
+};
+static_assert(isInCaseOrder(rows));
+
+} // namespace
+
+QString AuthenticationError::errorDescription() const {
+    return QString(toLatin1(rows[static_cast<std::size_t>(errorCase)].description));
+}
+
+} // namespace lumivane

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QString>
+#include <qcoro/qcorotask.h>
+
+#include <chrono>
+#include <optional>
+#include <stop_token>
+
+namespace lumivane {
+
+/// The login session, as a run needs it. Main thread only.
+class SessionServing {
+public:
+    virtual ~SessionServing() = default;
+
+    virtual bool isSignedIn() const = 0;
+
+    /// An access token with at least `minimumValidity` left. Throws AuthenticationError, or
+    /// Cancelled once a stop is requested.
+    virtual QCoro::Task<QString> validAccessToken(std::chrono::seconds minimumValidity,
+                                                  std::stop_token stop) = 0;
+
+    /// Removes a session that the service refused; true when it is gone. Never throws.
+    virtual QCoro::Task<bool> handleUnauthorized() = 0;
+
+    /// Removes the session after the account moved to another machine. Never throws.
+    virtual QCoro::Task<void> signOutLocallyAfterEviction() = 0;
+
+    /// The last trouble, in words for the user.
+    virtual std::optional<QString> errorMessage() const = 0;
+};
+
+} // namespace lumivane

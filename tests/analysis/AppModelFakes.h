@@ -1,0 +1,377 @@
+#pragma once
+
+#include "accounts/SessionServing.h"
+#include "analysis/NotificationServing.h"
+#include "analysis/ScriptedCall.h"
+#include "analysis/SettingsPresenting.h"
+#include "notes/NotesServing.h"
+#include "overlays/OverlayPresenting.h"
+#include "platform/LumivanePasteboard.h"
+#include "platform/SoundPlayer.h"
+#include "screen/ScreenCapturing.h"
+#include "screen/ScreenImageEncoding.h"
+#include "screen/ScreenTextExtracting.h"
+#include "service/AnalysisServing.h"
+
+#include <QStringList>
+
+#include <functional>
+#include <map>
+#include <memory>
+
+namespace lumivane::test {
+
+/// What the fakes were asked to do, in order, over all of them.
+class Journal {
+public:
+    void add(const QString& entry) { m_entries.append(entry); }
+
+    const QStringList& entries() const { return m_entries; }
+
+    bool holds(const QString& entry) const { return m_entries.contains(entry); }
+
+    qsizetype count(const QString& entry) const { return m_entries.count(entry); }
+
+    void clear() { m_entries.clear(); }
+
+private:
+    QStringList m_entries;
+};
+
+class FakeCapture final : public ScreenCapturing, public CaptureWarming {
+public:
+    explicit FakeCapture(Journal& journal)
+        : m_journal(journal) {}
+
+    QCoro::Task<CapturedScreen> capture(std::uint32_t displayID, ScreenCrop crop,
+                                        std::stop_token stop) override {
+        m_journal.add(u"capture %1"_qs.arg(displayID));
+        crops.push_back(crop);
+        return script.call(std::move(stop));
+    }
+
+    QCoro::Task<void> warmUp() override {
+        m_journal.add(u"warmUp"_qs);
+        co_return;
+    }
+
+    static CapturedScreen frame() {
+        CapturedScreen screen;
+        screen.image = QImage(8, 4, QImage::Format_RGB32);
+        screen.image.fill(Qt::white);
+        screen.pointPixelScale = 2;
+        screen.contentRect = {0, 0, 4, 2};
+        return screen;
+    }
+
+    ScriptedCall<CapturedScreen> script{frame()};
+    std::vector<ScreenCrop> crops;
+
+private:
+    Journal& m_journal;
+};
+
+class FakeExtractor final : public ScreenTextExtracting {
+public:
+    explicit FakeExtractor(Journal& journal)
+        : m_journal(journal) {}
+
+    QCoro::Task<ScreenText> extract(QImage, double pointPixelScale, std::stop_token stop) override {
+        m_journal.add(u"extract"_qs);
+        scales.push_back(pointPixelScale);
+        return script.call(std::move(stop));
+    }
+
+    static ScreenText text(const QString& text, double confidence) {
+        ScreenText result;
+        result.text = text;
+        result.signals.charCount = text.size();
+        result.signals.meanConfidence = confidence;
+        result.durationMS = 77;
+        return result;
+    }
+
+    ScriptedCall<ScreenText> script{text(QString(60, u'a'), 0.9)};
+    std::vector<double> scales;
+
+private:
+    Journal& m_journal;
+};
+
+class FakeReducer final : public ScreenImageEncoding {
+public:
+    explicit FakeReducer(Journal& journal)
+        : m_journal(journal) {}
+
+    QCoro::Task<ReducedScreenImage> encode(QImage, int longEdge, double quality,
+                                           std::stop_token stop) override {
+        m_journal.add(u"encode %1 %2"_qs.arg(longEdge).arg(quality));
+        return script.call(std::move(stop));
+    }
+
+    ScriptedCall<ReducedScreenImage> script{ReducedScreenImage{QByteArray(9000, 'j'), 1024, 640}};
+
+private:
+    Journal& m_journal;
+};
+
+class FakeAnalysisService final : public AnalysisServing {
+public:
+    explicit FakeAnalysisService(Journal& journal)
+        : m_journal(journal) {}
+
+    struct Request {
+        AnalysisPayload payload;
+        AppSettings settings;
+        QString accessToken;
+    };
+
+    QCoro::Task<HealthResponse> health(std::stop_token stop) override {
+        m_journal.add(u"health"_qs);
+        return healthScript.call(std::move(stop));
+    }
+
+    using AnalysisServing::analyze;
+
+    QCoro::Task<AnalyzeResponse> analyze(AnalysisPayload payload, AppSettings settings,
+                                         QString accessToken, std::stop_token stop) override {
+        m_journal.add(u"analyze"_qs);
+        requests.push_back({std::move(payload), std::move(settings), std::move(accessToken)});
+        return script.call(std::move(stop));
+    }
+
+    static AnalyzeResponse response(const QString& result, ResultKind kind = ResultKind::text) {
+        AnalyzeResponse response;
+        response.requestID = u"req-1"_qs;
+        response.result = result;
+        response.resultKind = kind;
+        return response;
+    }
+
+    ScriptedCall<AnalyzeResponse> script{response(u"the answer"_qs)};
+    ScriptedCall<HealthResponse> healthScript{HealthResponse{u"ok"_qs, u"1.2"_qs, true}};
+    std::vector<Request> requests;
+
+private:
+    Journal& m_journal;
+};
+
+class FakeOverlays final : public OverlayPresenting {
+public:
+    explicit FakeOverlays(Journal& journal)
+        : m_journal(journal) {}
+
+    void showWorking(std::uint32_t displayID, const AppSettings&) override {
+        m_journal.add(u"showWorking %1"_qs.arg(displayID));
+        isWorkingUp = true;
+    }
+
+    void markWorkingSlow() override { m_journal.add(u"markWorkingSlow"_qs); }
+
+    void clearWorking() override {
+        m_journal.add(u"clearWorking"_qs);
+        isWorkingUp = false;
+    }
+
+    void showResult(const QString& text, ResultKind kind, const std::optional<QString>& title,
+                    std::optional<LeetCodeAnswerStatus> status, std::uint32_t displayID,
+                    const AppSettings& settings, std::optional<bool> copied) override {
+        m_journal.add(u"showResult %1"_qs.arg(displayID));
+        results.push_back({text, kind, title, status, displayID, settings, copied});
+    }
+
+    void showError(const QString& text, std::optional<std::uint32_t> displayID,
+                   const AppSettings&) override {
+        m_journal.add(u"showError"_qs);
+        errors.push_back({text, displayID});
+    }
+
+    void showNotesStatus(const QString& message, std::uint32_t displayID,
+                         const AppSettings&) override {
+        m_journal.add(u"showNotesStatus %1 %2"_qs.arg(displayID).arg(message));
+    }
+
+    void showAuthenticationRequired(std::uint32_t displayID, const AppSettings&,
+                                    std::function<void()> onLogin) override {
+        m_journal.add(u"showAuthenticationRequired %1"_qs.arg(displayID));
+        login = std::move(onLogin);
+    }
+
+    void showDeviceEvicted(std::uint32_t displayID, DeviceEvictedOrigin origin, const AppSettings&,
+                           std::function<void()> onOpenAccount) override {
+        m_journal.add(u"showDeviceEvicted %1 %2"_qs.arg(displayID).arg(
+            origin == DeviceEvictedOrigin::afterUpload ? u"afterUpload"_qs : u"beforeCapture"_qs));
+        openAccount = std::move(onOpenAccount);
+    }
+
+    void clearAll() override {
+        m_journal.add(u"clearAll"_qs);
+        isWorkingUp = false;
+    }
+
+    void invalidate() override { m_journal.add(u"invalidateOverlays"_qs); }
+
+    struct Result {
+        QString text;
+        ResultKind kind;
+        std::optional<QString> title;
+        std::optional<LeetCodeAnswerStatus> status;
+        std::uint32_t displayID;
+        AppSettings settings;
+        std::optional<bool> copied;
+    };
+
+    struct Error {
+        QString text;
+        std::optional<std::uint32_t> displayID;
+    };
+
+    bool isWorkingUp = false;
+    std::vector<Result> results;
+    std::vector<Error> errors;
+    std::function<void()> login;
+    std::function<void()> openAccount;
+
+private:
+    Journal& m_journal;
+};
+
+class FakeSession final : public SessionServing {
+public:
+    explicit FakeSession(Journal& journal)
+        : m_journal(journal) {}
+
+    bool isSignedIn() const override { return signedIn; }
+
+    QCoro::Task<QString> validAccessToken(std::chrono::seconds minimumValidity,
+                                          std::stop_token stop) override {
+        m_journal.add(u"token %1"_qs.arg(minimumValidity.count()));
+        return token.call(std::move(stop));
+    }
+
+    QCoro::Task<bool> handleUnauthorized() override {
+        m_journal.add(u"handleUnauthorized"_qs);
+        if (onSessionCleared) {
+            onSessionCleared();
+        }
+        co_return canRemoveSession;
+    }
+
+    QCoro::Task<void> signOutLocallyAfterEviction() override {
+        m_journal.add(u"signOutLocallyAfterEviction"_qs);
+        if (onSessionCleared) {
+            onSessionCleared();
+        }
+        co_return;
+    }
+
+    std::optional<QString> errorMessage() const override { return message; }
+
+    bool signedIn = true;
+    bool canRemoveSession = true;
+    std::optional<QString> message;
+    std::function<void()> onSessionCleared;
+    ScriptedCall<QString> token{u"token-1"_qs};
+
+private:
+    Journal& m_journal;
+};
+
+class FakeNotes final : public NotesServing {
+public:
+    explicit FakeNotes(Journal& journal)
+        : m_journal(journal) {}
+
+    QCoro::Task<void> createLeetCodeNote(LeetCodeNote note, std::stop_token stop) override {
+        m_journal.add(u"createLeetCodeNote"_qs);
+        notes.push_back(std::move(note));
+        co_await script.call(std::move(stop));
+    }
+
+    ScriptedCall<bool> script{true};
+    std::vector<LeetCodeNote> notes;
+
+private:
+    Journal& m_journal;
+};
+
+class FakeNotifications final : public NotificationServing {
+public:
+    explicit FakeNotifications(Journal& journal)
+        : m_journal(journal) {}
+
+    QCoro::Task<bool> requestAuthorization() override { co_return true; }
+
+    QCoro::Task<void> notifyCopied() override {
+        m_journal.add(u"notifyCopied"_qs);
+        co_await copied.call(std::stop_token());
+    }
+
+    QCoro::Task<void> notifyNotesFailure(QString message) override {
+        m_journal.add(u"notifyNotesFailure "_qs + message);
+        co_return;
+    }
+
+    ScriptedCall<bool> copied{true};
+
+private:
+    Journal& m_journal;
+};
+
+class FakePasteboard final : public LumivanePasteboard {
+public:
+    explicit FakePasteboard(Journal& journal)
+        : m_journal(journal) {}
+
+    std::int64_t changeCount() const override { return count; }
+
+    void clear() override {
+        m_journal.add(u"clearPasteboard"_qs);
+        contents.clear();
+        ++count;
+    }
+
+    void setString(const QString& text, PasteboardType type) override {
+        m_journal.add(type == PasteboardType::string ? u"setString"_qs : u"setTransient"_qs);
+        contents[type] = text;
+        ++count;
+    }
+
+    /// Somebody else copies.
+    void copyElsewhere(const QString& text) {
+        contents = {{PasteboardType::string, text}};
+        ++count;
+    }
+
+    std::map<PasteboardType, QString> contents;
+    std::int64_t count = 40;
+
+private:
+    Journal& m_journal;
+};
+
+class FakeSound final : public SoundPlayer {
+public:
+    explicit FakeSound(Journal& journal)
+        : m_journal(journal) {}
+
+    void beep() override { m_journal.add(u"beep"_qs); }
+
+private:
+    Journal& m_journal;
+};
+
+class FakeSettingsPresenter final : public SettingsPresenting {
+public:
+    explicit FakeSettingsPresenter(Journal& journal)
+        : m_journal(journal) {}
+
+    void presentSettings(SettingsDestination destination) override {
+        m_journal.add(u"presentSettings %1"_qs.arg(static_cast<int>(destination)));
+    }
+
+private:
+    Journal& m_journal;
+};
+
+} // namespace lumivane::test
