@@ -1,7 +1,9 @@
 #include "platform/KeyboardDisplay.h"
 
+#include <sys/prctl.h>
 #include <xcb/xtest.h>
 
+#include <csignal>
 #include <cstdlib>
 
 namespace lumivane::test {
@@ -21,6 +23,8 @@ auto owned(Answer* answer) {
 
 KeyboardDisplay::KeyboardDisplay()
     : m_connection(nullptr, &xcb_disconnect) {
+    // The server goes with this process, even when a time limit ends it.
+    m_server.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     // Held keys repeat quickly, so that a test of them is short.
     m_server.start(u"Xvfb"_qs, {u"-displayfd"_qs, u"1"_qs, u"-screen"_qs, u"0"_qs, u"320x240x24"_qs,
                                 u"-nolisten"_qs, u"tcp"_qs, u"-noreset"_qs, u"-ardelay"_qs,
@@ -51,14 +55,14 @@ xcb_window_t KeyboardDisplay::root() const {
 
 xcb_keycode_t KeyboardDisplay::keycodeOf(xcb_keysym_t keysym) const {
     const xcb_setup_t* setup = xcb_get_setup(m_connection.get());
-    const int count = setup->max_keycode - setup->min_keycode + 1;
+    const std::size_t count = setup->max_keycode - setup->min_keycode + 1U;
     const auto mapping = owned(xcb_get_keyboard_mapping_reply(
         m_connection.get(),
         xcb_get_keyboard_mapping(m_connection.get(), setup->min_keycode,
                                  static_cast<std::uint8_t>(count)),
         nullptr));
     const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(mapping.get());
-    for (int key = 0; key < count; ++key) {
+    for (std::size_t key = 0; key < count; ++key) {
         if (keysyms[key * mapping->keysyms_per_keycode] == keysym) {
             return static_cast<xcb_keycode_t>(setup->min_keycode + key);
         }
@@ -106,11 +110,15 @@ void KeyboardDisplay::remap(xcb_keycode_t keycode, xcb_keysym_t keysym) {
 }
 
 void KeyboardDisplay::remap(xcb_keycode_t keycode, const std::vector<xcb_keysym_t>& keysyms) {
-    const auto* error = xcb_request_check(
-        m_connection.get(), xcb_change_keyboard_mapping_checked(
+    owned(xcb_request_check(m_connection.get(),
+                            xcb_change_keyboard_mapping_checked(
                                 m_connection.get(), 1, keycode,
-                                static_cast<std::uint8_t>(keysyms.size()), keysyms.data()));
-    owned(const_cast<xcb_generic_error_t*>(error));
+                                static_cast<std::uint8_t>(keysyms.size()), keysyms.data())));
+}
+
+void KeyboardDisplay::chooseLayouts(const QByteArray& layouts) {
+    QProcess::execute(u"setxkbmap"_qs, {u"-display"_qs, QString::fromLatin1(m_name), u"-layout"_qs,
+                                        QString::fromLatin1(layouts)});
 }
 
 int KeyboardDisplay::grab(xcb_keycode_t keycode, std::uint16_t modifiers) {

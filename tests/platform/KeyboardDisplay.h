@@ -51,6 +51,9 @@ public:
     /// Makes the key give one symbol a column.
     void remap(xcb_keycode_t keycode, const std::vector<xcb_keysym_t>& keysyms);
 
+    /// Loads keyboard layouts as a desktop's settings do, for example "ru,us".
+    void chooseLayouts(const QByteArray& layouts);
+
     /// Grabs a combination for this client; the error code of the server, or 0.
     int grab(xcb_keycode_t keycode, std::uint16_t modifiers);
     void ungrab(xcb_keycode_t keycode, std::uint16_t modifiers);

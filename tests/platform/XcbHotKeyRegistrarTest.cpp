@@ -59,9 +59,9 @@ protected:
         bool hasArrived = false;
         const auto handler = registrar->installHandler(
             mark.signature, [&hasArrived](HotKeyIdentifier) { hasArrived = true; });
-        const auto key = registrar->registerHotKey(50, hotKeyModifier::control, mark);
+        const auto key = registrar->registerHotKey(escape, hotKeyModifier::control, mark);
         ASSERT_EQ(key.status, 0);
-        display.press(display.keycodeOf(XK_grave), {XK_Control_L});
+        display.press(display.keycodeOf(XK_Escape), {XK_Control_L});
         ASSERT_TRUE(test::waitUntil([&hasArrived] { return hasArrived; }));
     }
 
@@ -331,6 +331,26 @@ TEST_F(XcbHotKeyRegistrarTest, SecondLayoutServesWhereTheFirstLacksTheSymbol) {
     const auto key = add(letterS);
     ASSERT_EQ(key.status, 0);
     pressWithSuperAlt(keycode);
+    EXPECT_EQ(takeFired(), 1);
+}
+
+TEST_F(XcbHotKeyRegistrarTest, ChosenLayoutIsFollowed) {
+    const auto handler = countPresses();
+    const auto key = add(0); // A, which stands where Q was in the French layout
+    const xcb_keycode_t wasA = display.keycodeOf(XK_a);
+    const xcb_keycode_t wasQ = display.keycodeOf(XK_q);
+    display.chooseLayouts("fr");
+    ASSERT_EQ(display.keycodeOf(XK_a), wasQ);
+    settle();
+    pressWithSuperAlt(wasA);
+    EXPECT_EQ(takeFired(), 0);
+    pressWithSuperAlt(wasQ);
+    EXPECT_EQ(takeFired(), 1);
+
+    display.chooseLayouts("ru,us");
+    ASSERT_EQ(display.keycodeOf(XK_a), 0);
+    settle();
+    pressWithSuperAlt(wasA);
     EXPECT_EQ(takeFired(), 1);
 }
 

@@ -4,30 +4,7 @@ namespace lumivane {
 
 using namespace std::chrono_literals;
 
-namespace {
-
-constexpr Point inside{3, 1077};
-constexpr Point outside{960, 540};
-
-} // namespace
-
-/// The main display is 1920 by 1080 with the corner at its top left; ticks come every 0.2 s.
-class TriggerControllerCornerTest : public TriggerControllerFixture {
-protected:
-    void watch(const AppSettings& settings = cornerSettings()) { controller->configure(settings); }
-
-    void tick(int count = 1) { clock.advance(200ms * count); }
-
-    void enter() {
-        displayServer.pointer = inside;
-        tick();
-    }
-
-    void leave() {
-        displayServer.pointer = outside;
-        tick();
-    }
-};
+class TriggerControllerCornerTest : public TriggerControllerFixture {};
 
 TEST_F(TriggerControllerCornerTest, WatcherSaysWhatItWatches) {
     watch();

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -47,6 +48,24 @@ protected:
         settings.dwellSeconds = 0.5;
         settings.pollSeconds = 0.2;
         return settings;
+    }
+
+    // For `cornerSettings` on the one display, 1920 by 1080.
+    static constexpr Point inside{3, 1077};
+    static constexpr Point outside{960, 540};
+
+    void watch(const AppSettings& settings = cornerSettings()) { controller->configure(settings); }
+
+    void tick(int count = 1) { clock.advance(std::chrono::milliseconds(200) * count); }
+
+    void enter() {
+        displayServer.pointer = inside;
+        tick();
+    }
+
+    void leave() {
+        displayServer.pointer = outside;
+        tick();
     }
 
     int triggerCount() const {

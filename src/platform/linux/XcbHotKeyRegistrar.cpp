@@ -193,6 +193,7 @@ std::int32_t XcbHotKeyRegistrar::Core::grab(RegisteredHotKey& hotKey) {
         return accessDenied;
     }
     std::vector<xcb_void_cookie_t> cookies;
+    cookies.reserve(grabs.size());
     for (const Grab& wanted : grabs) {
         cookies.push_back(xcb_grab_key_checked(m_connection.get(), 0, m_root, wanted.modifiers,
                                                wanted.keycode, XCB_GRAB_MODE_ASYNC,
