@@ -17,15 +17,16 @@ std::uint64_t nextIdentifier() {
 
 Interval::Interval(std::string_view name)
     : m_name(name)
-    , m_identifier(nextIdentifier()) {
-    if (const auto sink = LumivaneLog::sink()) {
-        sink->beginInterval(m_name, m_identifier);
+    , m_identifier(nextIdentifier())
+    , m_sink(LumivaneLog::sink()) {
+    if (m_sink) {
+        m_sink->beginInterval(m_name, m_identifier);
     }
 }
 
 Interval::~Interval() {
-    if (const auto sink = LumivaneLog::sink()) {
-        sink->endInterval(m_name, m_identifier);
+    if (m_sink) {
+        m_sink->endInterval(m_name, m_identifier);
     }
 }
 

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "async/Clock.h"
+#include "platform/LogSink.h"
 #include "records/AnalysisTimings.h"
 
 #include <qcoro/qcorotask.h>
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -22,6 +24,7 @@ inline constexpr std::string_view warmUp = "warmUp";
 /// An open interval; it closes when this goes, whichever way the stage ends.
 class Interval {
 public:
+    /// `name` is one of the names above, or another literal.
     explicit Interval(std::string_view name);
     ~Interval();
     Interval(const Interval&) = delete;
@@ -30,6 +33,7 @@ public:
 private:
     std::string_view m_name;
     std::uint64_t m_identifier;
+    std::shared_ptr<LogSink> m_sink; ///< the one that heard of the beginning
 };
 
 /// What a measured stage gave and how long it took.
@@ -40,7 +44,7 @@ struct Measured {
 };
 
 /// Runs `operation` inside an interval of the stage's name, on the caller's own thread. What it
-/// throws goes on, behind the interval's end.
+/// throws goes on, behind the interval's end. `clock` outlives the stage.
 template <typename T>
 QCoro::Task<Measured<T>> measure(std::string_view name, const Clock& clock,
                                  std::function<QCoro::Task<T>()> operation) {
