@@ -22,7 +22,8 @@ public:
     /// beyond QImage's own; none when memory for it cannot be had.
     virtual std::optional<QImage> resampleGrey(const QImage& image, PixelSize size) const = 0;
 
-    /// A baseline JPEG without metadata. `quality` runs from 0 to 1. None when encoding fails.
+    /// A baseline JPEG without metadata. `quality` runs from 0 to 1. None when encoding fails;
+    /// std::bad_alloc when memory to encode into cannot be had.
     virtual std::optional<QByteArray> encodeJpeg(const QImage& image, double quality) const = 0;
 };
 

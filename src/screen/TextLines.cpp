@@ -92,10 +92,12 @@ PlacedText::PlacedText(QStringView placedText, const Rect& placedBox)
 void sortFromTopToBottom(std::vector<PlacedText>& fragments) { sortBy(lowY, noKey, fragments); }
 
 bool sharesLine(const Rect& first, const Rect& second) {
+    if (std::isnan(first.maxY()) || std::isnan(second.maxY())) {
+        return false; // the lesser of a number and none is no answer
+    }
     const double overlap =
         std::min(first.maxY(), second.maxY()) - std::max(first.minY(), second.minY());
     const double shorter = std::min(first.height, second.height);
-    // Written so that a value that is no number is false throughout.
     return overlap > 0 && shorter > 0 && lineOverlapFraction * shorter < overlap;
 }
 

@@ -26,9 +26,18 @@ QImage inSrgb(QImage image, const QColorSpace& source) {
     return image;
 }
 
+/// 0 for a quality that is no number.
+int percent(double quality) {
+    return static_cast<int>(std::lround(quality > 0 ? std::min(quality, 1.0) * 100 : 0));
+}
+
 } // namespace
 
 std::optional<QImage> QtImageCodec::resampleRgb(const QImage& image, PixelSize size) const {
+    if (image.isNull() || size.width <= 0 || size.height <= 0) {
+        return std::nullopt;
+    }
+    // Averages the area of each target pixel exactly when it reduces, at full speed.
     const QImage resampled = opaque(image).scaled(size.width, size.height, Qt::IgnoreAspectRatio,
                                                   Qt::SmoothTransformation);
     if (resampled.isNull()) {
@@ -49,11 +58,15 @@ std::optional<QByteArray> QtImageCodec::encodeJpeg(const QImage& image, double q
     if (image.isNull() || std::max(image.width(), image.height()) > jpegLargestEdge) {
         return std::nullopt;
     }
+    const QImage pixels = inSrgb(opaque(image), image.colorSpace());
+    // A bare view: the writer would put an image's texts and resolution into the file.
+    const QImage bare(pixels.constBits(), pixels.width(), pixels.height(), pixels.bytesPerLine(),
+                      pixels.format());
     QByteArray bytes;
     QBuffer buffer(&bytes);
     QImageWriter writer(&buffer, "jpeg");
-    writer.setQuality(static_cast<int>(std::lround(std::clamp(quality, 0.0, 1.0) * 100)));
-    if (!writer.write(inSrgb(opaque(image), image.colorSpace()))) {
+    writer.setQuality(percent(quality));
+    if (!writer.write(bare)) {
         return std::nullopt;
     }
     return bytes;
