@@ -13,6 +13,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -31,18 +33,23 @@ public:
     bool setCookiesFromUrl(const QList<QNetworkCookie>&, const QUrl&) override { return false; }
 };
 
-/// A body that can be read once. The library would silently send a body it can rewind again when
+/// A body that is not sent twice. The library would silently send a body it can rewind again when
 /// a connection ends without an answer, although the peer may have acted on it already.
 class OneTimeBody final : public QIODevice {
 public:
-    explicit OneTimeBody(QByteArray bytes)
-        : m_bytes(std::move(bytes)) {
+    OneTimeBody(QByteArray bytes, std::function<bool()> mayRewind)
+        : m_bytes(std::move(bytes))
+        , m_mayRewind(std::move(mayRewind)) {
         open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     }
 
     bool isSequential() const override { return true; }
 
-    bool reset() override { return false; }
+    bool reset() override {
+        const bool rewinds = m_mayRewind();
+        m_position = rewinds ? 0 : m_position;
+        return rewinds;
+    }
 
     bool atEnd() const override { return m_position == m_bytes.size(); }
 
@@ -65,6 +72,7 @@ protected:
 
 private:
     QByteArray m_bytes;
+    std::function<bool()> m_mayRewind;
     qsizetype m_position = 0;
 };
 
@@ -133,7 +141,7 @@ class QtHttpTransport::Transfer {
 public:
     Transfer(const HttpRequest& request, Clock& clock, std::shared_ptr<UnderWay> underWay)
         : m_limit(request.maximumResponseBytes)
-        , m_body(request.body)
+        , m_body(request.body, [this] { return hasAnswer(); })
         , m_underWay(std::move(underWay)) {
         m_underWay->transfers.insert(this);
         m_network.setProxy(QNetworkProxy::NoProxy);
@@ -175,6 +183,14 @@ private:
                          [this] { finish(); });
     }
 
+    /// Some redirects make the library rewind the body although nobody follows them, and would fail
+    /// where it cannot; without an answer, rewinding means to send again.
+    bool hasAnswer() const { return m_reply && statusAttribute().isValid(); }
+
+    QVariant statusAttribute() const {
+        return m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    }
+
     void checkAnnouncedLength() {
         const auto length = announcedLength();
         if (length && *length > m_limit) {
@@ -201,7 +217,7 @@ private:
         if (m_isStopped) {
             return;
         }
-        const QVariant attribute = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+        const QVariant attribute = statusAttribute();
         const int status = attribute.toInt();
         const NetworkError error = m_reply->error();
         if (error != QNetworkReply::NoError && !comesFromStatus(error, status)) {
