@@ -1,0 +1,99 @@
+#include "server/application/LumivaneService.h"
+
+#include "server/http/ErrorEnvelope.h"
+#include "server/work/WorkPool.h"
+
+#include <boost/json/object.hpp>
+#include <boost/json/serialize.hpp>
+
+#include <variant>
+
+namespace lumivane::service {
+
+namespace asio = boost::asio;
+
+namespace {
+
+using Decoded = std::variant<AnalyzeRequest, RecordError>;
+
+std::string healthBody() {
+    boost::json::object record;
+    record["status"] = "ok";
+    record["version"] = boost::json::string(serviceVersion().data(), serviceVersion().size());
+    // Worked problems are not kept yet, and the client tells its reader so.
+    record["leetcode_ready"] = false;
+    return boost::json::serialize(record);
+}
+
+asio::awaitable<HttpResponse> answerHealth(HttpRequest) {
+    static const std::string body = healthBody();
+    HttpResponse response;
+    response.body = body;
+    co_return response;
+}
+
+Decoded decode(const std::string& body) {
+    try {
+        return decodeAnalyzeRequest(body);
+    } catch (const RecordError& error) {
+        return error;
+    }
+}
+
+asio::awaitable<HttpResponse> analyze(AnalysisEngine& engine, AnalyzeRequest analyzed,
+                                      std::string requestId) {
+    try {
+        const AnalysisAnswer answer = co_await engine.analyze(std::move(analyzed));
+        HttpResponse response;
+        response.body = encodeAnalyzeResponse(answer, requestId);
+        co_return response;
+    } catch (const EngineError& error) {
+        co_return errorResponse(error.status(), error.code(), error.what(), requestId);
+    }
+}
+
+asio::awaitable<HttpResponse> answerAnalyze(AnalysisEngine& engine, asio::thread_pool& pool,
+                                            HttpRequest request) {
+    auto work = [body = std::move(request.body)] { return decode(body); };
+    auto decoding = runOnWorkPool(pool, std::move(work));
+    Decoded decoded = co_await std::move(decoding);
+    if (const auto* refusal = std::get_if<RecordError>(&decoded)) {
+        co_return errorResponse(refusal->status(), refusal->code(), refusal->what(),
+                                request.requestId);
+    }
+    auto analyzing =
+        analyze(engine, std::get<AnalyzeRequest>(std::move(decoded)), std::move(request.requestId));
+    HttpResponse response = co_await std::move(analyzing);
+    co_return response;
+}
+
+} // namespace
+
+std::string_view serviceVersion() { return LUMIVANE_SERVICE_VERSION; }
+
+Router makeServiceRouter(BearerToken token, AnalysisEngine& engine, asio::thread_pool& pool) {
+    Route health;
+    health.name = "healthz";
+    health.method = HttpMethod::get;
+    health.path = "/healthz";
+    health.access = Access::open;
+    health.handler = answerHealth;
+
+    Route analysis;
+    analysis.name = "analyze";
+    analysis.method = HttpMethod::post;
+    analysis.path = "/v1/analyze";
+    analysis.access = Access::bearer;
+    analysis.bodyRule = BodyRule::json;
+    analysis.waiting = Waiting::watched;
+    analysis.handler = [&engine, &pool](HttpRequest request) {
+        return answerAnalyze(engine, pool, std::move(request));
+    };
+
+    std::vector<Route> routes;
+    routes.push_back(std::move(health));
+    routes.push_back(std::move(analysis));
+    return {token, std::move(routes)};
+}
+
+} // namespace lumivane::service

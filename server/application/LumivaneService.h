@@ -1,0 +1,20 @@
+#pragma once
+
+#include "server/analysis/AnalysisEngine.h"
+#include "server/http/HttpServer.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/thread_pool.hpp>
+
+#include <string_view>
+
+namespace lumivane::service {
+
+/// The version that `healthz` and --version show.
+std::string_view serviceVersion();
+
+/// The service's routes over one engine: GET /healthz for everyone, POST /v1/analyze for the
+/// bearer of the token. Records are decoded on `pool`. Engine and pool must outlive the router.
+Router makeServiceRouter(BearerToken token, AnalysisEngine& engine, boost::asio::thread_pool& pool);
+
+} // namespace lumivane::service

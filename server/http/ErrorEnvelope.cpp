@@ -1,0 +1,22 @@
+#include "server/http/ErrorEnvelope.h"
+
+#include <boost/json/object.hpp>
+#include <boost/json/serialize.hpp>
+
+namespace lumivane::service {
+
+HttpResponse errorResponse(int status, std::string_view code, std::string_view message,
+                           std::string_view requestId) {
+    boost::json::object detail;
+    detail["code"] = boost::json::string_view{code.data(), code.size()};
+    detail["message"] = boost::json::string_view{message.data(), message.size()};
+    detail["request_id"] = boost::json::string_view{requestId.data(), requestId.size()};
+    boost::json::object envelope;
+    envelope["error"] = std::move(detail);
+    HttpResponse response;
+    response.status = status;
+    response.body = boost::json::serialize(envelope);
+    return response;
+}
+
+} // namespace lumivane::service

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "server/http/HttpMessage.h"
+
+#include <string_view>
+
+namespace lumivane::service {
+
+/// The one form of every answer that is no success:
+/// {"error":{"code":...,"message":...,"request_id":...}}.
+///
+/// `code` is a stable word for programs and `message` a short sentence that a person can act on;
+/// the client shows at most its first 300 characters. Neither ever repeats what a request held.
+HttpResponse errorResponse(int status, std::string_view code, std::string_view message,
+                           std::string_view requestId);
+
+} // namespace lumivane::service

@@ -1,0 +1,195 @@
+#include "server/http/HttpConnection.h"
+
+#include "server/http/ErrorEnvelope.h"
+#include "server/http/MonotonicTime.h"
+#include "server/http/RequestId.h"
+
+#include <boost/asio/experimental/awaitable_operators.hpp>
+
+namespace lumivane::service {
+
+namespace asio = boost::asio;
+using namespace asio::experimental::awaitable_operators;
+
+namespace {
+
+// Whatever a handler throws ends here, so that the race against the client's going away always
+// has a result and no text of an exception can reach a client.
+asio::awaitable<HttpResponse> handleSafely(const Handler& handler, HttpRequest request) {
+    const std::string requestId = request.requestId;
+    try {
+        HttpResponse response = co_await handler(std::move(request));
+        co_return response;
+    } catch (const std::exception&) {
+    }
+    co_return errorResponse(500, "internal_error", "The service failed on this request. Try again.",
+                            requestId);
+}
+
+} // namespace
+
+HttpConnection::HttpConnection(asio::ip::tcp::socket socket, ServerShared& shared)
+    : m_shared(shared)
+    , m_stream(std::move(socket))
+    , m_reader(m_stream, shared.limits, shared.bodyBudget) {}
+
+asio::awaitable<void> HttpConnection::run() {
+    bool goesOn = true;
+    while (goesOn) {
+        goesOn = co_await serveOne();
+    }
+    m_stream.close();
+}
+
+asio::awaitable<void> HttpConnection::runRefusal() {
+    HttpResponse response =
+        errorResponse(503, "too_many_connections",
+                      "The service has too many connections. Try again shortly.", makeRequestId());
+    response.headers.emplace_back("Retry-After", "1");
+    const bool written = co_await writeResponse(m_stream, std::move(response), AnswerBody::sent,
+                                                AfterAnswer::close, m_shared.limits.linger);
+    if (written) {
+        co_await end();
+    }
+    m_stream.close();
+}
+
+void HttpConnection::finishSoon() {
+    m_isFinishing = true;
+    if (m_isIdle) {
+        m_stream.close();
+    }
+}
+
+void HttpConnection::abort() {
+    m_stream.close();
+    m_cancel.emit(asio::cancellation_type::terminal);
+}
+
+asio::cancellation_slot HttpConnection::cancellationSlot() { return m_cancel.slot(); }
+
+asio::awaitable<bool> HttpConnection::serveOne() {
+    m_isIdle = true;
+    const bool arrived = co_await m_reader.waitForFirstByte();
+    if (!arrived || m_isFinishing) {
+        co_return false;
+    }
+    m_isIdle = false;
+    const MonotonicTime started = monotonicNow();
+    m_route = nullptr;
+    m_method = HttpMethod::other;
+    m_keepsAlive = false;
+    m_requestId = makeRequestId();
+
+    std::optional<HttpResponse> response = co_await respond();
+    const int status = response ? response->status : 0;
+    bool written = false;
+    const bool keepsOpen = response && m_keepsAlive && !m_isFinishing;
+    if (response) {
+        const auto after = keepsOpen ? AfterAnswer::keepOpen : AfterAnswer::close;
+        const auto body = m_method == HttpMethod::head ? AnswerBody::leftOut : AnswerBody::sent;
+        written = co_await writeResponse(m_stream, std::move(*response), body, after,
+                                         m_shared.limits.write);
+    }
+    RequestLogEntry entry;
+    entry.method = m_method;
+    entry.routeName = m_route != nullptr ? std::string_view(m_route->name) : "none";
+    entry.status = status;
+    entry.duration =
+        std::chrono::duration_cast<std::chrono::microseconds>(monotonicNow() - started);
+    entry.requestId = m_requestId;
+    m_shared.log(formatLogLine(entry));
+    m_reader.finishRequest();
+    if (written && !keepsOpen) {
+        co_await end();
+    }
+    co_return written&& keepsOpen;
+}
+
+asio::awaitable<void> HttpConnection::end() {
+    // Closing with bytes unread would reset the connection and could take the answer with it.
+    m_stream.endSending();
+    co_await m_reader.discardRest();
+}
+
+asio::awaitable<std::optional<HttpResponse>> HttpConnection::respond() {
+    const ReadEnd end = co_await m_reader.readHead();
+    if (end != ReadEnd::complete) {
+        co_return failureOf(end, false);
+    }
+    m_method = m_reader.head().method;
+    Admission admission = m_shared.router.admit(m_reader.head(), m_requestId);
+    m_route = admission.route;
+    if (admission.refusal) {
+        m_keepsAlive = m_reader.keepsAlive() && !m_reader.isBodyOutstanding();
+        co_return std::move(admission.refusal);
+    }
+    std::optional<HttpResponse> response = co_await respondToAdmitted();
+    co_return response;
+}
+
+asio::awaitable<std::optional<HttpResponse>> HttpConnection::respondToAdmitted() {
+    const bool sizeFits = m_reader.announcedBodyBytes() <= m_shared.limits.bodyBytes;
+    if (sizeFits && m_reader.wantsContinue()) {
+        const bool told = co_await writeContinue(m_stream, m_shared.limits.write);
+        if (!told) {
+            co_return std::nullopt;
+        }
+    }
+    const ReadEnd end = co_await m_reader.readBody();
+    if (end != ReadEnd::complete) {
+        co_return failureOf(end, true);
+    }
+    m_keepsAlive = m_reader.keepsAlive();
+    HttpRequest request;
+    request.requestId = m_requestId;
+    request.head = m_reader.head();
+    request.body = m_reader.takeBody();
+    std::optional<HttpResponse> response = co_await handle(std::move(request));
+    co_return response;
+}
+
+asio::awaitable<std::optional<HttpResponse>> HttpConnection::handle(HttpRequest request) {
+    auto answer = handleSafely(m_route->handler, std::move(request));
+    if (m_route->waiting == Waiting::brief) {
+        std::optional<HttpResponse> response = co_await std::move(answer);
+        co_return response;
+    }
+    auto watch = m_reader.watchForDisconnect();
+    auto race = std::move(answer) || std::move(watch);
+    std::variant<HttpResponse, std::monostate> first = co_await std::move(race);
+    if (first.index() == 1) {
+        m_stream.close();
+        co_return std::nullopt;
+    }
+    co_return std::get<0>(std::move(first));
+}
+
+std::optional<HttpResponse> HttpConnection::failureOf(ReadEnd end, bool inBody) {
+    switch (end) {
+    case ReadEnd::timedOut:
+        return errorResponse(408, "request_timeout", "The request took too long to arrive.",
+                             m_requestId);
+    case ReadEnd::tooLarge:
+        return inBody ? errorResponse(413, "payload_too_large",
+                                      "The request is too large: 20 MiB is the limit.", m_requestId)
+                      : errorResponse(431, "header_too_large", "The request's header is too large.",
+                                      m_requestId);
+    case ReadEnd::malformed:
+        return errorResponse(400, "bad_request", "The request is not well-formed HTTP.",
+                             m_requestId);
+    case ReadEnd::overBudget: {
+        HttpResponse response = errorResponse(
+            503, "busy", "The service is busy with other requests. Try again shortly.",
+            m_requestId);
+        response.headers.emplace_back("Retry-After", "1");
+        return response;
+    }
+    case ReadEnd::complete:
+    case ReadEnd::closed:
+        break;
+    }
+    return std::nullopt;
+}
+
+} // namespace lumivane::service

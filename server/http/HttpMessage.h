@@ -1,0 +1,44 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace lumivane::service {
+
+/// The request methods that the service tells apart. Anything else is `other`.
+enum class HttpMethod { get, head, post, put, patch, remove, options, other };
+
+/// The method as written on the wire; "OTHER" for any that the service does not know.
+std::string_view name(HttpMethod method);
+
+/// What is known of a request once its header has been read, before a byte of its body is.
+struct RequestHead {
+    HttpMethod method = HttpMethod::other;
+    std::string target;                         ///< as sent: path and query
+    std::optional<std::string> authorization;   ///< none when absent or sent more than once
+    std::optional<std::string> contentType;     ///< none when absent or sent more than once
+    std::optional<std::string> contentEncoding; ///< none when absent
+    std::optional<std::string> expect;          ///< none when absent
+};
+
+/// A whole request as a handler gets it.
+struct HttpRequest {
+    std::string requestId; ///< made by the service, of A-Z, a-z, 0-9 and "-"
+    RequestHead head;
+    std::string body;
+};
+
+/// A whole answer. Connection, length and date are the connection's business.
+struct HttpResponse {
+    int status = 200;
+    std::string body; ///< JSON
+    std::vector<std::pair<std::string, std::string>> headers;
+};
+
+/// The path of a target, without its query.
+std::string_view pathOf(std::string_view target);
+
+} // namespace lumivane::service

@@ -1,0 +1,7 @@
+#include "server/http/MonotonicTime.h"
+
+namespace lumivane::service {
+
+MonotonicTime monotonicNow() { return std::chrono::steady_clock::now(); }
+
+} // namespace lumivane::service

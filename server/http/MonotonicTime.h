@@ -1,0 +1,12 @@
+#pragma once
+
+#include <chrono>
+
+namespace lumivane::service {
+
+using MonotonicTime = std::chrono::steady_clock::time_point;
+
+/// The only reading of a clock in the service; timers keep their own.
+MonotonicTime monotonicNow();
+
+} // namespace lumivane::service
