@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 int main(int argc, char** argv) {
-    // Unless a test asks for a display; the listing of tests at build time asks for none.
-
     // The build lists the tests of a program by running it, on machines without a display too.
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
