@@ -3,6 +3,10 @@
 #include <gtest/gtest.h>
 
 int main(int argc, char** argv) {
+    // Unless a test asks for a display; the listing of tests at build time asks for none.
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
     const QApplication application(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
