@@ -28,7 +28,7 @@ struct XcbDisplayServer::Capture {
     XcbStillCapture stills;
 };
 
-XcbDisplayServer::XcbDisplayServer(const QByteArray& displayName, ScaleOfMonitor scaleOf)
+XcbDisplayServer::XcbDisplayServer(ScaleOfMonitor scaleOf, const QByteArray& displayName)
     : m_queries(std::make_unique<Queries>(displayName, scaleOf))
     , m_capture(std::make_unique<Capture>(displayName, std::move(scaleOf))) {}
 

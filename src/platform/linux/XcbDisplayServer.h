@@ -22,9 +22,9 @@ public:
     /// needs it; must not wait for another thread. What is not above 0 counts as 1.
     using ScaleOfMonitor = std::function<double(const QString& monitorName)>;
 
-    /// An empty name means the display in the environment; without a function every scale is 1.
+    /// Without a function every scale is 1; an empty name means the display in the environment.
     /// Throws DisplayServerError.
-    explicit XcbDisplayServer(const QByteArray& displayName = {}, ScaleOfMonitor scaleOf = {});
+    explicit XcbDisplayServer(ScaleOfMonitor scaleOf = {}, const QByteArray& displayName = {});
     ~XcbDisplayServer() override;
 
     /// Always true: X11 lets every client read the screen.

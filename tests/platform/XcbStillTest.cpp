@@ -1,0 +1,420 @@
+#include "platform/linux/XcbDisplayServer.h"
+#include "support/XServer.h"
+#include "support/XTestClient.h"
+#include "support/XTestProcess.h"
+
+#include <QColor>
+#include <QDir>
+#include <QFile>
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+namespace lumivane {
+
+using test::XTestClient;
+using test::XTestProcess;
+using test::XWindowSpec;
+
+namespace {
+
+constexpr QRect whole(0, 0, 640, 480);
+
+int openFileCount() {
+    return static_cast<int>(
+        QDir(u"/proc/self/fd"_qs).entryList(QDir::AllEntries | QDir::System).size());
+}
+
+int sharedFrameCount() {
+    QFile maps(u"/proc/self/maps"_qs);
+    EXPECT_TRUE(maps.open(QIODevice::ReadOnly));
+    return static_cast<int>(maps.readAll().count("lumivane-frame"));
+}
+
+/// Both as plain numbers, so that a difference can be found.
+::testing::AssertionResult samePixels(const QImage& actual, const QImage& expected) {
+    if (actual.size() != expected.size()) {
+        return ::testing::AssertionFailure() << "sizes differ";
+    }
+    for (int y = 0; y < actual.height(); ++y) {
+        for (int x = 0; x < actual.width(); ++x) {
+            if (actual.pixel(x, y) != expected.pixel(x, y)) {
+                return ::testing::AssertionFailure()
+                       << std::hex << actual.pixel(x, y) << " is not " << expected.pixel(x, y)
+                       << std::dec << " at " << x << ", " << y;
+            }
+        }
+    }
+    return ::testing::AssertionSuccess();
+}
+
+QRgb overlaid(QRgb above, QRgb below) {
+    const auto channel = [above, below](int shift) {
+        const unsigned keep = 255 - qAlpha(above);
+        const unsigned product = (below >> shift & 0xff) * keep + 0x80;
+        return ((above >> shift & 0xff) + ((product + (product >> 8)) >> 8)) << shift;
+    };
+    return 0xff000000U | channel(16) | channel(8) | channel(0);
+}
+
+} // namespace
+
+/// The test's own windows stand for other programs; "ours" belong to a process of their own.
+class XcbStillTest : public testing::Test {
+protected:
+    StillRequest request(const QRect& area = whole) const {
+        const Rect source{double(area.x()), double(area.y()), double(area.width()),
+                          double(area.height())};
+        return {displayServer->displays().front().displayID, ours.processID(), source,
+                PixelSize{area.width(), area.height()}};
+    }
+
+    QImage still(const QRect& area = whole) const { return displayServer->still(request(area)); }
+
+    /// Shows one of our windows and looks whether the frame is as it was without it.
+    void expectInvisible(const XWindowSpec& spec) {
+        others.sync();
+        const QImage before = others.screen(whole);
+        const xcb_window_t window = ours.show(spec);
+        EXPECT_NE(others.screen(whole), before);
+        EXPECT_TRUE(samePixels(still(), before));
+        ours.hide(window);
+    }
+
+    test::XServer server;
+    std::unique_ptr<XcbDisplayServer> displayServer =
+        std::make_unique<XcbDisplayServer>(nullptr, server.displayName());
+    XTestClient others{server.displayName()};
+    XTestProcess ours{server.displayName()};
+};
+
+TEST_F(XcbStillTest, ShowsEveryPixelOfTheDisplay) {
+    others.setWallpaper(9, QSize(640, 480));
+    others.show({.area = QRect(100, 50, 300, 200), .seed = 3});
+    const QImage image = still();
+    ASSERT_EQ(image.size(), QSize(640, 480));
+    EXPECT_EQ(image.format(), QImage::Format_RGB32);
+    EXPECT_EQ(image.pixel(0, 0), XTestClient::patternPixel(9, 0, 0, 24));
+    EXPECT_EQ(image.pixel(639, 479), XTestClient::patternPixel(9, 639, 479, 24));
+    EXPECT_EQ(image.pixel(100, 50), XTestClient::patternPixel(3, 0, 0, 24));
+    EXPECT_EQ(image.pixel(399, 249), XTestClient::patternPixel(3, 299, 199, 24));
+    EXPECT_TRUE(samePixels(image, others.screen(whole)));
+}
+
+TEST_F(XcbStillTest, StoredPixelsAreOpaque) {
+    const QImage image = still(QRect(0, 0, 35, 3)); // one block of the copy and a rest
+    for (int x = 0; x < 35; ++x) {
+        EXPECT_EQ(reinterpret_cast<const QRgb*>(image.constScanLine(2))[x], 0xff000000U);
+    }
+}
+
+TEST_F(XcbStillTest, WithoutSourceRectStartsAtTheDisplaysCorner) {
+    others.setWallpaper(9, QSize(640, 480));
+    StillRequest all = request();
+    all.sourceRect = std::nullopt;
+    EXPECT_TRUE(samePixels(displayServer->still(all), others.screen(whole)));
+    all.size = {1, 1};
+    const QImage pixel = displayServer->still(all);
+    ASSERT_EQ(pixel.size(), QSize(1, 1));
+    EXPECT_EQ(pixel.pixel(0, 0), XTestClient::patternPixel(9, 0, 0, 24));
+}
+
+TEST_F(XcbStillTest, SourceRectCutsOutItsPart) {
+    others.setWallpaper(9, QSize(640, 480));
+    const QRect part(13, 27, 201, 99);
+    EXPECT_TRUE(samePixels(still(part), others.screen(part)));
+}
+
+TEST_F(XcbStillTest, WhatLiesBeyondTheDisplayIsBlack) {
+    others.setWallpaper(9, QSize(640, 480));
+    StillRequest wide = request(QRect(600, 470, 40, 10));
+    wide.size = {50, 12};
+    const QImage image = displayServer->still(wide);
+    ASSERT_EQ(image.size(), QSize(50, 12));
+    EXPECT_EQ(image.pixel(39, 9), XTestClient::patternPixel(9, 639, 479, 24));
+    EXPECT_EQ(image.pixel(40, 9), 0xff000000U);
+    EXPECT_EQ(image.pixel(39, 10), 0xff000000U);
+    const QImage outside = still(QRect(5000, 0, 4, 4));
+    EXPECT_EQ(outside.size(), QSize(4, 4));
+    EXPECT_EQ(outside.pixel(3, 3), 0xff000000U);
+}
+
+TEST_F(XcbStillTest, OurWindowShowsTheWindowsBelow) {
+    others.setWallpaper(9, QSize(640, 480));
+    others.show({.area = QRect(50, 50, 200, 200), .seed = 2});
+    others.show({.area = QRect(150, 100, 200, 200), .seed = 3, .borderWidth = 5});
+    expectInvisible({.area = QRect(100, 75, 220, 180), .seed = 7, .borderWidth = 3});
+}
+
+TEST_F(XcbStillTest, OurWindowInTheMiddleOfTheStackShowsWhatIsAroundIt) {
+    others.show({.area = QRect(50, 50, 200, 200), .seed = 2});
+    const xcb_window_t window = ours.show({.area = QRect(100, 75, 220, 180), .seed = 7});
+    others.show({.area = QRect(150, 100, 200, 200), .seed = 3});
+    const QImage image = still();
+    EXPECT_EQ(image.pixel(149, 150), XTestClient::patternPixel(2, 99, 100, 24));
+    EXPECT_EQ(image.pixel(150, 150), XTestClient::patternPixel(3, 0, 50, 24));
+    ours.hide(window);
+    EXPECT_TRUE(samePixels(image, others.screen(whole)));
+}
+
+TEST_F(XcbStillTest, OverlappingAndOffScreenWindowsOfOursAllVanish) {
+    others.setWallpaper(9, QSize(640, 480));
+    others.show({.area = QRect(50, 50, 400, 300), .seed = 2});
+    const QImage before = others.screen(whole);
+    ours.show({.area = QRect(-40, -30, 120, 100), .seed = 7});
+    ours.show({.area = QRect(60, 40, 300, 300), .seed = 8});
+    ours.show({.area = QRect(200, 200, 500, 400), .seed = 6});
+    EXPECT_NE(others.screen(whole), before);
+    EXPECT_TRUE(samePixels(still(), before));
+    const QRect part(190, 30, 60, 200);
+    EXPECT_TRUE(samePixels(still(part), before.copy(part)));
+}
+
+TEST_F(XcbStillTest, OneWindowOverAllOfTheDisplayVanishes) {
+    others.setWallpaper(9, QSize(640, 480));
+    others.show({.area = QRect(50, 50, 400, 300), .seed = 2});
+    expectInvisible({.area = whole, .seed = 7});
+}
+
+TEST_F(XcbStillTest, ShapedWindowsBelowKeepTheirHoles) {
+    others.setWallpaper(9, QSize(640, 480));
+    others.show({.area = QRect(20, 20, 300, 300),
+                 .seed = 2,
+                 .borderWidth = 2,
+                 .shape = {QRect(0, 0, 100, 300), QRect(150, 50, 150, 100)}});
+    expectInvisible({.area = QRect(60, 40, 220, 180), .seed = 7});
+}
+
+TEST_F(XcbStillTest, OurShapedWindowVanishesWithItsHolesUntouched) {
+    others.setWallpaper(9, QSize(640, 480));
+    others.show({.area = QRect(50, 50, 200, 200), .seed = 2});
+    expectInvisible({.area = QRect(20, 20, 300, 300),
+                     .seed = 7,
+                     .shape = {QRect(0, 0, 100, 300), QRect(150, 50, 150, 100)}});
+}
+
+TEST_F(XcbStillTest, ChildWindowsBelowArePartOfTheirWindow) {
+    const xcb_window_t parent = others.show({.area = QRect(40, 40, 300, 200), .seed = 2});
+    const xcb_window_t child =
+        others.show({.area = QRect(50, 30, 150, 100), .seed = 3, .parent = parent});
+    others.show({.area = QRect(10, 10, 50, 50), .seed = 4, .borderWidth = 1, .parent = child});
+    expectInvisible({.area = QRect(20, 20, 250, 150), .seed = 7});
+}
+
+TEST_F(XcbStillTest, InvisibleWindowsBelowAreSkipped) {
+    others.setWallpaper(9, QSize(640, 480));
+    others.show({.area = QRect(0, 0, 640, 480), .onlyTakesInput = true});
+    others.show({.area = QRect(700, 500, 50, 50), .seed = 5});
+    expectInvisible({.area = QRect(60, 40, 220, 180), .seed = 7});
+}
+
+TEST_F(XcbStillTest, TransparentWindowsBelowShowAsTheServerShowsThem) {
+    others.setWallpaper(9, QSize(640, 480));
+    others.show({.area = QRect(50, 50, 300, 200), .seed = 2, .depth = 32});
+    expectInvisible({.area = QRect(100, 75, 220, 180), .seed = 7});
+    expectInvisible({.area = QRect(100, 75, 220, 180), .seed = 7, .depth = 32});
+}
+
+TEST_F(XcbStillTest, TransparentWindowsBelowBlendWhereACompositorRuns) {
+    others.claimCompositor();
+    others.setWallpaper(9, QSize(640, 480));
+    others.show({.area = QRect(50, 50, 300, 200), .seed = 2, .depth = 32});
+    ours.show({.area = QRect(100, 75, 220, 180), .seed = 7});
+    const QImage image = still();
+    for (const QPoint& position : {QPoint(100, 75), QPoint(200, 180), QPoint(319, 249)}) {
+        const QPoint inside = position - QPoint(50, 50);
+        const QRgb above = XTestClient::patternPixel(2, inside.x(), inside.y(), 32);
+        const QRgb below = XTestClient::patternPixel(9, position.x(), position.y(), 24);
+        EXPECT_EQ(image.pixel(position), overlaid(above, below)) << position.x();
+    }
+}
+
+TEST_F(XcbStillTest, WallpaperSmallerThanTheScreenRepeats) {
+    others.setWallpaper(9, QSize(100, 70));
+    expectInvisible({.area = QRect(60, 40, 400, 300), .seed = 7});
+}
+
+TEST_F(XcbStillTest, WallpaperThatIsGoneLeavesBlack) {
+    others.setItems(others.root(), "_XROOTPMAP_ID", XCB_ATOM_PIXMAP, {0x12345});
+    expectInvisible({.area = QRect(60, 40, 400, 300), .seed = 7});
+}
+
+TEST_F(XcbStillTest, FrameOfAWindowManagerVanishesWithOurWindow) {
+    server.startWindowManager();
+    others.setWallpaper(9, QSize(640, 480));
+    others.show({.area = QRect(50, 50, 300, 300), .seed = 2});
+    const QImage before = others.screen(whole);
+    const xcb_window_t window =
+        ours.show({.area = QRect(10, 10, 250, 150), .seed = 7, .overridesRedirect = false});
+    ASSERT_TRUE(others.waitUntilShown(window));
+    ASSERT_NE(others.screen(whole), before);
+    EXPECT_TRUE(samePixels(still(), before));
+}
+
+TEST_F(XcbStillTest, OurWindowDeepInAForeignOneTakesNothingWithIt) {
+    const xcb_window_t panel = others.show({.area = QRect(0, 400, 640, 80), .seed = 2});
+    const xcb_window_t slot =
+        others.show({.area = QRect(600, 10, 24, 24), .seed = 3, .parent = panel});
+    ours.show({.area = QRect(0, 0, 24, 24), .seed = 7, .parent = slot});
+    EXPECT_TRUE(samePixels(still(), others.screen(whole)));
+    EXPECT_EQ(still().pixel(0, 400), XTestClient::patternPixel(2, 0, 0, 24));
+}
+
+TEST_F(XcbStillTest, ManagedWindowOfOursVanishesHoweverDeepItsFrame) {
+    const QImage before = others.screen(whole);
+    const xcb_window_t frame = others.show({.area = QRect(40, 40, 300, 200), .seed = 2});
+    const xcb_window_t wrapper =
+        others.show({.area = QRect(4, 20, 292, 176), .seed = 3, .parent = frame});
+    const xcb_window_t window =
+        ours.show({.area = QRect(0, 0, 292, 176), .seed = 7, .parent = wrapper});
+    others.setItems(others.root(), "_NET_CLIENT_LIST", XCB_ATOM_WINDOW, {window});
+    EXPECT_TRUE(samePixels(still(), before));
+}
+
+TEST_F(XcbStillTest, OnlyTheExcludedProcessIsLeftOut) {
+    ours.show({.area = QRect(60, 40, 400, 300), .seed = 7});
+    StillRequest nobody = request();
+    nobody.excludedProcessID = 0;
+    EXPECT_EQ(displayServer->still(nobody).pixel(60, 40), XTestClient::patternPixel(7, 0, 0, 24));
+    EXPECT_EQ(still().pixel(60, 40), 0xff000000U);
+}
+
+TEST_F(XcbStillTest, EveryConnectionOfThisProcessIsItsOwn) {
+    const QImage before = others.screen(whole);
+    others.show({.area = QRect(60, 40, 400, 300), .seed = 7});
+    XTestClient second(server.displayName());
+    second.show({.area = QRect(200, 200, 100, 100), .seed = 3});
+    StillRequest own = request();
+    own.excludedProcessID = getpid();
+    EXPECT_TRUE(samePixels(displayServer->still(own), before));
+}
+
+TEST_F(XcbStillTest, LeavesThePointerOut) {
+    others.setWallpaper(9, QSize(640, 480));
+    others.movePointer(QPoint(320, 240));
+    EXPECT_EQ(still().pixel(322, 245), XTestClient::patternPixel(9, 322, 245, 24));
+    const xcb_window_t window = ours.show({.area = QRect(300, 220, 100, 100), .seed = 7});
+    EXPECT_EQ(still().pixel(322, 245), XTestClient::patternPixel(9, 322, 245, 24));
+    ours.hide(window);
+}
+
+TEST_F(XcbStillTest, RefusesWhatItCannotGive) {
+    StillRequest wrong = request();
+    wrong.displayID = 1; // the atom PRIMARY, which is no monitor
+    EXPECT_THROW(displayServer->still(wrong), DisplayServerError);
+    for (const PixelSize size :
+         {PixelSize{0, 5}, {5, 0}, {-1, 5}, {5, -1}, {40000, 5}, {5, 40000}}) {
+        StillRequest impossible = request();
+        impossible.size = size;
+        EXPECT_THROW(displayServer->still(impossible), DisplayServerError) << size.width;
+    }
+    EXPECT_EQ(still().size(), whole.size());
+}
+
+TEST_F(XcbStillTest, ServerThatGoesAwayIsAnErrorAndNotTheEnd) {
+    const StillRequest wanted = request();
+    EXPECT_EQ(displayServer->still(wanted).size(), whole.size());
+    server.kill();
+    EXPECT_THROW(displayServer->still(wanted), DisplayServerError);
+    EXPECT_THROW(displayServer->still(wanted), DisplayServerError);
+    EXPECT_THROW(displayServer->displays(), DisplayServerError);
+    EXPECT_EQ(displayServer->visibleFrame(wanted.displayID), std::nullopt);
+    EXPECT_EQ(displayServer->pointerLocation(), std::nullopt);
+    displayServer.reset();
+    EXPECT_EQ(sharedFrameCount(), 0);
+    EXPECT_THROW(XcbDisplayServer(nullptr, server.displayName()), DisplayServerError);
+}
+
+TEST_F(XcbStillTest, ServerThatDiesInTheMiddleOfAFrameIsAnError) {
+    const StillRequest wanted = request();
+    std::atomic<int> taken = 0;
+    std::atomic<bool> failed = false;
+    std::thread worker([&] {
+        try {
+            while (true) {
+                displayServer->still(wanted);
+                ++taken;
+            }
+        } catch (const DisplayServerError&) {
+            failed = true;
+        }
+    });
+    while (taken < 20) {
+        std::this_thread::yield();
+    }
+    server.kill();
+    worker.join();
+    EXPECT_TRUE(failed);
+}
+
+TEST_F(XcbStillTest, ManyFramesLeaveNothingBehind) {
+    others.setWallpaper(9, QSize(640, 480));
+    others.show({.area = QRect(50, 50, 300, 200), .seed = 2, .depth = 32});
+    ours.show({.area = QRect(100, 75, 220, 180), .seed = 7});
+    const QImage first = still();
+    const int files = openFileCount();
+    const int segments = sharedFrameCount();
+    EXPECT_EQ(segments, 1);
+    for (int frame = 0; frame < 200; ++frame) {
+        ASSERT_EQ(still(), first) << frame;
+    }
+    StillRequest wrong = request();
+    wrong.displayID = 1;
+    EXPECT_THROW(displayServer->still(wrong), DisplayServerError);
+    EXPECT_EQ(openFileCount(), files);
+    EXPECT_EQ(sharedFrameCount(), segments);
+    displayServer.reset();
+    EXPECT_EQ(sharedFrameCount(), 0);
+}
+
+TEST_F(XcbStillTest, FramesAreWholeWhileWindowsComeAndGo) {
+    others.setWallpaper(9, QSize(640, 480));
+    const QImage before = others.screen(whole);
+    ours.show({.area = QRect(100, 75, 220, 180), .seed = 7});
+    std::atomic<bool> done = false;
+    std::thread churn([&] {
+        XTestProcess busy(server.displayName());
+        while (!done) {
+            busy.hide(busy.show({.area = QRect(80, 60, 60, 60), .seed = 3}));
+        }
+    });
+    for (int frame = 0; frame < 100; ++frame) {
+        const QImage image = still();
+        EXPECT_EQ(image.pixel(300, 200), before.pixel(300, 200));
+        const QRgb corner = image.pixel(110, 90);
+        EXPECT_TRUE(corner == before.pixel(110, 90) ||
+                    corner == XTestClient::patternPixel(3, 30, 30, 24));
+        // One half of the small window lies below ours: both halves are of one moment.
+        EXPECT_EQ(corner == before.pixel(110, 90), image.pixel(90, 90) == before.pixel(90, 90));
+    }
+    done = true;
+    churn.join();
+}
+
+TEST_F(XcbStillTest, OperationsMayComeFromManyThreads) {
+    const StillRequest wanted = request();
+    others.setWallpaper(9, QSize(640, 480));
+    const QImage expected = others.screen(whole);
+    std::atomic<int> wrong = 0;
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; ++number) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 20; ++round) {
+                wrong += displayServer->still(wanted) == expected ? 0 : 1;
+                wrong += displayServer->displays().size() == 1 ? 0 : 1;
+                wrong += displayServer->pointerLocation() ? 0 : 1;
+                wrong += displayServer->visibleFrame(wanted.displayID) ? 0 : 1;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0);
+}
+
+} // namespace lumivane

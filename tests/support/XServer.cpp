@@ -1,0 +1,102 @@
+#include "support/XServer.h"
+
+#include "support/XTestClient.h"
+#include "support/XTestProcess.h"
+
+#include <QProcessEnvironment>
+
+#include <signal.h>
+
+#include <chrono>
+#include <stdexcept>
+
+namespace lumivane::test {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+XServer::XServer(const QSize& size) {
+    startInOwnGroup(m_server, u"Xvfb"_qs,
+                    {u"-displayfd"_qs, u"1"_qs, u"-screen"_qs, u"0"_qs,
+                     u"%1x%2x24"_qs.arg(size.width()).arg(size.height()), u"-nolisten"_qs,
+                     u"tcp"_qs, u"-noreset"_qs});
+    while (!m_server.canReadLine()) {
+        if (!m_server.waitForReadyRead(20000)) {
+            endGroup(m_server);
+            throw std::runtime_error("the X server did not come up");
+        }
+    }
+    m_displayName = ':' + m_server.readLine().trimmed();
+}
+
+XServer::~XServer() {
+    endGroup(m_windowManager);
+    endGroup(m_server);
+}
+
+void XServer::kill() {
+    ::kill(static_cast<pid_t>(m_server.processId()), SIGKILL);
+    m_server.waitForFinished();
+}
+
+void XServer::startWindowManager() {
+    m_windowManager.setProcessEnvironment(environment());
+    startInOwnGroup(m_windowManager, u"openbox"_qs, {});
+    // It announces itself long before it looks after windows, and forgets those that come in
+    // between. So windows are shown until one of them gets its frame.
+    XTestClient client(m_displayName);
+    for (int attempt = 0; attempt < 200; ++attempt) {
+        const xcb_window_t window =
+            client.show({.area = QRect(0, 0, 20, 20), .overridesRedirect = false});
+        const bool isManaged = client.waitUntil(milliseconds(100), [&] {
+            return client.parent(window).value_or(client.root()) != client.root();
+        });
+        client.hide(window);
+        if (isManaged) {
+            client.waitUntil(seconds(10), [&] { return client.managedWindows().empty(); });
+            return;
+        }
+    }
+    throw std::runtime_error("the window manager did not come up");
+}
+
+void XServer::addMonitor(const QString& name, const QRect& area) {
+    const QString place =
+        u"%1/300x%2/300+%3+%4"_qs.arg(area.width()).arg(area.height()).arg(area.x()).arg(area.y());
+    const bool takesOutput = m_outputMonitor.isEmpty();
+    run(u"xrandr"_qs, {u"--setmonitor"_qs, (takesOutput ? u"*"_qs : QString()) + name, place,
+                       takesOutput ? u"screen"_qs : u"none"_qs});
+    if (takesOutput) {
+        m_outputMonitor = name;
+    }
+}
+
+void XServer::removeMonitor(const QString& name) {
+    run(u"xrandr"_qs, {u"--delmonitor"_qs, name});
+    if (name == m_outputMonitor) {
+        m_outputMonitor.clear();
+    }
+}
+
+QByteArray XServer::run(const QString& program, const QStringList& arguments) const {
+    QProcess process;
+    process.setProcessEnvironment(environment());
+    startInOwnGroup(process, program, arguments);
+    process.waitForFinished(20000);
+    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
+        endGroup(process);
+        throw std::runtime_error(program.toStdString() + " failed");
+    }
+    return process.readAllStandardOutput();
+}
+
+QProcessEnvironment XServer::environment() const {
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"DISPLAY"_qs, QString::fromLatin1(m_displayName));
+    for (const auto* folder : {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME"}) {
+        environment.insert(QString::fromLatin1(folder), m_home.path());
+    }
+    return environment;
+}
+
+} // namespace lumivane::test
