@@ -287,4 +287,15 @@ TEST_F(SystemLogSinkTest, IntervalsHaveProbesInTheProgram) {
     EXPECT_TRUE(image.contains(QByteArray("lumivane\0interval__end\0", 23)));
 }
 
+TEST(SystemLogSinkJournal, OutputThatSomebodyKeepsIsPreferredToTheJournal) {
+    QTemporaryDir folder;
+    QFile file(folder.filePath(u"kept.log"_qs));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    EXPECT_EQ(SystemLogSink::journalFor(file.handle()), std::string_view());
+
+    const ErrorPipe pipe;
+    EXPECT_EQ(SystemLogSink::journalFor(pipe.writer()), SystemLogSink::systemJournal);
+    EXPECT_EQ(SystemLogSink::journalFor(-1), SystemLogSink::systemJournal);
+}
+
 } // namespace lumivane

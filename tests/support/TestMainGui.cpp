@@ -4,8 +4,6 @@
 
 int main(int argc, char** argv) {
     // The build lists the tests of a program by running it, on machines without a display too.
-
-    // Unless a test asks for a display; the listing of tests at build time asks for none.
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }

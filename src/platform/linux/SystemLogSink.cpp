@@ -4,6 +4,7 @@
 #include <pthread.h>
 #include <sys/sdt.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -100,6 +101,12 @@ void writeAtOnce(int descriptor, std::string_view text) {
 }
 
 } // namespace
+
+std::string_view SystemLogSink::journalFor(int errorDescriptor) noexcept {
+    struct stat status {};
+    const bool isFile = fstat(errorDescriptor, &status) == 0 && S_ISREG(status.st_mode);
+    return isFile || isatty(errorDescriptor) != 0 ? std::string_view() : systemJournal;
+}
 
 SystemLogSink::SystemLogSink(Verbosity verbosity, std::string_view journalPath,
                              int errorDescriptor) noexcept

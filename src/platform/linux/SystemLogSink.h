@@ -31,6 +31,10 @@ public:
     /// The socket at which a journal listens, if one runs.
     static constexpr std::string_view systemJournal = "/run/systemd/journal/socket";
 
+    /// The journal to write to: none where `errorDescriptor` is a terminal or a file, since then
+    /// somebody started the program by hand or keeps its output and looks there.
+    static std::string_view journalFor(int errorDescriptor) noexcept;
+
     /// A journal that starts or stops later is noticed. `errorDescriptor` stays the caller's.
     explicit SystemLogSink(Verbosity verbosity = Verbosity::standard,
                            std::string_view journalPath = systemJournal,
