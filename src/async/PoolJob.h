@@ -40,10 +40,7 @@ QCoro::Task<std::invoke_result_t<Job, std::stop_token>> runOnPool(QThreadPool& p
     };
     // QThreadPool wants a copyable callable; jobs may hold what can only be moved.
     auto shared = std::make_shared<decltype(work)>(std::move(work));
-    pool.start([shared = std::move(shared)]() mutable {
-        (*shared)();
-        shared.reset();
-    });
+    pool.start([shared = std::move(shared)] { (*shared)(); });
     co_return co_await finished.wait(stop);
 }
 

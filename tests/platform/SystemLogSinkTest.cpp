@@ -251,6 +251,7 @@ TEST_F(SystemLogSinkTest, LinesOfManyThreadsDoNotMix) {
     constexpr int lines = 50;
     {
         std::vector<std::jthread> writers;
+        writers.reserve(threads);
         for (int writer = 0; writer < threads; ++writer) {
             writers.emplace_back([&sink, writer] {
                 const std::string text(100, static_cast<char>('a' + writer));
