@@ -72,6 +72,12 @@ struct Labelled {
     std::string_view label;
 };
 
+// Written out, since not every compiler that reads this file deduces them for an aggregate.
+template <typename Case>
+Plain(Case, std::string_view) -> Plain<Case>;
+template <typename Case>
+Labelled(Case, std::string_view, std::string_view) -> Labelled<Case>;
+
 inline constexpr std::array resultKind{
     Plain{ResultKind::choice, "choice"},
     Plain{ResultKind::answers, "answers"},
