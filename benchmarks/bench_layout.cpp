@@ -46,8 +46,8 @@ std::vector<TextFragment> page(std::size_t count, Script script) {
 bool measure(const char* name, Script script) {
     const auto small = page(5'000, script);
     const auto large = page(50'000, script);
-    bench::Samples smallTimes;
-    bench::Samples largeTimes;
+    bench::Samples smallTimes(bench::Samples::Time::processor);
+    bench::Samples largeTimes(bench::Samples::Time::processor);
     for (int round = 0; round < 15; ++round) {
         for (int repetition = 0; repetition < 4; ++repetition) {
             smallTimes.measure([&] { ScreenTextLayout::transcript(small); });

@@ -31,6 +31,9 @@ if(LUMIVANE_SANITIZERS)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # GCC 12 reports false positives in library headers once sanitizer code is in between.
     target_compile_options(lumivane_flags INTERFACE -Wno-maybe-uninitialized)
+  else()
+    # Clang 14 cannot assemble coroutines with this check in front of each function.
+    target_compile_options(lumivane_flags INTERFACE -fno-sanitize=function)
   endif()
 endif()
 
