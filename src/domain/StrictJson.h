@@ -52,7 +52,7 @@ public:
 
 /// What a reader is ready to take from a peer or a store.
 struct JsonLimits {
-    std::int64_t maximumBytes = 4 * 1024 * 1024;
+    std::int64_t maximumBytes = std::int64_t{4} * 1024 * 1024;
     int maximumDepth = 32; ///< an array or object in nothing else has depth 1
 };
 

@@ -24,7 +24,7 @@ public:
     static constexpr std::chrono::seconds healthTimeout{5};
 
     /// A longer body of an answer is refused as `invalidResponse` and not read to its end.
-    static constexpr std::int64_t maximumResponseBytes = 4 * 1024 * 1024;
+    static constexpr std::int64_t maximumResponseBytes = std::int64_t{4} * 1024 * 1024;
 
     /// Sends everything by `transport`, with the time-out of each kind of request. The base is
     /// `baseURL`, else the one the application is set to, else the local service; one that the
