@@ -1,3 +1,4 @@
+#include "server/analysis/ChatCompletionsEngine.h"
 #include "server/analysis/ExtractiveEngine.h"
 #include "server/application/LumivaneService.h"
 #include "server/configuration/CommandLine.h"
@@ -44,14 +45,31 @@ void stopOnSignal(asio::signal_set& signals, HttpServer& server) {
     });
 }
 
+std::unique_ptr<AnalysisEngine> makeEngine(const ServiceConfiguration& configuration,
+                                           asio::thread_pool& pool) {
+    if (!configuration.chat) {
+        return std::make_unique<ExtractiveEngine>(pool);
+    }
+    const ChatSettings& chat = *configuration.chat;
+    try {
+        auto transport = makeHttpChatTransport(parseChatEndpoint(chat.baseUrl), chat.apiKey);
+        return std::make_unique<ChatCompletionsEngine>(
+            std::move(transport), chat.model, PromptLibrary::load(configuration.promptsFolder));
+    } catch (const ChatEndpointError& error) {
+        throw ConfigurationError(std::string("\"chat_base_url\" ") + error.what());
+    } catch (const PromptError& error) {
+        throw ConfigurationError(std::string("\"prompts_folder\": ") + error.what());
+    }
+}
+
 int serve(const ServiceConfiguration& configuration) {
     const std::string token = configuration.developmentToken
                                   ? *configuration.developmentToken
                                   : loadOrMakeDevelopmentToken(configuration.dataFolder);
     asio::thread_pool pool(workThreads);
     asio::io_context context(1);
-    ExtractiveEngine engine(pool);
-    HttpServer server(context, makeServiceRouter(BearerToken(token), engine, pool), ServerLimits{},
+    const auto engine = makeEngine(configuration, pool);
+    HttpServer server(context, makeServiceRouter(BearerToken(token), *engine, pool), ServerLimits{},
                       writeToStandardError);
     server.listen(ListenAddress{configuration.address, configuration.port});
     asio::signal_set signals(context, SIGINT, SIGTERM);

@@ -165,8 +165,12 @@ bool holdsIdeographicCue(std::string_view word) {
 
 bool isEndOfSpan(const std::vector<std::string>& words, std::size_t index) {
     static constexpr std::array spans{"day"sv, "week"sv, "month"sv, "quarter"sv, "year"sv};
-    return index >= 2 && isIn(spans, words[index]) && words[index - 1] == "of" &&
-           words[index - 2] == "end";
+    if (index < 2 || !isIn(spans, words[index])) {
+        return false;
+    }
+    const bool hasArticle = words[index - 1] == "the" || words[index - 1] == "this";
+    const std::size_t of = hasArticle ? index - 2 : index - 1;
+    return of >= 1 && words[of] == "of" && words[of - 1] == "end";
 }
 
 bool isMomentAt(const std::vector<std::string>& words, std::size_t index) {

@@ -38,14 +38,18 @@ public:
         return chooseSentences(m_sentences, m_scores, marks, taken, count);
     }
 
-    // Code only where nothing else is left to tell what the screen shows.
+    // Quotes only where there is no prose, and code only where nothing else tells what the screen
+    // shows.
     std::vector<std::size_t> chooseMain(std::size_t count,
                                         const std::vector<std::size_t>& taken) const {
-        auto chosen = choose(count, taken, [](const ScreenSentence& sentence) {
-            return sentence.kind != SentenceKind::code;
-        });
-        if (chosen.empty() && taken.empty()) {
-            chosen = choose(count, taken, [](const ScreenSentence&) { return true; });
+        std::vector<std::size_t> chosen;
+        for (const auto kind : {SentenceKind::prose, SentenceKind::quoted, SentenceKind::code}) {
+            const bool isWanted = chosen.empty() && (kind == SentenceKind::prose || taken.empty());
+            if (isWanted) {
+                chosen = choose(count, taken, [kind](const ScreenSentence& sentence) {
+                    return sentence.kind == kind;
+                });
+            }
         }
         return chosen;
     }

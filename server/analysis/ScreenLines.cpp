@@ -20,6 +20,7 @@ struct Line {
     std::string text;
     SentenceKind kind = SentenceKind::prose;
     bool startsItem = false;
+    bool isComment = false;
     std::size_t length = 0; // code points
 };
 
@@ -60,6 +61,16 @@ std::vector<std::string_view> cellsOf(std::string_view line) {
     return cells;
 }
 
+// Enough words, counts and positions aside.
+bool isContentCell(std::string_view cell) {
+    const auto hasDigit = [](const std::string& word) {
+        return word.find_first_of("0123456789") != std::string::npos;
+    };
+    const auto words = wordsOf(cell);
+    const auto counts = std::count_if(words.begin(), words.end(), hasDigit);
+    return readingWords(cell) >= wordsOfCell + static_cast<std::size_t>(counts);
+}
+
 std::string rowText(std::string_view line) {
     const auto cells = cellsOf(line);
     if (cells.size() < 2) {
@@ -69,7 +80,7 @@ std::string rowText(std::string_view line) {
     bool hasContentCell = false;
     for (const std::string_view cell : cells) {
         row.append(row.empty() ? "" : ", ").append(cell);
-        hasContentCell = hasContentCell || readingWords(cell) >= wordsOfCell;
+        hasContentCell = hasContentCell || isContentCell(cell);
     }
     if (!hasContentCell && timeMention(wordsOf(row)) != TimeMention::deadline) {
         row.clear();
@@ -95,7 +106,8 @@ bool isPrompt(std::string_view line) {
 }
 
 bool isPathOrAddress(std::string_view word) {
-    if (word.find("://") != std::string_view::npos || word.starts_with("www.")) {
+    if (word.find('@') != std::string_view::npos || word.find("://") != std::string_view::npos ||
+        word.starts_with("www.")) {
         return true;
     }
     const auto separators =
@@ -164,6 +176,13 @@ bool takeCommentMarks(std::string_view& line) {
     return isComment;
 }
 
+// "Subject: Spring fair", "Status: Open": a form's entry goes on from no other line.
+bool beginsWithLabel(std::string_view line) {
+    const auto colon = line.find(": ");
+    return colon != std::string_view::npos && colon > 0 && colon <= 20 &&
+           std::count(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(colon), ' ') <= 1;
+}
+
 Line readLine(std::string_view raw) {
     Line line;
     const std::string seen = visible(raw);
@@ -174,10 +193,10 @@ Line readLine(std::string_view raw) {
     if (rest.empty() || isPrompt(rest) || isPlaceLine(rest) || rest.starts_with("[\u2026 ")) {
         return line;
     }
-    const bool isComment = takeCommentMarks(rest);
-    line.startsItem = takeItemMarks(rest);
+    line.isComment = takeCommentMarks(rest);
+    line.startsItem = takeItemMarks(rest) || beginsWithLabel(rest);
     line.text = rowText(rest);
-    if (!isComment && line.kind == SentenceKind::prose && isCodeLike(line.text)) {
+    if (!line.isComment && line.kind == SentenceKind::prose && isCodeLike(line.text)) {
         line.kind = SentenceKind::code;
     }
     line.length = countCodePoints(line.text);
@@ -201,7 +220,8 @@ bool beginsLower(std::string_view text) {
 
 // Whether `next` goes on where `last` was wrapped at the edge of a column of `width`.
 bool goesOn(const Line& last, const Line& next, std::size_t width) {
-    if (next.startsItem || last.kind != next.kind || last.kind == SentenceKind::code) {
+    if (next.startsItem || last.kind != next.kind || last.isComment != next.isComment ||
+        last.kind == SentenceKind::code) {
         return false;
     }
     if (readingWords(last.text) < wordsOfWrapped) {
@@ -257,7 +277,8 @@ bool isCodeLike(std::string_view line) {
     };
     const auto marks = std::count_if(line.begin(), line.end(), isSymbol);
     return opensBlock || static_cast<std::size_t>(marks) * 6 > line.size() ||
-           line.starts_with("import ") || line.starts_with("#include");
+           (line.starts_with("from ") && holds(" import ")) || line.starts_with("import ") ||
+           line.starts_with("#include");
 }
 
 std::vector<ScreenPassage> passagesOf(std::string_view transcript) {

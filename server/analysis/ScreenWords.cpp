@@ -6,7 +6,7 @@ namespace lumivane::service {
 
 namespace {
 
-constexpr std::size_t charactersPerWord = 3;
+constexpr std::size_t charactersPerWord = 2;
 
 std::string bareLower(std::string_view part) {
     std::string lower;

@@ -15,7 +15,7 @@ std::vector<std::string> wordsOf(std::string_view text);
 /// blanks each pair of neighbours.
 std::vector<std::string> termsOf(std::string_view text);
 
-/// How much there is to read, in words; three characters of a script without blanks are one.
+/// How much there is to read, in words; two characters of a script without blanks are one.
 std::size_t readingWords(std::string_view text);
 
 /// The letters and digits alone, in lower case: equal for lines that differ only in trimmings.

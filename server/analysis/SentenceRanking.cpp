@@ -119,7 +119,7 @@ std::vector<double> rankSentences(const std::vector<ScreenSentence>& sentences) 
     for (std::size_t index = 0; index < sentences.size(); ++index) {
         const ScreenSentence& sentence = sentences[index];
         const double place = static_cast<double>(index) / static_cast<double>(sentences.size());
-        const double position = 0.35 * (1.0 - place) + (index == 0 ? 0.3 : 0.0);
+        const double position = 0.5 * (1.0 - place) + (index == 0 ? 0.3 : 0.0);
         const double content = highest > 0 ? scores[index] / highest : 0;
         scores[index] = (content * lengthFactor(sentence.words) + position + boost(sentence)) *
                         kindFactor(sentence.kind);

@@ -22,6 +22,7 @@ namespace {
 
 constexpr std::string_view variablePrefix = "LUMIVANE_SERVICE_";
 constexpr std::size_t fileBytes = 1024 * 1024;
+constexpr std::size_t fewestTokenCharacters = 16;
 
 std::string readFile(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -127,6 +128,18 @@ std::uint16_t portOf(const SettingText& setting) {
     return port;
 }
 
+// Both go into a header line as they stand.
+std::string headerSafe(const SettingText& setting, std::size_t fewest) {
+    const auto isPlain = [](char character) { return character > ' ' && character < 0x7F; };
+    const bool isUsable = setting.text.size() >= fewest &&
+                          std::all_of(setting.text.begin(), setting.text.end(), isPlain);
+    if (!isUsable) {
+        throw ConfigurationError(setting.source + " must have at least " + std::to_string(fewest) +
+                                 " visible ASCII characters");
+    }
+    return setting.text;
+}
+
 std::optional<ChatSettings> chatOf(const SettingTexts& settings) {
     const auto url = take(settings, "chat_base_url");
     const auto model = take(settings, "chat_model");
@@ -143,19 +156,9 @@ std::optional<ChatSettings> chatOf(const SettingTexts& settings) {
     }
     ChatSettings chat{nonEmpty(*url), nonEmpty(*model), std::nullopt};
     if (key) {
-        chat.apiKey = nonEmpty(*key);
+        chat.apiKey = headerSafe(*key, 1);
     }
     return chat;
-}
-
-std::string tokenOf(const SettingText& setting) {
-    const auto isPlain = [](char character) { return character > ' ' && character < 0x7F; };
-    const bool isUsable =
-        setting.text.size() >= 16 && std::all_of(setting.text.begin(), setting.text.end(), isPlain);
-    if (!isUsable) {
-        throw ConfigurationError(setting.source + " must have at least 16 visible characters");
-    }
-    return setting.text;
 }
 
 } // namespace
@@ -204,7 +207,7 @@ ServiceConfiguration loadConfiguration(const std::optional<fs::path>& named,
     configuration.promptsFolder =
         prompts ? fs::path(nonEmpty(*prompts)) : defaultPromptsFolder(surroundings);
     if (const auto token = take(settings, "development_token")) {
-        configuration.developmentToken = tokenOf(*token);
+        configuration.developmentToken = headerSafe(*token, fewestTokenCharacters);
     }
     return configuration;
 }

@@ -1,8 +1,8 @@
 #include "server/http/HttpConnection.h"
 
 #include "server/http/ErrorEnvelope.h"
-#include "server/http/MonotonicTime.h"
 #include "server/http/RequestId.h"
+#include "server/work/MonotonicTime.h"
 
 #include <boost/asio/experimental/awaitable_operators.hpp>
 
@@ -86,6 +86,7 @@ asio::awaitable<bool> HttpConnection::serveOne() {
     bool written = false;
     const bool keepsOpen = response && m_keepsAlive && !m_isFinishing;
     if (response) {
+        response->headers.emplace_back("X-Request-Id", m_requestId);
         const auto after = keepsOpen ? AfterAnswer::keepOpen : AfterAnswer::close;
         const auto body = m_method == HttpMethod::head ? AnswerBody::leftOut : AnswerBody::sent;
         written = co_await writeResponse(m_stream, std::move(*response), body, after,

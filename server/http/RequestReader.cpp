@@ -161,14 +161,23 @@ asio::awaitable<bool> RequestReader::waitForFirstByte() {
 asio::awaitable<ReadEnd> RequestReader::readHead() {
     Impl& impl = *m_impl;
     impl.startRequest();
+    std::size_t headBytes = 0;
     impl.stream.arm(impl.limits.header, ConnectionStream::AtDeadline::breakOffRead);
     while (!impl.parser->is_header_done()) {
         error_code error;
+        const std::size_t before = impl.buffer.size();
         const bool wantsMore = impl.parse(error);
+        headBytes += before - impl.buffer.size();
+        // The parser's own limit is for what it holds at one time, not for all fields together.
+        const bool isUnfinished = !impl.parser->is_header_done();
+        const std::size_t known = headBytes + (isUnfinished ? impl.buffer.size() : 0);
+        if (!error && known > impl.limits.headerBytes) {
+            error = http::error::header_limit;
+        }
         if (error) {
             co_return endOf(error);
         }
-        if (wantsMore && !impl.parser->is_header_done()) {
+        if (wantsMore && isUnfinished) {
             const Outcome outcome = co_await impl.readMore(headStep);
             if (outcome != Outcome::data) {
                 co_return endOf(outcome);

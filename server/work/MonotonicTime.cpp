@@ -1,4 +1,4 @@
-#include "server/http/MonotonicTime.h"
+#include "server/work/MonotonicTime.h"
 
 namespace lumivane::service {
 

@@ -1,0 +1,172 @@
+#include "server/analysis/Extraction.h"
+
+#include "server/work/MonotonicTime.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+namespace lumivane::service {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+std::string screen(const std::string& name) {
+    std::ifstream file(std::string(LUMIVANE_TEST_DATA) + "/screens/" + name + ".txt");
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+std::string summary(const std::string& name) {
+    return extractSummary(screen(name)).value_or("none");
+}
+
+} // namespace
+
+TEST(Extraction, News) {
+    EXPECT_EQ(summary("news"),
+              "Residents can send comments on the ferry timetable until 28 March.\n"
+              "Will the fares stay at the level of the harbour bus?\n"
+              "Harbour town votes for a second ferry line\n"
+              "The new line will link the old market with the island school, and the first boats "
+              "are expected to sail in spring.\n"
+              "Supporters say that the ferry will take four hundred cars a day off the harbour "
+              "bridge, which has been closed twice this year for repairs.");
+}
+
+TEST(Extraction, Mail) {
+    EXPECT_EQ(summary("mail"),
+              "Please send me your list of stalls by Friday.\n"
+              "Can you also ask the school choir whether they sing again?\n"
+              "Subject: Budget for the spring fair\n"
+              "The hall costs less than last year, but the stage has become more expensive, so "
+              "the budget stays the same.");
+}
+
+TEST(Extraction, Ticket) {
+    const std::string text = summary("ticket");
+    EXPECT_EQ(text.find("Due date: 14 March 2026\n"
+                        "Does this also happen with reports that hold only charts?\n"
+                        "Export stops after the first page when a report has images\n"),
+              0U)
+        << text;
+    EXPECT_EQ(text.find("Add a comment"), std::string::npos);
+}
+
+TEST(Extraction, CodeIsToldByItsComments) {
+    EXPECT_EQ(summary("code"),
+              "Rounds half a cent away from zero, as the tax office asks for invoices.\n"
+              "The discount applies before tax, so the order of these steps matters.");
+}
+
+TEST(Extraction, TerminalIsToldByWhatFailed) {
+    const std::string text = summary("terminal");
+    EXPECT_NE(text.find("error: expected fare 240 but the table says 250"), std::string::npos);
+    EXPECT_NE(text.find("1 test failed, 47 tests passed in 4.1 seconds"), std::string::npos);
+    EXPECT_EQ(text.find("kim@desk"), std::string::npos);
+    EXPECT_EQ(text.find("pytest"), std::string::npos);
+}
+
+TEST(Extraction, OtherLanguages) {
+    EXPECT_EQ(summary("german"),
+              "Bitte geben Sie die Erklärung bis zum 24. April im Sekretariat ab.\n"
+              "Wer kann an der Station bei der Ankunft helfen?\n"
+              "die Klassenfahrt führt in diesem Jahr an die See.\n"
+              "Für die Klassenfahrt brauchen wir von allen Kindern die unterschriebene Erklärung.");
+    EXPECT_EQ(summary("japanese"), "申し込みは3月14日まで受け付けます。\n"
+                                   "発表したい人はいますか？\n"
+                                   "来月の勉強会は新しい会議室で開きます。\n"
+                                   "勉強会の資料は事前に共有フォルダへ置いてください。");
+}
+
+TEST(Extraction, TableRowsWithADateLead) {
+    EXPECT_EQ(summary("table"), "Print the posters for the fair, Tom, open\n"
+                                "The fair committee meets again when the hall is booked.");
+}
+
+TEST(Extraction, AScreenOfFurnitureHasNothingToTell) {
+    EXPECT_EQ(extractSummary(screen("chrome")), std::nullopt);
+    EXPECT_EQ(extractSummary(""), std::nullopt);
+    EXPECT_EQ(extractSummary("?!? --- ..."), std::nullopt);
+}
+
+TEST(Extraction, EqualSentencesKeepScreenOrder) {
+    EXPECT_EQ(extractSummary("alpha bravo charlie delta\n\necho foxtrot golf hotel\n\n"
+                             "india juliett kilo lima\n\nmike november oscar papa"),
+              "alpha bravo charlie delta\necho foxtrot golf hotel\nindia juliett kilo lima");
+}
+
+TEST(Extraction, NearlyEqualSentencesAreToldOnce) {
+    EXPECT_EQ(extractSummary("Second ferry line for the harbour\n\n"
+                             "The harbour gets a second ferry line\n\n"
+                             "Tickets stay as cheap as they were"),
+              "Second ferry line for the harbour\nTickets stay as cheap as they were");
+}
+
+TEST(Extraction, LongSentencesAreCutWithAMark) {
+    std::string text = "word";
+    for (int index = 0; index < 100; ++index) {
+        text += " word" + std::to_string(index);
+    }
+    const std::string line = extractSummary(text).value_or("");
+    EXPECT_TRUE(line.ends_with("…"));
+    EXPECT_LE(line.size(), 242U);
+    EXPECT_GE(line.size(), 200U);
+}
+
+TEST(Extraction, WishGivesWhatWasAskedFor) {
+    PromptWish wish;
+    wish.wantsSummary = true;
+    wish.wantsDeadlines = true;
+    wish.lines = 1;
+    EXPECT_EQ(extractWish(screen("mail"), wish),
+              "Subject: Budget for the spring fair\n"
+              "Deadlines:\n- Please send me your list of stalls by Friday.");
+    wish.wantsQuestions = true;
+    wish.wantsSummary = false;
+    EXPECT_EQ(extractWish("There is nothing to do at all today", wish),
+              "No deadlines found.\nNo questions found.");
+    EXPECT_EQ(extractWish("OK", wish), std::nullopt);
+}
+
+// Shapes that would cost a careless reading the square of their length.
+TEST(Extraction, HostileTextIsReadInBoundedTime) {
+    const auto repeated = [](const std::string& part) {
+        std::string text;
+        while (text.size() < 48'000) {
+            text += part;
+        }
+        return text;
+    };
+    for (const char* part : {".", ">", "a   ", "- ", "?\" ", "(", "\n", "a\n", "a. ", "é", "日",
+                             "\xFF", " ", "$", "/", "by ", "1.", "// ", "due 14 march a b. "}) {
+        const MonotonicTime started = monotonicNow();
+        extractSummary(repeated(part));
+        EXPECT_LT(monotonicNow() - started, 2s) << part;
+    }
+}
+
+TEST(PromptWish, ReadsPromptsThatItUnderstandsWhole) {
+    const auto wish = readPromptWish("Summarise the screen in two lines, then list any deadlines.");
+    ASSERT_TRUE(wish);
+    const PromptWish expected{true, true, false, 2};
+    EXPECT_EQ(*wish, expected);
+    EXPECT_TRUE(readPromptWish("TL;DR please")->wantsSummary);
+    EXPECT_TRUE(readPromptWish("List all open questions")->wantsQuestions);
+    EXPECT_EQ(readPromptWish("What is due?"), (PromptWish{false, true, false, std::nullopt}));
+    EXPECT_EQ(readPromptWish("Key points in 3 lines")->lines, 3U);
+}
+
+TEST(PromptWish, RefusesWhatItCouldOnlyHalfAnswer) {
+    for (const char* prompt : {"Translate the screen", "Summarise the screen in French", "", "the",
+                               "?", "List deadlines and write a reply", "Fasse den Text zusammen",
+                               "Summarise in two lines or three lines", "Summarise in 12 lines"}) {
+        EXPECT_EQ(readPromptWish(prompt), std::nullopt) << prompt;
+    }
+}
+
+} // namespace lumivane::service

@@ -1,0 +1,106 @@
+#include "server/TemporaryFolder.h"
+#include "server/TestClient.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
+namespace lumivane::service {
+
+using test::TemporaryFolder;
+using test::TestClient;
+
+namespace {
+
+struct ScriptResult {
+    int status = -1;
+    std::string output;
+};
+
+} // namespace
+
+class LocalScriptsTest : public testing::Test {
+protected:
+    LocalScriptsTest() {
+        run = folder.path() / "run";
+        std::filesystem::create_directory(run);
+        std::filesystem::permissions(run, std::filesystem::perms(0700));
+    }
+
+    ~LocalScriptsTest() override { script("local-down"); }
+
+    ScriptResult script(const std::string& name) const {
+        const auto build =
+            std::filesystem::path(LUMIVANE_SERVICE_EXECUTABLE).parent_path().parent_path().string();
+        const std::string command =
+            "HOME='" + folder.path().string() + "' XDG_RUNTIME_DIR='" + run.string() +
+            "' XDG_DATA_HOME= XDG_CONFIG_HOME= LUMIVANE_SERVICE_PORT=0 LUMIVANE_BUILD_DIR='" +
+            build + "' '" + LUMIVANE_SCRIPTS_FOLDER + "/" + name + "' 2>&1";
+        ScriptResult result;
+        FILE* pipe = ::popen(command.c_str(), "r");
+        std::array<char, 1024> bytes{};
+        while (std::fgets(bytes.data(), bytes.size(), pipe) != nullptr) {
+            result.output += bytes.data();
+        }
+        const int status = ::pclose(pipe);
+        result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return result;
+    }
+
+    static int portIn(const std::string& output) {
+        const auto at = output.find("http://127.0.0.1:");
+        return at == std::string::npos ? 0 : std::atoi(output.c_str() + at + 17);
+    }
+
+    TemporaryFolder folder;
+    std::filesystem::path run;
+};
+
+TEST_F(LocalScriptsTest, StartsOnceAndStopsWhatItStarted) {
+    const auto started = script("local-up");
+    ASSERT_EQ(started.status, 0) << started.output;
+    const int port = portIn(started.output);
+    TestClient client(static_cast<std::uint16_t>(port));
+    EXPECT_EQ(client.ask("GET /healthz HTTP/1.1\r\nHost: x\r\n\r\n").status, 200);
+    const auto again = script("local-up");
+    EXPECT_EQ(again.status, 0);
+    EXPECT_EQ(portIn(again.output), port);
+    EXPECT_NE(again.output.find("already running"), std::string::npos);
+    const auto stopped = script("local-down");
+    EXPECT_EQ(stopped.status, 0);
+    EXPECT_EQ(stopped.output, "The service has stopped.\n");
+    EXPECT_THROW(TestClient(static_cast<std::uint16_t>(port)), std::runtime_error);
+    EXPECT_EQ(script("local-down").output, "The service is not running.\n");
+}
+
+TEST_F(LocalScriptsTest, LeavesAProcessThatOnlyHasTheNumberAlone) {
+    std::filesystem::create_directory(run / "lumivane");
+    std::filesystem::permissions(run / "lumivane", std::filesystem::perms(0700));
+    // This very process, as if the number had been given anew since.
+    std::ofstream(run / "lumivane" / "service.pid")
+        << ::getpid() << " 1 " << LUMIVANE_SERVICE_EXECUTABLE << "\n";
+    EXPECT_EQ(script("local-down").output, "The service is not running.\n");
+}
+
+TEST_F(LocalScriptsTest, AFolderThatOthersCanUseIsRefused) {
+    std::filesystem::create_directory(run / "lumivane");
+    std::filesystem::permissions(run / "lumivane", std::filesystem::perms(0755));
+    const auto refused = script("local-up");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.output.find("mode 0700"), std::string::npos);
+}
+
+TEST_F(LocalScriptsTest, SaysWhyTheServiceDoesNotStart) {
+    std::filesystem::create_directories(folder.path() / ".config/lumivane-service");
+    std::ofstream(folder.path() / ".config/lumivane-service/config.json") << R"({"prot":1})";
+    const auto failed = script("local-up");
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_NE(failed.output.find("unknown configuration key \"prot\""), std::string::npos);
+}
+
+} // namespace lumivane::service

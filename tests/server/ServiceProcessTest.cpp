@@ -1,0 +1,129 @@
+#include "server/ServiceProcess.h"
+
+#include "server/TemporaryFolder.h"
+#include "server/TestClient.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+#include <sstream>
+
+namespace lumivane::service {
+
+using test::ServiceProcess;
+using test::TemporaryFolder;
+using test::TestClient;
+
+class ServiceProcessTest : public testing::Test {
+protected:
+    std::map<std::string, std::string> environment(const std::string& port = "0") const {
+        return {{"HOME", folder.path().string()}, {"LUMIVANE_SERVICE_PORT", port}};
+    }
+
+    std::string token() const {
+        std::ifstream file(folder.path() / ".local/share/lumivane-service/development-token");
+        std::string text;
+        file >> text;
+        return text;
+    }
+
+    std::string analyze(const std::string& body) const {
+        return "POST /v1/analyze HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer " + token() +
+               "\r\nContent-Type: application/json\r\nContent-Length: " +
+               std::to_string(body.size()) + "\r\n\r\n" + body;
+    }
+
+    TemporaryFolder folder;
+};
+
+TEST_F(ServiceProcessTest, ServesUntilItIsToldToStop) {
+    for (const int number : {SIGTERM, SIGINT}) {
+        ServiceProcess service({}, environment());
+        const auto port = service.waitForPort();
+        ASSERT_NE(port, 0);
+        EXPECT_EQ(service.output(), "listening on http://127.0.0.1:" + std::to_string(port) + "\n");
+        TestClient client(port);
+        EXPECT_EQ(client.ask("GET /healthz HTTP/1.1\r\nHost: x\r\n\r\n").body,
+                  R"({"status":"ok","version":"0.3.0","leetcode_ready":false})");
+        service.signal(number);
+        EXPECT_EQ(service.waitForEnd(), 0);
+    }
+}
+
+TEST_F(ServiceProcessTest, AnalysesForTheBearerOfItsTokenAndTellsNobody) {
+    ServiceProcess service({}, environment());
+    const auto port = service.waitForPort();
+    ASSERT_NE(port, 0);
+    TestClient client(port);
+    const auto response = client.ask(analyze(
+        R"({"screen_text":"The canary sings every morning.","preset":"summary","client_version":"1"})"));
+    EXPECT_EQ(response.status, 200);
+    EXPECT_NE(response.body.find(R"("result":"The canary sings every morning.")"),
+              std::string::npos);
+    const auto refused =
+        client.ask(analyze(R"({"screen_text":"The canary","preset":"mcq","client_version":"1"})"));
+    EXPECT_EQ(refused.status, 422);
+    EXPECT_EQ(refused.errorCode(), "model_required");
+    service.signal(SIGTERM);
+    EXPECT_EQ(service.waitForEnd(), 0);
+    const std::string log = service.errors();
+    EXPECT_NE(log.find("route=analyze status=200"), std::string::npos);
+    EXPECT_EQ(log.find("canary"), std::string::npos);
+    EXPECT_EQ(log.find(token()), std::string::npos);
+}
+
+TEST_F(ServiceProcessTest, ASecondOneOnThePortSaysWhyItCannotStart) {
+    ServiceProcess first({}, environment());
+    const std::string port = std::to_string(first.waitForPort());
+    ServiceProcess second({}, environment(port));
+    EXPECT_EQ(second.waitForEnd(), 1);
+    EXPECT_EQ(second.errors(), "lumivane-service: cannot listen on 127.0.0.1:" + port +
+                                   ": another program already listens there\n");
+    EXPECT_EQ(second.output(), "");
+}
+
+TEST_F(ServiceProcessTest, WrongUseAndWrongSettingsEndWith2) {
+    const auto check = [this](std::vector<std::string> arguments, const std::string& error) {
+        ServiceProcess service(std::move(arguments), environment());
+        EXPECT_EQ(service.waitForEnd(), 2);
+        EXPECT_EQ(service.errors(), "lumivane-service: " + error + "\n");
+    };
+    check({"--prot"}, "unknown argument: --prot; try --help");
+    check({"--config"}, "--config needs a file; try --help");
+    const auto file = folder.path() / "config.json";
+    const auto checkFile = [&](const char* text, const std::string& error) {
+        std::ofstream(file) << text;
+        check({"--config", file.string()}, error);
+    };
+    checkFile(R"({"prot":1})", "unknown configuration key \"prot\"");
+    checkFile(R"({"chat_base_url":"http://canary.example","chat_model":"m"})",
+              "\"chat_base_url\" must use https for any host but a loopback one");
+    checkFile(R"({"chat_base_url":"http://localhost","chat_model":"m","prompts_folder":"/none"})",
+              "\"prompts_folder\": no usable prompt in /none/mcq.txt");
+}
+
+TEST_F(ServiceProcessTest, OtherAddressesAndOpenTokensEndWith1) {
+    auto outside = environment();
+    outside["LUMIVANE_SERVICE_ADDRESS"] = "0.0.0.0";
+    ServiceProcess service({}, outside);
+    EXPECT_EQ(service.waitForEnd(), 1);
+    EXPECT_EQ(service.errors(), "lumivane-service: cannot listen on 0.0.0.0: only a loopback "
+                                "address such as 127.0.0.1 is allowed\n");
+    std::filesystem::permissions(folder.path() / ".local/share/lumivane-service/development-token",
+                                 std::filesystem::perms(0644));
+    ServiceProcess open({}, environment());
+    EXPECT_EQ(open.waitForEnd(), 1);
+    EXPECT_NE(open.errors().find("can be read by others"), std::string::npos);
+}
+
+TEST_F(ServiceProcessTest, TellsItsVersionAndItsUse) {
+    ServiceProcess version({"--version"}, {});
+    EXPECT_EQ(version.waitForEnd(), 0);
+    EXPECT_EQ(version.output(), "lumivane-service 0.3.0\n");
+    ServiceProcess help({"--help"}, {});
+    EXPECT_EQ(help.waitForEnd(), 0);
+    EXPECT_EQ(help.output().find("usage: lumivane-service"), 0U);
+}
+
+} // namespace lumivane::service
