@@ -204,10 +204,31 @@ TEST_F(XcbDisplayServerTest, WindowAcrossMonitorsVanishesFromBoth) {
 }
 
 TEST_F(XcbDisplayServerTest, DisplayThatWentAwayIsAnError) {
-    const std::uint32_t identifier = display(1).displayID;
+    const StillRequest request{display(1).displayID, getpid(), std::nullopt, {320, 400}};
     server.removeMonitor(u"R"_qs);
-    EXPECT_THROW(displayServer->still({identifier, getpid(), std::nullopt, {320, 400}}),
-                 DisplayServerError);
+    EXPECT_THROW(displayServer->still(request), DisplayServerError);
+}
+
+TEST_F(XcbDisplayServerTest, DisplayThatWentAwayAfterAStillIsAnErrorUntilItIsBack) {
+    const StillRequest request{display(1).displayID, getpid(), std::nullopt, {320, 400}};
+    StillRequest outside = request;
+    outside.sourceRect = Rect{9000, 0, 320, 400};
+    displayServer->still(request);
+    server.removeMonitor(u"R"_qs);
+    EXPECT_THROW(displayServer->still(request), DisplayServerError);
+    EXPECT_THROW(displayServer->still(outside), DisplayServerError);
+    server.addMonitor(u"R"_qs, right);
+    EXPECT_EQ(displayServer->still(request), client.screen(right));
+    EXPECT_EQ(displayServer->still(outside).size(), QSize(320, 400));
+}
+
+TEST_F(XcbDisplayServerTest, DisplayThatMovedIsFoundWhereItIsNow) {
+    client.setWallpaper(9, QSize(800, 600));
+    const StillRequest request{display(1).displayID, getpid(), std::nullopt, {320, 400}};
+    displayServer->still(request);
+    server.removeMonitor(u"R"_qs);
+    server.addMonitor(u"R"_qs, QRect(480, 200, 320, 400));
+    EXPECT_EQ(displayServer->still(request), client.screen(QRect(480, 200, 320, 400)));
 }
 
 TEST_F(XcbDisplayServerTest, ServerThatCannotBeReachedIsAnError) {

@@ -255,7 +255,17 @@ TEST_F(XcbStillTest, FrameOfAWindowManagerVanishesWithOurWindow) {
     EXPECT_TRUE(samePixels(still(), before));
 }
 
+TEST_F(XcbStillTest, FrameVanishesUnderAWindowManagerThatKeepsNoList) {
+    const QImage before = others.screen(whole);
+    const xcb_window_t frame = others.show({.area = QRect(40, 40, 300, 200), .seed = 2});
+    ours.show({.area = QRect(4, 20, 292, 176), .seed = 7, .parent = frame});
+    EXPECT_EQ(still().pixel(40, 40), XTestClient::patternPixel(2, 0, 0, 24));
+    others.becomeWindowManager();
+    EXPECT_TRUE(samePixels(still(), before));
+}
+
 TEST_F(XcbStillTest, OurWindowDeepInAForeignOneTakesNothingWithIt) {
+    others.becomeWindowManager();
     const xcb_window_t panel = others.show({.area = QRect(0, 400, 640, 80), .seed = 2});
     const xcb_window_t slot =
         others.show({.area = QRect(600, 10, 24, 24), .seed = 3, .parent = panel});

@@ -55,24 +55,22 @@ std::uint32_t XTestClient::patternPixel(std::uint32_t seed, int x, int y, int de
 }
 
 xcb_pixmap_t XTestClient::pattern(std::uint32_t seed, const QSize& size, int depth) {
-    std::vector<std::uint32_t> pixels;
-    pixels.reserve(static_cast<std::size_t>(size.width()) * size.height());
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x) {
-            pixels.push_back(patternPixel(seed, x, y, depth));
-        }
-    }
     const xcb_pixmap_t pixmap = xcb_generate_id(m_connection);
     const xcb_gcontext_t context = xcb_generate_id(m_connection);
     const auto width = static_cast<std::uint16_t>(size.width());
-    const auto height = static_cast<std::uint16_t>(size.height());
     xcb_create_pixmap(m_connection, static_cast<std::uint8_t>(depth), pixmap, root(), width,
-                      height);
+                      static_cast<std::uint16_t>(size.height()));
     xcb_create_gc(m_connection, context, pixmap, 0, nullptr);
-    check(xcb_put_image_checked(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap, context, width,
-                                height, 0, 0, 0, static_cast<std::uint8_t>(depth),
-                                static_cast<std::uint32_t>(pixels.size() * 4),
-                                reinterpret_cast<const std::uint8_t*>(pixels.data())));
+    std::vector<std::uint32_t> line(width);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            line[static_cast<std::size_t>(x)] = patternPixel(seed, x, y, depth);
+        }
+        xcb_put_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap, context, width, 1, 0,
+                      static_cast<std::int16_t>(y), 0, static_cast<std::uint8_t>(depth),
+                      static_cast<std::uint32_t>(line.size() * sizeof(std::uint32_t)),
+                      reinterpret_cast<const std::uint8_t*>(line.data()));
+    }
     xcb_free_gc(m_connection, context);
     return pixmap;
 }
@@ -165,6 +163,11 @@ void XTestClient::claimCompositor() {
                                     XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr));
     check(xcb_set_selection_owner_checked(m_connection, owner, atom("_NET_WM_CM_S0"),
                                           XCB_CURRENT_TIME));
+}
+
+void XTestClient::becomeWindowManager() {
+    const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT;
+    check(xcb_change_window_attributes_checked(m_connection, root(), XCB_CW_EVENT_MASK, &mask));
 }
 
 void XTestClient::movePointer(const QPoint& position) {

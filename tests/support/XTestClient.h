@@ -60,6 +60,9 @@ public:
     /// Says that a compositor runs, though none does.
     void claimCompositor();
 
+    /// Takes the place of a window manager without doing its work.
+    void becomeWindowManager();
+
     void movePointer(const QPoint& position);
 
     /// What a plain client sees of the root window.

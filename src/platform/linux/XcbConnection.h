@@ -70,6 +70,9 @@ public:
         return reply;
     }
 
+    /// Forgets a request: whatever comes of it is dropped.
+    void discard(unsigned int sequence) const { xcb_discard_reply(m_connection, sequence); }
+
     /// Waits for a checked request. Throws DisplayServerError where it failed.
     void expectSuccess(xcb_void_cookie_t cookie) const;
 

@@ -1,7 +1,5 @@
 #include "platform/linux/XcbDesktop.h"
 
-#include <xcb/randr.h>
-
 #include <utility>
 
 namespace lumivane {
@@ -21,17 +19,27 @@ XcbDesktop::XcbDesktop(const XcbConnection& connection, MonitorScale scaleOf)
 }
 
 XcbDisplayLayout XcbDesktop::layout() {
-    const auto reply =
-        m_connection.expect(xcb_randr_get_monitors_reply,
-                            xcb_randr_get_monitors(m_connection.raw(), m_connection.root(), 1));
+    auto found = monitors(requestMonitors());
+    for (XcbMonitor& monitor : found) {
+        monitor.scale = scale(monitor.id);
+    }
+    return XcbDisplayLayout(std::move(found));
+}
+
+xcb_randr_get_monitors_cookie_t XcbDesktop::requestMonitors() const {
+    return xcb_randr_get_monitors(m_connection.raw(), m_connection.root(), 1);
+}
+
+std::vector<XcbMonitor> XcbDesktop::monitors(xcb_randr_get_monitors_cookie_t cookie) const {
+    const auto reply = m_connection.expect(xcb_randr_get_monitors_reply, cookie);
     std::vector<XcbMonitor> monitors;
     auto each = xcb_randr_get_monitors_monitors_iterator(reply.get());
     for (; each.rem > 0; xcb_randr_monitor_info_next(&each)) {
         const auto& info = *each.data;
-        monitors.push_back({info.name, QRect(info.x, info.y, info.width, info.height),
-                            info.primary != 0, scale(info.name)});
+        monitors.push_back(
+            {info.name, QRect(info.x, info.y, info.width, info.height), info.primary != 0, 1});
     }
-    return XcbDisplayLayout(std::move(monitors));
+    return monitors;
 }
 
 double XcbDesktop::scale(xcb_atom_t monitorName) {

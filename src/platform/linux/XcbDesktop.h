@@ -5,6 +5,8 @@
 
 #include <QString>
 
+#include <xcb/randr.h>
+
 #include <functional>
 #include <unordered_map>
 
@@ -23,6 +25,13 @@ public:
     /// Throws DisplayServerError.
     XcbDisplayLayout layout();
 
+    // The same in steps, for callers that have more to ask at once. `monitors` leaves scales at 1.
+    xcb_randr_get_monitors_cookie_t requestMonitors() const;
+    std::vector<XcbMonitor> monitors(xcb_randr_get_monitors_cookie_t cookie) const;
+
+    /// Asks for the scale of a monitor, and the server for its name when it is a new one.
+    double scale(xcb_atom_t monitorName);
+
     /// What the windows of the window manager's list reserve; none without a window manager.
     std::vector<XcbStrut> struts() const;
 
@@ -33,8 +42,6 @@ public:
     std::optional<QPoint> pointer() const;
 
 private:
-    double scale(xcb_atom_t monitorName);
-
     const XcbConnection& m_connection;
     MonitorScale m_scaleOf;
     xcb_atom_t m_clientList;

@@ -59,49 +59,58 @@ XcbPatchCompositor::XcbPatchCompositor(const XcbConnection& connection)
 
 XcbPatchCompositor::~XcbPatchCompositor() { xcb_render_util_disconnect(m_connection.raw()); }
 
-void XcbPatchCompositor::compose(const QRect& area, std::span<const XcbTopLevel> windows,
+XcbPatchCompositor::BackdropRequest XcbPatchCompositor::requestBackdrop() const {
+    return {m_connection.requestItems(m_connection.root(), m_rootPixmap, XCB_ATOM_PIXMAP),
+            xcb_get_selection_owner(m_connection.raw(), m_compositorSelection)};
+}
+
+XcbPatchCompositor::Backdrop XcbPatchCompositor::backdrop(const BackdropRequest& request) const {
+    const auto wallpaper = m_connection.items(request.wallpaper);
+    const auto owner = m_connection.expect(xcb_get_selection_owner_reply, request.compositor);
+    return {wallpaper.empty() ? xcb_pixmap_t(XCB_NONE) : wallpaper.front(),
+            owner->owner != XCB_NONE};
+}
+
+void XcbPatchCompositor::compose(const QRect& area, const Backdrop& backdrop,
+                                 std::span<const XcbTopLevel> windows,
                                  const std::function<void(xcb_pixmap_t)>& use) const {
     const XcbResource pixmap(m_connection, xcb_free_pixmap);
     xcb_create_pixmap(m_connection.raw(), m_connection.screen().root_depth, pixmap.id(),
                       m_connection.root(), static_cast<std::uint16_t>(area.width()),
                       static_cast<std::uint16_t>(area.height()));
-    {
-        const XcbResource target(m_connection, xcb_render_free_picture);
-        m_connection.expectSuccess(xcb_render_create_picture_checked(
-            m_connection.raw(), target.id(), pixmap.id(),
-            formatOf(m_connection.screen().root_visual), 0, nullptr));
-        drawBackground(target.id(), area);
-        for (const XcbTopLevel& window : windows) {
-            if (!window.isOurs && window.area.intersects(area)) {
-                drawWindow(target.id(), area, window);
-            }
+    const XcbResource target(m_connection, xcb_render_free_picture);
+    xcb_render_create_picture(m_connection.raw(), target.id(), pixmap.id(),
+                              formatOf(m_connection.screen().root_visual), 0, nullptr);
+    drawBackground(target.id(), area, backdrop.wallpaper);
+    for (const XcbTopLevel& window : windows) {
+        if (!window.isOurs && window.area.intersects(area)) {
+            drawWindow(target.id(), area, window, backdrop);
         }
     }
     use(pixmap.id());
 }
 
-void XcbPatchCompositor::drawBackground(xcb_render_picture_t target, const QRect& area) const {
+void XcbPatchCompositor::drawBackground(xcb_render_picture_t target, const QRect& area,
+                                        xcb_pixmap_t wallpaper) const {
     const QRect whole(QPoint(0, 0), area.size());
     const Placement place(whole);
     const xcb_rectangle_t rectangle{place.x, place.y, place.width, place.height};
     xcb_render_fill_rectangles(m_connection.raw(), XCB_RENDER_PICT_OP_SRC, target,
                                {0, 0, 0, 0xffff}, 1, &rectangle);
-    const auto wallpaper = m_connection.items(
-        m_connection.requestItems(m_connection.root(), m_rootPixmap, XCB_ATOM_PIXMAP));
-    if (wallpaper.empty() || wallpaper.front() == XCB_NONE) {
+    if (wallpaper == XCB_NONE) {
         return;
     }
     // Whoever set it may be gone with it: then every step fails without a trace, and black stays.
     const std::uint32_t repeat = XCB_RENDER_REPEAT_NORMAL;
     const XcbResource source(m_connection, xcb_render_free_picture);
-    xcb_render_create_picture(m_connection.raw(), source.id(), wallpaper.front(),
+    xcb_render_create_picture(m_connection.raw(), source.id(), wallpaper,
                               formatOf(m_connection.screen().root_visual), XCB_RENDER_CP_REPEAT,
                               &repeat);
     draw(m_connection.raw(), XCB_RENDER_PICT_OP_SRC, source.id(), area.topLeft(), target, whole);
 }
 
 void XcbPatchCompositor::drawWindow(xcb_render_picture_t target, const QRect& area,
-                                    const XcbTopLevel& window) const {
+                                    const XcbTopLevel& window, const Backdrop& backdrop) const {
     xcb_connection_t* connection = m_connection.raw();
     const xcb_render_pictformat_t format = formatOf(window.visual);
     if (format == XCB_NONE) {
@@ -121,16 +130,9 @@ void XcbPatchCompositor::drawWindow(xcb_render_picture_t target, const QRect& ar
     xcb_composite_name_window_pixmap(connection, window.window, content.id());
     const XcbResource source(m_connection, xcb_render_free_picture);
     xcb_render_create_picture(connection, source.id(), content.id(), format, 0, nullptr);
-    const bool blends = window.depth == 32 && hasCompositor();
+    const bool blends = window.depth == 32 && backdrop.hasCompositor;
     draw(connection, blends ? XCB_RENDER_PICT_OP_OVER : XCB_RENDER_PICT_OP_SRC, source.id(),
          QPoint(0, 0), target, place);
-}
-
-bool XcbPatchCompositor::hasCompositor() const {
-    const auto reply =
-        m_connection.expect(xcb_get_selection_owner_reply,
-                            xcb_get_selection_owner(m_connection.raw(), m_compositorSelection));
-    return reply->owner != XCB_NONE;
 }
 
 xcb_render_pictformat_t XcbPatchCompositor::formatOf(xcb_visualid_t visual) const {

@@ -45,16 +45,31 @@ public:
     XcbPatchCompositor(const XcbPatchCompositor&) = delete;
     XcbPatchCompositor& operator=(const XcbPatchCompositor&) = delete;
 
-    /// Draws `area` of the root window into a pixmap of that size and calls `use` with it. The
-    /// server is grabbed, and `windows` are all viewable ones, lowest first.
-    void compose(const QRect& area, std::span<const XcbTopLevel> windows,
+    /// What the windows are drawn on and how.
+    struct Backdrop {
+        xcb_pixmap_t wallpaper = XCB_NONE;
+        bool hasCompositor = false; ///< transparent windows blend
+    };
+
+    struct BackdropRequest {
+        xcb_get_property_cookie_t wallpaper;
+        xcb_get_selection_owner_cookie_t compositor;
+    };
+
+    BackdropRequest requestBackdrop() const;
+    Backdrop backdrop(const BackdropRequest& request) const;
+
+    /// Draws `area` of the root window into a pixmap of that size and calls `use` with it, which
+    /// sends what it wants of the pixmap. Does not wait. The server is grabbed, and `windows` are
+    /// all viewable ones, lowest first.
+    void compose(const QRect& area, const Backdrop& backdrop, std::span<const XcbTopLevel> windows,
                  const std::function<void(xcb_pixmap_t)>& use) const;
 
 private:
-    void drawBackground(xcb_render_picture_t target, const QRect& area) const;
-    void drawWindow(xcb_render_picture_t target, const QRect& area,
-                    const XcbTopLevel& window) const;
-    bool hasCompositor() const;
+    void drawBackground(xcb_render_picture_t target, const QRect& area,
+                        xcb_pixmap_t wallpaper) const;
+    void drawWindow(xcb_render_picture_t target, const QRect& area, const XcbTopLevel& window,
+                    const Backdrop& backdrop) const;
     xcb_render_pictformat_t formatOf(xcb_visualid_t visual) const;
 
     const XcbConnection& m_connection;

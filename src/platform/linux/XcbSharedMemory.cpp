@@ -95,9 +95,11 @@ xcb_shm_get_image_cookie_t XcbSharedMemory::request(xcb_drawable_t drawable, con
         static_cast<std::uint32_t>(offset));
 }
 
-const std::uint32_t* XcbSharedMemory::await(xcb_shm_get_image_cookie_t cookie,
-                                            std::size_t offset) const {
+void XcbSharedMemory::await(xcb_shm_get_image_cookie_t cookie) const {
     m_connection.expect(xcb_shm_get_image_reply, cookie);
+}
+
+const std::uint32_t* XcbSharedMemory::pixels(std::size_t offset) const {
     return reinterpret_cast<const std::uint32_t*>(m_memory + offset);
 }
 

@@ -30,8 +30,10 @@ public:
     xcb_shm_get_image_cookie_t request(xcb_drawable_t drawable, const QRect& area,
                                        std::size_t offset) const;
 
-    /// Waits for the pixels. Throws DisplayServerError.
-    const std::uint32_t* await(xcb_shm_get_image_cookie_t cookie, std::size_t offset) const;
+    /// Waits until the pixels are there. Throws DisplayServerError.
+    void await(xcb_shm_get_image_cookie_t cookie) const;
+
+    const std::uint32_t* pixels(std::size_t offset) const;
 
 private:
     void release();

@@ -90,6 +90,14 @@ void paste(QImage& image, const QRect& shown, const std::uint32_t* pixels, const
     }
 }
 
+QImage newImage(const QSize& size) {
+    QImage image(size, QImage::Format_RGB32);
+    if (image.isNull()) {
+        throw DisplayServerError("There is not enough memory for a frame.");
+    }
+    return image;
+}
+
 } // namespace
 
 XcbStillCapture::XcbStillCapture(const QByteArray& displayName, MonitorScale scaleOf)
@@ -103,68 +111,96 @@ XcbStillCapture::XcbStillCapture(const QByteArray& displayName, MonitorScale sca
 
 QImage XcbStillCapture::take(const StillRequest& request) {
     constexpr int largest = 32767; // of the protocol
-    m_connection.dropEvents();
-    const XcbDisplayLayout layout = m_desktop.layout();
-    const XcbMonitor* monitor = layout.find(request.displayID);
-    if (monitor == nullptr) {
-        throw DisplayServerError("The display is no longer attached.");
-    }
     const auto [width, height] = request.size;
     if (width < 1 || height < 1 || width > largest || height > largest) {
         throw DisplayServerError("The size of the frame is out of range.");
     }
-    QImage image(width, height, QImage::Format_RGB32);
-    if (image.isNull()) {
-        throw DisplayServerError("There is not enough memory for a frame.");
-    }
-    const QRect wanted = wantedArea(*monitor, request);
-    const QRect area = wanted.intersected(monitor->area);
-    if (area != wanted) {
-        image.fill(Qt::black);
-    }
-    if (!area.isEmpty()) {
-        m_memory.reserve(byteCount(monitor->area));
-        std::vector<Patch> patches;
-        const std::uint32_t* pixels = grab(area, request.excludedProcessID, patches);
-        paste(image, wanted, pixels, area);
-        for (const Patch& patch : patches) {
-            paste(image, wanted, pixels + patch.offset / bytesPerPixel, patch.area);
+    m_connection.dropEvents();
+    constexpr int mostAttempts = 5;
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        const XcbMonitor shown = monitor(request.displayID);
+        const QRect wanted = wantedArea(shown, request);
+        const QRect area = wanted.intersected(shown.area);
+        m_memory.reserve(byteCount(shown.area));
+        if (const auto patches = grab(shown, area, request.excludedProcessID)) {
+            QImage image = newImage(wanted.size());
+            if (area != wanted) {
+                image.fill(Qt::black);
+            }
+            for (const Patch& patch : *patches) {
+                paste(image, wanted, m_memory.pixels(patch.offset), patch.area);
+            }
+            return image;
         }
     }
-    return image;
+    throw DisplayServerError("The displays do not hold still.");
 }
 
-const std::uint32_t* XcbStillCapture::grab(const QRect& area, std::int64_t excludedProcessID,
-                                           std::vector<Patch>& patches) const {
+XcbMonitor XcbStillCapture::monitor(std::uint32_t displayID) {
+    const XcbMonitor* found = m_layout.find(displayID);
+    if (found == nullptr) {
+        m_layout = XcbDisplayLayout(m_desktop.monitors(m_desktop.requestMonitors()));
+        found = m_layout.find(displayID);
+    }
+    if (found == nullptr) {
+        throw DisplayServerError("The display is no longer attached.");
+    }
+    XcbMonitor result = *found;
+    result.scale = m_desktop.scale(displayID);
+    return result;
+}
+
+// All that one frame takes is asked at once, on the word of the last frame about where the display
+// lies: waiting for the server, and not its work, is what costs. None when the display has moved.
+std::optional<std::vector<XcbStillCapture::Patch>>
+XcbStillCapture::grab(const XcbMonitor& monitor, const QRect& area,
+                      std::int64_t excludedProcessID) {
     const ServerGrab grab(m_connection);
+    const auto monitors = m_desktop.requestMonitors();
     const auto windows = m_stack.request();
     const auto frame = m_memory.request(m_connection.root(), area, 0);
+    m_layout = XcbDisplayLayout(m_desktop.monitors(monitors));
     const auto ownership = m_stack.ownership(windows, excludedProcessID);
-    if (!ownership.ours.empty()) {
-        drawPatches(area, ownership, patches);
+    const XcbMonitor* current = m_layout.find(monitor.id);
+    const bool holdsStill = current != nullptr && current->area == monitor.area;
+    if (!holdsStill || area.isEmpty()) {
+        m_connection.discard(frame.sequence);
+        return holdsStill ? std::optional(std::vector<Patch>()) : std::nullopt;
     }
-    return m_memory.await(frame, 0);
+    std::vector<Patch> patches;
+    if (!ownership.ours.empty()) {
+        patches = requestPatches(area, ownership);
+    }
+    patches.insert(patches.begin(), Patch{area, 0, frame});
+    for (const Patch& patch : patches) {
+        m_memory.await(patch.cookie);
+    }
+    return patches;
 }
 
-void XcbStillCapture::drawPatches(const QRect& area, const XcbWindowStack::Ownership& ownership,
-                                  std::vector<Patch>& patches) const {
+std::vector<XcbStillCapture::Patch>
+XcbStillCapture::requestPatches(const QRect& area,
+                                const XcbWindowStack::Ownership& ownership) const {
+    const auto backdropRequest = m_compositor.requestBackdrop();
     const std::vector<XcbTopLevel> windows = m_stack.viewable(ownership);
+    const auto backdrop = m_compositor.backdrop(backdropRequest);
     QRegion covered;
     for (const XcbTopLevel& window : windows) {
         if (window.isOurs) {
             covered += window.area;
         }
     }
+    std::vector<Patch> patches;
     // The parts of a region do not overlap, so together they fit behind the frame.
     std::size_t offset = byteCount(area);
     for (const QRect& part : covered.intersected(area)) {
-        m_compositor.compose(part, windows, [&](xcb_pixmap_t pixmap) {
-            const auto cookie = m_memory.request(pixmap, QRect(QPoint(0, 0), part.size()), offset);
-            m_memory.await(cookie, offset);
+        m_compositor.compose(part, backdrop, windows, [&](xcb_pixmap_t pixmap) {
+            const QRect whole(QPoint(0, 0), part.size());
+            patches.push_back({part, offset, m_memory.request(pixmap, whole, offset)});
         });
-        patches.push_back({part, offset});
         offset += byteCount(part);
     }
+    return patches;
 }
 
 } // namespace lumivane

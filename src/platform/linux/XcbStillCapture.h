@@ -23,18 +23,21 @@ private:
     struct Patch {
         QRect area;
         std::size_t offset = 0; ///< in the shared memory
+        xcb_shm_get_image_cookie_t cookie{};
     };
 
-    const std::uint32_t* grab(const QRect& area, std::int64_t excludedProcessID,
-                              std::vector<Patch>& patches) const;
-    void drawPatches(const QRect& area, const XcbWindowStack::Ownership& ownership,
-                     std::vector<Patch>& patches) const;
+    XcbMonitor monitor(std::uint32_t displayID);
+    std::optional<std::vector<Patch>> grab(const XcbMonitor& monitor, const QRect& area,
+                                           std::int64_t excludedProcessID);
+    std::vector<Patch> requestPatches(const QRect& area,
+                                      const XcbWindowStack::Ownership& ownership) const;
 
     XcbConnection m_connection;
     XcbDesktop m_desktop;
     XcbSharedMemory m_memory;
     XcbWindowStack m_stack;
     XcbPatchCompositor m_compositor;
+    XcbDisplayLayout m_layout{{}}; ///< as of the last frame
 };
 
 } // namespace lumivane

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace lumivane {
@@ -54,51 +55,54 @@ XcbWindowStack::XcbWindowStack(const XcbConnection& connection)
 }
 
 XcbWindowStack::Request XcbWindowStack::request() const {
-    const auto tree = xcb_query_tree(m_connection.raw(), m_connection.root());
-    const auto clients = requestProcesses(m_connection, XCB_NONE);
-    return {tree, clients,
-            m_connection.requestItems(m_connection.root(), m_clientList, XCB_ATOM_WINDOW)};
+    xcb_connection_t* connection = m_connection.raw();
+    const xcb_window_t root = m_connection.root();
+    return {xcb_query_tree(connection, root), requestProcesses(m_connection, XCB_NONE),
+            m_connection.requestItems(root, m_clientList, XCB_ATOM_WINDOW),
+            xcb_get_window_attributes(connection, root)};
 }
 
 XcbWindowStack::Ownership XcbWindowStack::ownership(const Request& request,
                                                     std::int64_t processID) const {
     const auto tree = m_connection.expect(xcb_query_tree_reply, request.tree);
+    const ResourceBases bases = basesOf(request.clients, processID);
+    const auto managed = m_connection.items(request.managed);
+    const auto root = m_connection.expect(xcb_get_window_attributes_reply, request.root);
     const auto* first = xcb_query_tree_children(tree.get());
     Ownership ownership{{first, first + tree->children_len}, {}};
-    std::vector<xcb_query_tree_cookie_t> inner;
-    inner.reserve(ownership.all.size());
     for (const xcb_window_t window : ownership.all) {
-        inner.push_back(xcb_query_tree(m_connection.raw(), window));
-    }
-    const ResourceBases bases = basesOf(request.clients, processID);
-    std::unordered_set<xcb_window_t> known;
-    for (std::size_t index = 0; index < inner.size(); ++index) {
-        const xcb_window_t topLevel = ownership.all[index];
-        bool isOurs = bases.contains(baseOf(topLevel));
-        if (const auto reply = m_connection.attempt(xcb_query_tree_reply, inner[index])) {
-            const auto* children = xcb_query_tree_children(reply.get());
-            for (std::uint32_t child = 0; child < reply->children_len; ++child) {
-                if (bases.contains(baseOf(children[child]))) {
-                    isOurs = true;
-                    known.insert(children[child]);
-                }
-            }
-        }
-        if (isOurs) {
-            ownership.ours.insert(topLevel);
-            known.insert(topLevel);
+        if (bases.contains(baseOf(window))) {
+            ownership.ours.insert(window);
         }
     }
-    addManaged(ownership, std::move(known), request.managed, bases);
+    for (const xcb_window_t window : managed) {
+        if (bases.contains(baseOf(window))) {
+            ownership.ours.insert(topLevelOf(window));
+        }
+    }
+    const bool hasWindowManager =
+        (root->all_event_masks & XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT) != 0;
+    if (hasWindowManager && managed.empty()) {
+        addParents(ownership, bases);
+    }
     return ownership;
 }
 
-void XcbWindowStack::addManaged(Ownership& ownership, std::unordered_set<xcb_window_t> known,
-                                xcb_get_property_cookie_t managed,
-                                const ResourceBases& bases) const {
-    for (const xcb_window_t window : m_connection.items(managed)) {
-        if (bases.contains(baseOf(window)) && !known.contains(window)) {
-            ownership.ours.insert(topLevelOf(window));
+void XcbWindowStack::addParents(Ownership& ownership, const ResourceBases& bases) const {
+    std::vector<xcb_query_tree_cookie_t> asked;
+    asked.reserve(ownership.all.size());
+    for (const xcb_window_t window : ownership.all) {
+        asked.push_back(xcb_query_tree(m_connection.raw(), window));
+    }
+    const auto isOurs = [&](xcb_window_t window) { return bases.contains(baseOf(window)); };
+    for (std::size_t index = 0; index < asked.size(); ++index) {
+        const auto tree = m_connection.attempt(xcb_query_tree_reply, asked[index]);
+        if (!tree) {
+            continue;
+        }
+        const auto* first = xcb_query_tree_children(tree.get());
+        if (std::any_of(first, first + tree->children_len, isOurs)) {
+            ownership.ours.insert(ownership.all[index]);
         }
     }
 }

@@ -23,11 +23,11 @@ struct XcbTopLevel {
 
 /// Tells the top-level windows of a process from all others.
 ///
-/// A window is ours when it, or one of its direct children, was made over a connection of the
-/// process: a window manager stands our window into a frame of its own. Deeper children count
-/// only where the window manager lists them as windows to manage, so an icon that we embedded
-/// somewhere does not take a whole panel with it. All of it is read while the server is grabbed,
-/// so nothing changes in between.
+/// A window is ours when it was made over a connection of the process, and so is the frame that a
+/// window manager has put around such a window, however deep: the window manager lists what it
+/// manages. Under one that keeps no list, the parent of a window of ours counts as its frame. So
+/// an icon that we embedded somewhere does not take a whole panel with it. All of it is read while
+/// the server is grabbed, so nothing changes in between.
 class XcbWindowStack {
 public:
     /// Throws DisplayServerError where the server cannot tell the processes of its clients.
@@ -37,9 +37,10 @@ public:
         xcb_query_tree_cookie_t tree;
         xcb_res_query_client_ids_cookie_t clients;
         xcb_get_property_cookie_t managed;
+        xcb_get_window_attributes_cookie_t root;
     };
 
-    /// Sends the questions that `ownTopLevels` needs first, without waiting.
+    /// Sends what `ownership` reads first, without waiting.
     Request request() const;
 
     /// All top-level windows, lowest first, and those of them that belong to the process.
@@ -58,8 +59,7 @@ private:
 
     std::uint32_t baseOf(xcb_window_t window) const;
     ResourceBases basesOf(xcb_res_query_client_ids_cookie_t cookie, std::int64_t processID) const;
-    void addManaged(Ownership& ownership, std::unordered_set<xcb_window_t> known,
-                    xcb_get_property_cookie_t managed, const ResourceBases& bases) const;
+    void addParents(Ownership& ownership, const ResourceBases& bases) const;
     xcb_window_t topLevelOf(xcb_window_t window) const;
 
     const XcbConnection& m_connection;
