@@ -15,10 +15,12 @@ bench: deps-test
 	scripts/bench
 
 local-up: deps-run
-	scripts/local-service up
+	cmake --preset dev
+	cmake --build --preset dev --parallel $(JOBS) --target lumivane-service
+	scripts/local-up
 
 local-down:
-	scripts/local-service down
+	scripts/local-down
 
 format:
 	scripts/format
