@@ -101,7 +101,14 @@ std::vector<std::vector<Item>> partAtGutters(std::vector<Item> items) {
     if (cuts.empty()) {
         return oneColumn(std::move(items));
     }
-    std::vector<std::vector<Item>> columns(cuts.size() + 1);
+    std::vector<std::size_t> sizes(cuts.size() + 1);
+    for (const Item& item : items) {
+        ++sizes[columnIndex(item.box.midX(), cuts)];
+    }
+    std::vector<std::vector<Item>> columns(sizes.size());
+    for (std::size_t column = 0; column < sizes.size(); ++column) {
+        columns[column].reserve(sizes[column]);
+    }
     for (Item& item : items) {
         columns[columnIndex(item.box.midX(), cuts)].push_back(std::move(item));
     }

@@ -37,6 +37,21 @@ struct Keys {
     }
 };
 
+/// Follows each cycle of the permutation, so that large pages need no second list of fragments.
+void moveIntoOrder(std::vector<Keys>& keys, std::vector<PlacedText>& fragments) {
+    for (std::size_t start = 0; start < keys.size(); ++start) {
+        const PlacedText first = fragments[start];
+        std::size_t place = start;
+        while (keys[place].index != start) {
+            const std::size_t source = std::exchange(keys[place].index, place);
+            fragments[place] = fragments[source];
+            place = source;
+        }
+        keys[place].index = place;
+        fragments[place] = first;
+    }
+}
+
 template <typename FirstKey, typename SecondKey>
 void sortBy(FirstKey firstKey, SecondKey secondKey, std::vector<PlacedText>& fragments) {
     std::vector<Keys> keys(fragments.size());
@@ -48,12 +63,7 @@ void sortBy(FirstKey firstKey, SecondKey secondKey, std::vector<PlacedText>& fra
         return;
     }
     std::stable_sort(keys.begin(), keys.end());
-    std::vector<PlacedText> result;
-    result.reserve(fragments.size());
-    for (const Keys& entry : keys) {
-        result.push_back(fragments[entry.index]);
-    }
-    fragments = std::move(result);
+    moveIntoOrder(keys, fragments);
 }
 
 double lowX(const Rect& box) { return box.minX(); }
