@@ -23,6 +23,7 @@ struct MonotonicInstant {
         return {sinceOrigin + duration};
     }
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): the checker trips over defaulted comparisons
     auto operator<=>(const MonotonicInstant&) const = default;
 };
 

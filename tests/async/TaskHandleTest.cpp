@@ -46,7 +46,7 @@ using Events = std::vector<std::string>;
 } // namespace
 
 class TaskHandleTest : public testing::Test {
-protected:
+public:
     TaskHandleTest() {
         TaskHandle::setEscapeHandler([this](std::exception_ptr escaped) {
             try {
@@ -62,6 +62,7 @@ protected:
         TaskHandle::setEscapeHandler([](std::exception_ptr) { std::terminate(); });
     }
 
+protected:
     static TaskHandle start(std::shared_ptr<Trace> trace) {
         return TaskHandle::start([trace = std::move(trace)](std::stop_token stop) {
             return passThroughGate(trace, std::move(stop));
