@@ -27,7 +27,7 @@ using Then = test::ScriptedAnswer::Then;
 
 namespace {
 
-constexpr std::int64_t mebibyte = 1024 * 1024;
+constexpr std::int64_t mebibyte = std::int64_t{1024} * 1024;
 
 /// The answer of a request that should have got one; a failed one shows as status -1.
 HttpResponse answerOf(const test::Outcome<HttpResponse>& outcome) {
@@ -465,6 +465,7 @@ TEST_F(QtHttpTransportTest, SeveralRequestsAreUnderWayAtOnce) {
     server.always("/slow", ScriptedAnswer::whole(200, "slow").held());
     server.always("/fast", ScriptedAnswer::whole(200, "fast"));
     std::vector<std::shared_ptr<test::Outcome<HttpResponse>>> slow;
+    slow.reserve(10);
     for (int index = 0; index < 10; ++index) {
         slow.push_back(test::watch(transport->send(request("POST", u"/slow"_qs, "{}"), {})));
     }
