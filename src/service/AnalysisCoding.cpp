@@ -23,7 +23,7 @@ Json encodeMetrics(const ClientMetrics& metrics) {
 void appendBase64(QByteArray& text, const QByteArray& bytes) {
     // Whole groups of three bytes at a time, so that the pieces join and a large picture exists
     // once as bytes and once as text.
-    constexpr qsizetype piece = 3 * 16384;
+    constexpr qsizetype piece = qsizetype{3} * 16384;
     for (qsizetype start = 0; start < bytes.size(); start += piece) {
         const qsizetype length = std::min(piece, bytes.size() - start);
         text += QByteArray::fromRawData(bytes.constData() + start, length).toBase64();
@@ -50,13 +50,13 @@ struct JsonCoding<APIErrorEnvelope::Detail> {
 };
 
 QByteArray encodeAnalyzeRequest(const AnalyzeRequest& request) {
-    const QByteArray others = writeJson(JsonObjectWriter()
-                                            .writeIfPresent("screen_text", request.screenText)
-                                            .write("preset", request.preset)
-                                            .writeIfPresent("custom_prompt", request.customPrompt)
-                                            .write("client_version", request.clientVersion)
-                                            .writeIfPresent("client_metrics", request.clientMetrics)
-                                            .take());
+    QByteArray others = writeJson(JsonObjectWriter()
+                                      .writeIfPresent("screen_text", request.screenText)
+                                      .write("preset", request.preset)
+                                      .writeIfPresent("custom_prompt", request.customPrompt)
+                                      .write("client_version", request.clientVersion)
+                                      .writeIfPresent("client_metrics", request.clientMetrics)
+                                      .take());
     if (!request.imageDataURL) {
         return others;
     }

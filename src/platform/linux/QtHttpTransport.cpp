@@ -173,7 +173,7 @@ private:
         QIODevice* body = mayGoWithoutBody(request) ? nullptr : &m_body;
         m_reply.reset(m_network.sendCustomRequest(networkRequest(request), request.method, body));
         // The library reads this far ahead of us and no further.
-        constexpr qint64 readAhead = 256 * 1024;
+        constexpr qint64 readAhead = qint64{256} * 1024;
         m_reply->setReadBufferSize(readAhead);
         QObject::connect(m_reply.get(), &QNetworkReply::metaDataChanged, &m_listener,
                          [this] { checkAnnouncedLength(); });
