@@ -130,6 +130,14 @@ asio::awaitable<std::optional<HttpResponse>> HttpConnection::respond() {
 }
 
 asio::awaitable<std::optional<HttpResponse>> HttpConnection::respondToAdmitted() {
+    HttpRequest request;
+    request.requestId = m_requestId;
+    request.head = m_reader.head();
+    if (m_route->bodyRule == BodyRule::none && m_reader.isBodyOutstanding()) {
+        // Nobody can make an open route take in what it has no use for.
+        std::optional<HttpResponse> early = co_await handle(std::move(request));
+        co_return early;
+    }
     const bool sizeFits = m_reader.announcedBodyBytes() <= m_shared.limits.bodyBytes;
     if (sizeFits && m_reader.wantsContinue()) {
         const bool told = co_await writeContinue(m_stream, m_shared.limits.write);
@@ -142,9 +150,6 @@ asio::awaitable<std::optional<HttpResponse>> HttpConnection::respondToAdmitted()
         co_return failureOf(end, true);
     }
     m_keepsAlive = m_reader.keepsAlive();
-    HttpRequest request;
-    request.requestId = m_requestId;
-    request.head = m_reader.head();
     request.body = m_reader.takeBody();
     std::optional<HttpResponse> response = co_await handle(std::move(request));
     co_return response;

@@ -21,6 +21,9 @@ namespace {
 // A short pause when the process is out of file descriptors: some connection has to end first.
 constexpr std::chrono::milliseconds acceptPause{50};
 
+// Connections beyond the limit that are told so; any more are closed without a word.
+constexpr std::size_t refusals = 64;
+
 [[noreturn]] void failToListen(const ListenAddress& address, const error_code& error) {
     std::string message =
         "cannot listen on " + address.address + ":" + std::to_string(address.port) + ": ";
@@ -90,7 +93,11 @@ asio::awaitable<void> HttpServer::acceptConnections() {
 }
 
 void HttpServer::start(tcp::socket socket) {
-    const bool hasRoom = m_connections.size() < m_shared->limits.connections;
+    const std::size_t limit = m_shared->limits.connections;
+    const bool hasRoom = m_connections.size() < limit;
+    if (m_connections.size() >= limit + refusals) {
+        return;
+    }
     const auto connection = std::make_shared<HttpConnection>(std::move(socket), *m_shared);
     m_connections.insert(connection);
     auto flow = hasRoom ? connection->run() : connection->runRefusal();

@@ -22,15 +22,6 @@ namespace {
 const std::string healthRequest = "GET /healthz HTTP/1.1\r\nHost: localhost\r\n\r\n";
 const std::string healthBody = R"({"status":"ok","version":"0.3.0","leetcode_ready":false})";
 
-ServerLimits shortLimits() {
-    ServerLimits limits;
-    limits.header = 50ms;
-    limits.body = 50ms;
-    limits.idle = 50ms;
-    limits.linger = 50ms;
-    return limits;
-}
-
 bool isRequestId(const std::string& text) {
     const auto isAllowed = [](char character) {
         return std::isalnum(static_cast<unsigned char>(character)) != 0 || character == '-';
@@ -134,24 +125,6 @@ TEST(HttpServer, GarbageIs400) {
     }
 }
 
-TEST(HttpServer, AHeaderOfMoreThan16KiBIs431) {
-    RunningServer server;
-    const std::string start = "GET /healthz HTTP/1.1\r\nHost: x\r\nX: ";
-    TestClient fits(server.port());
-    EXPECT_EQ(fits.ask(start + std::string(16'000, 'a') + "\r\n\r\n").status, 200);
-    TestClient tooLong(server.port());
-    EXPECT_EQ(tooLong.ask(start + std::string(17'000, 'a') + "\r\n\r\n").errorCode(),
-              "header_too_large");
-    TestClient endless(server.port());
-    EXPECT_EQ(endless.ask(std::string(20'000, 'a')).status / 100, 4);
-    std::string many = "GET /healthz HTTP/1.1\r\nHost: x\r\n";
-    for (int index = 0; index < 4000; ++index) {
-        many += "a: b\r\n";
-    }
-    TestClient flood(server.port());
-    EXPECT_EQ(flood.ask(many + "\r\n").status, 431);
-}
-
 TEST(HttpServer, WrongMethodsPathsAndTokensAreEnvelopes) {
     RunningServer server;
     TestClient client(server.port());
@@ -205,144 +178,6 @@ TEST(HttpServer, WrongRecordsAreEnvelopes) {
     EXPECT_EQ(codeOf(std::string(100'000, '[')), "400 invalid_json");
     EXPECT_EQ(codeOf("{}"), "422 invalid_request");
     EXPECT_EQ(codeOf(goodBody()), "200 ");
-}
-
-TEST(HttpServer, BodiesUpTo20MiBAreTakenAndNoByteMore) {
-    RunningServer server;
-    const std::size_t limit = 20 * 1024 * 1024;
-    const std::string start =
-        R"({"preset":"summary","client_version":"1","image_data_url":"data:image/jpeg;base64,/9j/)";
-    const std::string end = "\"}";
-    const std::size_t digits = (limit - start.size() - end.size()) / 4 * 4;
-    const std::size_t blanks = limit - start.size() - end.size() - digits;
-    const std::string body = start + std::string(digits, 'A') + end + std::string(blanks, ' ');
-    ASSERT_EQ(body.size(), limit);
-    TestClient fits(server.port());
-    EXPECT_EQ(fits.ask(analyzeRequestBytes(body)).status, 200);
-    TestClient tooLarge(server.port());
-    tooLarge.send(analyzeRequestBytes(body + " "));
-    const auto response = tooLarge.read();
-    EXPECT_EQ(response.status, 413);
-    EXPECT_EQ(response.errorCode(), "payload_too_large");
-}
-
-TEST(HttpServer, ChunkedBodiesAreTakenWithinTheLimit) {
-    ServerLimits limits;
-    limits.bodyBytes = 1000;
-    RunningServer server(limits);
-    const std::string head =
-        std::string("POST /v1/analyze HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer ") +
-        test::testToken +
-        "\r\nContent-Type: application/json\r\nTransfer-Encoding: chunked\r\n\r\n";
-    const std::string body = goodBody();
-    TestClient client(server.port());
-    char size[16];
-    std::snprintf(size, sizeof size, "%zx", body.size() - 10);
-    const std::string chunks = std::string(size) + "\r\n" + body.substr(0, body.size() - 10) +
-                               "\r\na;x=y\r\n" + body.substr(body.size() - 10) + "\r\n0\r\n\r\n";
-    EXPECT_EQ(client.ask(head + chunks).status, 200);
-    TestClient endless(server.port());
-    std::string stream = head;
-    for (int index = 0; index < 100; ++index) {
-        stream += "10\r\n0123456789abcdef\r\n";
-    }
-    EXPECT_EQ(endless.ask(stream).errorCode(), "payload_too_large");
-    TestClient extension(server.port());
-    EXPECT_EQ(extension.ask(head + "1;" + std::string(600'000, 'x')).status, 400);
-    TestClient broken(server.port());
-    EXPECT_EQ(broken.ask(head + "zz\r\n").errorCode(), "bad_request");
-}
-
-TEST(HttpServer, AllBodiesTogetherAreBounded) {
-    ServerLimits limits;
-    limits.allBodyBytes = 100;
-    RunningServer server(limits);
-    server.engine.manner = Manner::hold;
-    TestClient first(server.port());
-    first.send(analyzeRequestBytes(goodBody()));
-    ASSERT_TRUE(waitUntil([&] { return server.engine.started == 1; }));
-    TestClient second(server.port());
-    EXPECT_EQ(second.ask(analyzeRequestBytes(goodBody())).errorCode(), "busy");
-    server.onNetworkThread([&] { server.engine.release(); });
-    EXPECT_EQ(first.read().status, 200);
-    server.engine.manner = Manner::answer;
-    EXPECT_EQ(first.ask(analyzeRequestBytes(goodBody())).status, 200);
-}
-
-TEST(HttpServer, TellsAWaitingClientToGoOn) {
-    RunningServer server;
-    TestClient client(server.port());
-    const std::string bytes = analyzeRequestBytes(goodBody(), "Expect: 100-continue\r\n");
-    const std::size_t end = bytes.find("\r\n\r\n") + 4;
-    client.send(bytes.substr(0, end));
-    EXPECT_EQ(client.read(false).status, 100);
-    EXPECT_EQ(client.ask(bytes.substr(end)).status, 200);
-    // Whoever sends the body with the header needs no telling.
-    EXPECT_EQ(client.ask(bytes).status, 200);
-}
-
-TEST(HttpServer, RefusesAWaitingClientBeforeItsBody) {
-    RunningServer server;
-    TestClient large(server.port());
-    std::string bytes = analyzeRequestBytes("", "Expect: 100-continue\r\n");
-    bytes.replace(bytes.find("Content-Length: 0"), 17, "Content-Length: 30000000");
-    EXPECT_EQ(large.ask(bytes).status, 413);
-    TestClient stranger(server.port());
-    EXPECT_EQ(stranger
-                  .ask("POST /v1/analyze HTTP/1.1\r\nHost: x\r\nContent-Length: 5\r\n"
-                       "Expect: 100-continue\r\n\r\n")
-                  .status,
-              401);
-}
-
-TEST(HttpServer, SlowHeadersAndBodiesAre408) {
-    RunningServer server(shortLimits());
-    TestClient header(server.port());
-    EXPECT_EQ(header.ask("GET /healthz HTT").errorCode(), "request_timeout");
-    EXPECT_TRUE(header.readsEnd());
-    TestClient body(server.port());
-    const std::string bytes = analyzeRequestBytes(goodBody());
-    EXPECT_EQ(body.ask(bytes.substr(0, bytes.size() - 1)).errorCode(), "request_timeout");
-}
-
-TEST(HttpServer, AHeaderSentInDripsHasOneTimeForAll) {
-    ServerLimits limits = shortLimits();
-    limits.header = 150ms;
-    RunningServer server(limits);
-    TestClient client(server.port());
-    const auto started = std::chrono::steady_clock::now();
-    while (client.send("a") && std::chrono::steady_clock::now() - started < 5s &&
-           server.log().find("status=408") == std::string::npos) {
-        std::this_thread::sleep_for(5ms);
-    }
-    EXPECT_LT(std::chrono::steady_clock::now() - started, 3s);
-    EXPECT_EQ(client.read().status, 408);
-}
-
-TEST(HttpServer, IdleConnectionsAreClosedWithoutAWord) {
-    RunningServer server(shortLimits());
-    TestClient fresh(server.port());
-    EXPECT_TRUE(fresh.readsEnd());
-    TestClient kept(server.port());
-    EXPECT_EQ(kept.ask(healthRequest).status, 200);
-    EXPECT_TRUE(kept.readsEnd());
-    EXPECT_EQ(server.log().find("408"), std::string::npos);
-}
-
-TEST(HttpServer, AClientThatTakesNoAnswerIsLeft) {
-    ServerLimits limits;
-    limits.write = 50ms;
-    RunningServer server(limits);
-    TestClient client(server.port());
-    std::string many;
-    for (int index = 0; index < 1000; ++index) {
-        many += healthRequest;
-    }
-    bool isTaken = true;
-    for (int round = 0; round < 2000 && isTaken; ++round) {
-        isTaken = client.send(many);
-    }
-    EXPECT_FALSE(isTaken);
 }
 
 TEST(HttpServer, HalfARequestThatEndsIsDropped) {
@@ -412,23 +247,6 @@ TEST(HttpServer, HealthAnswersWhileAnalysesAreAtWork) {
     ASSERT_TRUE(waitUntil([&] { return server.engine.started == 1; }));
     TestClient other(server.port());
     EXPECT_EQ(other.ask(healthRequest).status, 200);
-}
-
-TEST(HttpServer, OneConnectionTooManyIs503) {
-    ServerLimits limits;
-    limits.connections = 1;
-    RunningServer server(limits);
-    TestClient first(server.port());
-    EXPECT_EQ(first.ask(healthRequest).status, 200);
-    TestClient second(server.port());
-    const auto response = second.ask(healthRequest);
-    EXPECT_EQ(response.status, 503);
-    first.close();
-    second.close();
-    EXPECT_TRUE(waitUntil([&] {
-        TestClient third(server.port());
-        return third.ask(healthRequest).status == 200;
-    }));
 }
 
 TEST(HttpServer, StoppingFinishesWhatIsAtWorkAndClosesTheRest) {
