@@ -1,4 +1,4 @@
-#include "analysis/AppModelFixture.h"
+#include "support/AppModelFixture.h"
 #include "domain/LumivaneError.h"
 
 namespace lumivane::test {

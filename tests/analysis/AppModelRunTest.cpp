@@ -1,5 +1,5 @@
 #include "accounts/AuthenticationError.h"
-#include "analysis/AppModelFixture.h"
+#include "support/AppModelFixture.h"
 #include "domain/LumivaneError.h"
 
 namespace lumivane::test {

@@ -1,6 +1,6 @@
 #include "platform/linux/QtPasteboard.h"
 
-#include "analysis/AppModelFakes.h"
+#include "support/AppModelFakes.h"
 
 #include <QClipboard>
 #include <QGuiApplication>

@@ -2,6 +2,7 @@
 
 #include "server/FakeUpstream.h"
 #include "server/RunningServer.h"
+#include "support/WaitForCondition.h"
 
 #include <boost/asio/bind_cancellation_slot.hpp>
 #include <boost/asio/cancellation_signal.hpp>
@@ -14,7 +15,7 @@ using namespace std::chrono_literals;
 using test::completionAnswer;
 using test::FakeUpstream;
 using test::httpAnswer;
-using test::waitUntil;
+using lumivane::test::waitForCondition;
 
 class ChatCompletionsEngineTest : public testing::Test {
 protected:
@@ -170,7 +171,7 @@ TEST_F(ChatCompletionsEngineTest, AServerWithoutTlsIsNoSecureServer) {
 TEST_F(ChatCompletionsEngineTest, ASilentModelTimesOutByItsPreset) {
     budgets.standard = 50ms;
     EXPECT_EQ(outcomeOf({""}), "504 upstream_timeout");
-    EXPECT_TRUE(waitUntil([this] { return upstream.abandoned == 1; }));
+    EXPECT_TRUE(waitForCondition([this] { return upstream.abandoned == 1; }));
     budgets.leetCode = 50ms;
     budgets.standard = 1h;
     EXPECT_EQ(outcomeOf({""}, Preset::leetCode), "504 upstream_timeout");
@@ -191,14 +192,14 @@ TEST_F(ChatCompletionsEngineTest, CancellingLeavesTheModelServer) {
     boost::asio::co_spawn(context, describe(*engine, request(Preset::summary)),
                           boost::asio::bind_cancellation_slot(cancel.slot(), done));
     std::thread canceller([&] {
-        waitUntil([this] { return upstream.requests().size() == 1; });
+        waitForCondition([this] { return upstream.requests().size() == 1; });
         boost::asio::post(context,
                           [&cancel] { cancel.emit(boost::asio::cancellation_type::terminal); });
     });
     context.run();
     canceller.join();
     EXPECT_TRUE(isEnded);
-    EXPECT_TRUE(waitUntil([this] { return upstream.abandoned == 1; }));
+    EXPECT_TRUE(waitForCondition([this] { return upstream.abandoned == 1; }));
 }
 
 } // namespace lumivane::service

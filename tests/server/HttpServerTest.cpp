@@ -1,4 +1,5 @@
 #include "server/RunningServer.h"
+#include "support/WaitForCondition.h"
 #include "server/TestClient.h"
 
 #include <boost/json/object.hpp>
@@ -14,7 +15,7 @@ using test::analyzeRequestBytes;
 using test::goodBody;
 using test::RunningServer;
 using test::TestClient;
-using test::waitUntil;
+using lumivane::test::waitForCondition;
 using Manner = test::FakeEngine::Manner;
 
 namespace {
@@ -82,7 +83,7 @@ TEST(HttpServer, TakesRequestsThatArriveWhileOneIsAtWork) {
     server.engine.manner = Manner::hold;
     TestClient client(server.port());
     client.send(analyzeRequestBytes(goodBody()));
-    ASSERT_TRUE(waitUntil([&] { return server.engine.started == 1; }));
+    ASSERT_TRUE(waitForCondition([&] { return server.engine.started == 1; }));
     client.send(healthRequest.substr(0, 20));
     client.send(healthRequest.substr(20) + healthRequest);
     server.onNetworkThread([&] { server.engine.release(); });
@@ -211,10 +212,10 @@ TEST(HttpServer, AClientThatGoesAwayCancelsItsAnalysis) {
     server.engine.manner = Manner::hold;
     TestClient client(server.port());
     client.send(analyzeRequestBytes(goodBody()));
-    ASSERT_TRUE(waitUntil([&] { return server.engine.started == 1; }));
+    ASSERT_TRUE(waitForCondition([&] { return server.engine.started == 1; }));
     client.close();
-    EXPECT_TRUE(waitUntil([&] { return server.engine.cancelled == 1; }));
-    EXPECT_TRUE(waitUntil([&] { return server.log().find("status=0") != std::string::npos; }));
+    EXPECT_TRUE(waitForCondition([&] { return server.engine.cancelled == 1; }));
+    EXPECT_TRUE(waitForCondition([&] { return server.log().find("status=0") != std::string::npos; }));
 }
 
 TEST(HttpServer, ManyClientsAtOnceEachGetTheirOwn) {
@@ -244,7 +245,7 @@ TEST(HttpServer, HealthAnswersWhileAnalysesAreAtWork) {
     server.engine.manner = Manner::hold;
     TestClient busy(server.port());
     busy.send(analyzeRequestBytes(goodBody()));
-    ASSERT_TRUE(waitUntil([&] { return server.engine.started == 1; }));
+    ASSERT_TRUE(waitForCondition([&] { return server.engine.started == 1; }));
     TestClient other(server.port());
     EXPECT_EQ(other.ask(healthRequest).status, 200);
 }
@@ -256,7 +257,7 @@ TEST(HttpServer, StoppingFinishesWhatIsAtWorkAndClosesTheRest) {
     EXPECT_EQ(idle.ask(healthRequest).status, 200);
     TestClient busy(server.port());
     busy.send(analyzeRequestBytes(goodBody()));
-    ASSERT_TRUE(waitUntil([&] { return server.engine.started == 1; }));
+    ASSERT_TRUE(waitForCondition([&] { return server.engine.started == 1; }));
     server.stop();
     EXPECT_TRUE(idle.readsEnd());
     EXPECT_THROW(TestClient(server.port()), std::runtime_error);
@@ -275,7 +276,7 @@ TEST(HttpServer, StoppingBreaksOffWhatDoesNotFinishInTime) {
     server.engine.manner = Manner::hold;
     TestClient busy(server.port());
     busy.send(analyzeRequestBytes(goodBody()));
-    ASSERT_TRUE(waitUntil([&] { return server.engine.started == 1; }));
+    ASSERT_TRUE(waitForCondition([&] { return server.engine.started == 1; }));
     server.stop();
     EXPECT_EQ(busy.read().status, 0);
     server.waitForEnd();
@@ -287,7 +288,7 @@ TEST(HttpServer, LogsOneLineForEachRequestAndNothingOfWhatItHeld) {
     TestClient client(server.port());
     client.ask(analyzeRequestBytes(goodBody(), "X-Canary: canary\r\n"));
     const auto response = client.ask("GET /canary?canary=1 HTTP/1.1\r\nHost: canary\r\n\r\n");
-    ASSERT_TRUE(waitUntil([&] { return server.log().find("404") != std::string::npos; }));
+    ASSERT_TRUE(waitForCondition([&] { return server.log().find("404") != std::string::npos; }));
     const std::string log = server.log();
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 2);
     EXPECT_EQ(log.find("request method=POST route=analyze status=200 duration_ms="), 0U);

@@ -73,16 +73,6 @@ std::string RunningServer::log() {
     return m_log;
 }
 
-bool waitUntil(const std::function<bool()>& condition) {
-    for (int attempt = 0; attempt < 5000; ++attempt) {
-        if (condition()) {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return false;
-}
-
 std::string analyzeRequestBytes(const std::string& body, const std::string& moreHeaders) {
     return std::string("POST /v1/analyze HTTP/1.1\r\nHost: localhost\r\nAuthorization: Bearer ") +
            testToken + "\r\nContent-Type: application/json\r\n" + moreHeaders +

@@ -62,9 +62,6 @@ private:
     std::thread m_thread;
 };
 
-/// Waits until the condition holds; false after ten seconds.
-bool waitUntil(const std::function<bool()>& condition);
-
 /// "POST /v1/analyze" with the token and a JSON body.
 std::string analyzeRequestBytes(const std::string& body, const std::string& moreHeaders = "");
 

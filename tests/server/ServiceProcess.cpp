@@ -1,18 +1,20 @@
 #include "server/ServiceProcess.h"
 
+#include "support/WaitForCondition.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
-#include <thread>
 
 namespace lumivane::service::test {
+
+using lumivane::test::waitForCondition;
 
 namespace {
 
@@ -93,17 +95,16 @@ std::uint16_t ServiceProcess::waitForPort() {
 void ServiceProcess::signal(int number) { ::kill(m_process, number); }
 
 int ServiceProcess::waitForEnd() {
-    for (int attempt = 0; attempt < 1000; ++attempt) {
-        int status = 0;
-        if (::waitpid(m_process, &status, WNOHANG) == m_process) {
-            m_process = -1;
-            while (readSome(m_outputPipe, 0, m_output)) {
-            }
-            return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    int status = 0;
+    const bool hasEnded = waitForCondition(
+        [&] { return ::waitpid(m_process, &status, WNOHANG) == m_process; });
+    if (!hasEnded) {
+        return -1;
     }
-    return -1;
+    m_process = -1;
+    while (readSome(m_outputPipe, 0, m_output)) {
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 std::string ServiceProcess::errors() {

@@ -16,6 +16,7 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 XServer::XServer(const QSize& size) {
+    m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     startInOwnGroup(m_server, u"Xvfb"_qs,
                     {u"-displayfd"_qs, u"1"_qs, u"-screen"_qs, u"0"_qs,
                      u"%1x%2x24"_qs.arg(size.width()).arg(size.height()), u"-nolisten"_qs,
@@ -41,6 +42,7 @@ void XServer::kill() {
 
 void XServer::startWindowManager() {
     m_windowManager.setProcessEnvironment(environment());
+    m_windowManager.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     startInOwnGroup(m_windowManager, u"openbox"_qs, {});
     // It announces itself long before it looks after windows, and forgets those that come in
     // between. So windows are shown until one of them gets its frame.

@@ -22,7 +22,6 @@ void startInOwnGroup(QProcess& process, const QString& program, const QStringLis
         setpgid(0, 0);
         prctl(PR_SET_PDEATHSIG, SIGKILL);
     });
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.start(program, arguments);
     if (!process.waitForStarted()) {
         throw std::runtime_error("cannot start " + program.toStdString());
@@ -42,6 +41,7 @@ void endGroup(QProcess& process) {
 }
 
 XTestProcess::XTestProcess(const QByteArray& displayName) {
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     startInOwnGroup(m_process, QStringLiteral(LUMIVANE_X_TEST_CLIENT),
                     {QString::fromLatin1(displayName)});
 }

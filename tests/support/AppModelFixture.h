@@ -1,7 +1,7 @@
 #pragma once
 
 #include "analysis/AppModel.h"
-#include "analysis/AppModelFakes.h"
+#include "support/AppModelFakes.h"
 #include "support/EventLoop.h"
 #include "support/FakeDisplayServer.h"
 #include "support/FakeHotKeyRegistrar.h"

@@ -2,7 +2,7 @@
 
 #include "accounts/SessionServing.h"
 #include "analysis/NotificationServing.h"
-#include "analysis/ScriptedCall.h"
+#include "support/ScriptedCall.h"
 #include "analysis/SettingsPresenting.h"
 #include "notes/NotesServing.h"
 #include "overlays/OverlayPresenting.h"
