@@ -19,10 +19,10 @@ build_packages=(
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
   qml6-module-qtquick-shapes qml6-module-qtquick-templates qml6-module-qtquick-window
   qml6-module-qttest
-  # reading text, JPEG
-  libtesseract-dev libleptonica-dev libjpeg-dev
-  # keyring, journal, probes
-  libsecret-1-dev libsystemd-dev systemtap-sdt-dev
+  # reading text
+  libtesseract-dev libleptonica-dev
+  # keyring, probes
+  libsecret-1-dev systemtap-sdt-dev
   # the display server
   libxcb1-dev libxcb-shm0-dev libxcb-composite0-dev libxcb-randr0-dev libxcb-xfixes0-dev
   libxcb-render0-dev libxcb-render-util0-dev libxcb-shape0-dev libxcb-keysyms1-dev

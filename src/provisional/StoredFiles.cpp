@@ -12,10 +12,8 @@ namespace lumivane::StoredFiles {
 
 namespace {
 
-std::optional<Json> readJson(const QString& name)
-{
-    const QString folder =
-        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+std::optional<Json> readJson(const QString& name) {
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
     QFile file(folder + u"/lumivane/"_qs + name);
     if (!file.open(QIODevice::ReadOnly)) {
         return std::nullopt;
@@ -26,8 +24,7 @@ std::optional<Json> readJson(const QString& name)
 
 } // namespace
 
-AppSettings settings()
-{
+AppSettings settings() {
     try {
         if (const auto json = readJson(u"settings.json"_qs)) {
             return JsonCoding<AppSettings>::decode(*json);
@@ -40,8 +37,7 @@ AppSettings settings()
     return settings;
 }
 
-ApplicationInformation applicationInformation()
-{
+ApplicationInformation applicationInformation() {
     ApplicationInformation information;
     try {
         if (const auto json = readJson(u"info.json"_qs)) {
@@ -56,8 +52,7 @@ ApplicationInformation applicationInformation()
     return information;
 }
 
-QString developmentTokenFile()
-{
+QString developmentTokenFile() {
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
            u"/lumivane-service/development-token"_qs;
 }

@@ -1,5 +1,5 @@
-#include "support/AppModelFixture.h"
 #include "domain/LumivaneError.h"
+#include "support/AppModelFixture.h"
 
 namespace lumivane::test {
 

@@ -1,6 +1,6 @@
 #include "accounts/AuthenticationError.h"
-#include "support/AppModelFixture.h"
 #include "domain/LumivaneError.h"
+#include "support/AppModelFixture.h"
 
 namespace lumivane::test {
 

@@ -12,15 +12,13 @@ namespace lumivane {
 
 class StoredFilesTest : public testing::Test {
 protected:
-    StoredFilesTest()
-    {
+    StoredFilesTest() {
         qputenv("XDG_CONFIG_HOME", folder.path().toUtf8());
         qputenv("XDG_DATA_HOME", folder.path().toUtf8());
         QDir(folder.path()).mkdir(u"lumivane"_qs);
     }
 
-    void write(const QString& name, const QByteArray& contents)
-    {
+    void write(const QString& name, const QByteArray& contents) {
         QFile file(folder.filePath(u"lumivane/"_qs + name));
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(contents);
@@ -29,16 +27,14 @@ protected:
     QTemporaryDir folder;
 };
 
-TEST_F(StoredFilesTest, WithoutAFileTheSetupCountsAsFinished)
-{
+TEST_F(StoredFilesTest, WithoutAFileTheSetupCountsAsFinished) {
     AppSettings expected;
     expected.configured = true;
     EXPECT_EQ(StoredFiles::settings(), expected);
     EXPECT_EQ(StoredFiles::applicationInformation(), ApplicationInformation());
 }
 
-TEST_F(StoredFilesTest, StoredSettingsAreRead)
-{
+TEST_F(StoredFilesTest, StoredSettingsAreRead) {
     AppSettings stored;
     stored.configured = true;
     stored.preset = Preset::mcq;
@@ -47,8 +43,7 @@ TEST_F(StoredFilesTest, StoredSettingsAreRead)
     EXPECT_EQ(StoredFiles::settings(), stored);
 }
 
-TEST_F(StoredFilesTest, GarbageCountsAsNoFile)
-{
+TEST_F(StoredFilesTest, GarbageCountsAsNoFile) {
     for (const QByteArray& garbage : {QByteArray(), QByteArray("{"), QByteArray("[]"),
                                       QByteArray("\xff\xfe"), QByteArray(2000, '[')}) {
         write(u"settings.json"_qs, garbage);
@@ -58,8 +53,7 @@ TEST_F(StoredFilesTest, GarbageCountsAsNoFile)
     }
 }
 
-TEST_F(StoredFilesTest, TheInformationNamesTheService)
-{
+TEST_F(StoredFilesTest, TheInformationNamesTheService) {
     write(u"info.json"_qs, R"({"LumivaneAPIBaseURL": "http://127.0.0.1:9"})");
     EXPECT_EQ(StoredFiles::applicationInformation().LumivaneAPIBaseURL, u"http://127.0.0.1:9"_qs);
     EXPECT_EQ(StoredFiles::developmentTokenFile(),

@@ -12,10 +12,10 @@
 namespace lumivane::service {
 
 using namespace std::chrono_literals;
+using lumivane::test::waitForCondition;
 using test::completionAnswer;
 using test::FakeUpstream;
 using test::httpAnswer;
-using lumivane::test::waitForCondition;
 
 class ChatCompletionsEngineTest : public testing::Test {
 protected:

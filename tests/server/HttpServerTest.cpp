@@ -1,6 +1,6 @@
 #include "server/RunningServer.h"
-#include "support/WaitForCondition.h"
 #include "server/TestClient.h"
+#include "support/WaitForCondition.h"
 
 #include <boost/json/object.hpp>
 #include <boost/json/parse.hpp>
@@ -11,11 +11,11 @@
 namespace lumivane::service {
 
 using namespace std::chrono_literals;
+using lumivane::test::waitForCondition;
 using test::analyzeRequestBytes;
 using test::goodBody;
 using test::RunningServer;
 using test::TestClient;
-using lumivane::test::waitForCondition;
 using Manner = test::FakeEngine::Manner;
 
 namespace {
@@ -215,7 +215,8 @@ TEST(HttpServer, AClientThatGoesAwayCancelsItsAnalysis) {
     ASSERT_TRUE(waitForCondition([&] { return server.engine.started == 1; }));
     client.close();
     EXPECT_TRUE(waitForCondition([&] { return server.engine.cancelled == 1; }));
-    EXPECT_TRUE(waitForCondition([&] { return server.log().find("status=0") != std::string::npos; }));
+    EXPECT_TRUE(
+        waitForCondition([&] { return server.log().find("status=0") != std::string::npos; }));
 }
 
 TEST(HttpServer, ManyClientsAtOnceEachGetTheirOwn) {

@@ -1,18 +1,18 @@
 #include "server/RunningServer.h"
-#include "support/WaitForCondition.h"
 #include "server/TestClient.h"
 #include "server/http/BodyBudget.h"
+#include "support/WaitForCondition.h"
 
 #include <gtest/gtest.h>
 
 namespace lumivane::service {
 
 using namespace std::chrono_literals;
+using lumivane::test::waitForCondition;
 using test::analyzeRequestBytes;
 using test::goodBody;
 using test::RunningServer;
 using test::TestClient;
-using lumivane::test::waitForCondition;
 using Manner = test::FakeEngine::Manner;
 
 namespace {

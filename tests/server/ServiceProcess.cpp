@@ -96,8 +96,8 @@ void ServiceProcess::signal(int number) { ::kill(m_process, number); }
 
 int ServiceProcess::waitForEnd() {
     int status = 0;
-    const bool hasEnded = waitForCondition(
-        [&] { return ::waitpid(m_process, &status, WNOHANG) == m_process; });
+    const bool hasEnded =
+        waitForCondition([&] { return ::waitpid(m_process, &status, WNOHANG) == m_process; });
     if (!hasEnded) {
         return -1;
     }

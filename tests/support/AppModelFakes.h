@@ -2,7 +2,6 @@
 
 #include "accounts/SessionServing.h"
 #include "analysis/NotificationServing.h"
-#include "support/ScriptedCall.h"
 #include "analysis/SettingsPresenting.h"
 #include "notes/NotesServing.h"
 #include "overlays/OverlayPresenting.h"
@@ -12,6 +11,7 @@
 #include "screen/ScreenImageEncoding.h"
 #include "screen/ScreenTextExtracting.h"
 #include "service/AnalysisServing.h"
+#include "support/ScriptedCall.h"
 
 #include <QStringList>
 

@@ -104,6 +104,7 @@ void writeAtOnce(int descriptor, std::string_view text) {
 
 std::string_view SystemLogSink::journalFor(int errorDescriptor) noexcept {
     struct stat status {};
+
     const bool isFile = fstat(errorDescriptor, &status) == 0 && S_ISREG(status.st_mode);
     return isFile || isatty(errorDescriptor) != 0 ? std::string_view() : systemJournal;
 }

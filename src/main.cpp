@@ -1,0 +1,118 @@
+// The composition root: the one place that knows every class.
+
+#include "analysis/AppModel.h"
+#include "async/MainThread.h"
+#include "async/SystemClock.h"
+#include "platform/linux/QtHttpTransport.h"
+#include "platform/linux/QtImageCodec.h"
+#include "platform/linux/QtPasteboard.h"
+#include "platform/linux/QtSoundPlayer.h"
+#include "platform/linux/RecognitionLanguages.h"
+#include "platform/linux/ScreenScales.h"
+#include "platform/linux/SystemLogSink.h"
+#include "platform/linux/TerminationSignals.h"
+#include "platform/linux/TesseractRecogniser.h"
+#include "platform/linux/XcbDisplayServer.h"
+#include "platform/linux/XcbHotKeyRegistrar.h"
+#include "provisional/DevelopmentSession.h"
+#include "provisional/StandIns.h"
+#include "provisional/StoredFiles.h"
+#include "provisional/TextPanels.h"
+#include "screen/ScreenCaptureService.h"
+#include "screen/ScreenCaptureWarmUp.h"
+#include "screen/ScreenImageReducer.h"
+#include "screen/ScreenTextExtractor.h"
+#include "service/AnalysisClient.h"
+#include "telemetry/LumivaneLog.h"
+#include "triggers/TriggerController.h"
+
+#include <QApplication>
+#include <QLocale>
+#include <QThreadPool>
+
+#include <unistd.h>
+
+#include <memory>
+
+namespace {
+
+using namespace lumivane;
+
+/// Reading and encoding run side by side, and reading itself uses every core.
+constexpr int workerThreads = 4;
+
+void logEscape(std::exception_ptr failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::exception& error) {
+        LumivaneLog::lifecycle.error("A flow let an error escape; errorType=%{public}s",
+                                     LogTypeName(error));
+    } catch (...) {
+        LumivaneLog::lifecycle.error("A flow let something escape that is no error");
+    }
+}
+
+int run() {
+    SystemClock clock;
+    QThreadPool workers;
+    workers.setMaxThreadCount(workerThreads);
+    ScreenScales scales;
+    // Before the first window of ours, so that what lies under our panels can always be read.
+    XcbDisplayServer displays([&scales](const QString& name) { return scales.scaleOf(name); });
+    XcbHotKeyRegistrar hotKeys;
+
+    const std::int64_t processID = QApplication::applicationPid();
+    QtImageCodec codec;
+    ScreenImageReducer reducer(codec, workers);
+    const QString recognitionData = RecognitionLanguages::dataFolder();
+    TesseractRecogniser recogniser(
+        recognitionData,
+        RecognitionLanguages::fitting(recognitionData, QLocale::system().uiLanguages()));
+    ScreenTextExtractor extractor(recogniser, reducer, workers, clock);
+    ScreenCaptureService capture(displays, workers, processID);
+    ScreenCaptureWarmUp warmUp(displays, workers, clock, processID);
+
+    QtHttpTransport transport(clock);
+    AnalysisClient client(std::nullopt, StoredFiles::applicationInformation(), transport);
+    QtPasteboard pasteboard(*QApplication::clipboard());
+    QtSoundPlayer sound;
+    TriggerController triggers(hotKeys, displays, clock);
+
+    // Provisional, each until the real one is built: panels, login, notes, notifications,
+    // configuration window, settings store.
+    TextPanels overlays(displays, clock);
+    DevelopmentSession session(StoredFiles::developmentTokenFile());
+    UnavailableNotes notes;
+    SilentNotifications notifications;
+    NoSettingsWindow settingsWindow;
+    const AppSettings settings = StoredFiles::settings();
+
+    AppModel model({client, capture, warmUp, reducer, extractor, notifications, notes, pasteboard,
+                    sound, displays, triggers, overlays, session, settingsWindow, clock},
+                   settings);
+    session.onSessionCleared = [&model] { model.authenticationDidClearSession(); };
+    const TerminationSignals signalHandler([&model] {
+        model.terminate();
+        // Behind what was cancelled, so that it unwinds before anything it stands on goes.
+        postToMainThread([] { QApplication::quit(); });
+    });
+    workers.start([&recogniser] { recogniser.prepare(); });
+    model.start();
+    const int status = QApplication::exec();
+    workers.clear();
+    workers.waitForDone();
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    TerminationSignals::block();
+    const QApplication application(argc, argv);
+    QApplication::setApplicationName(u"lumivane"_qs);
+    QApplication::setQuitOnLastWindowClosed(false);
+    LumivaneLog::setSink(std::make_shared<SystemLogSink>(SystemLogSink::Verbosity::standard,
+                                                         SystemLogSink::journalFor(STDERR_FILENO)));
+    TaskHandle::setEscapeHandler(logEscape);
+    return run();
+}

@@ -1,0 +1,222 @@
+#include "async/SystemClock.h"
+#include "async/TaskHandle.h"
+#include "domain/AppSettings.h"
+#include "domain/LumivaneError.h"
+#include "platform/linux/QtHttpTransport.h"
+#include "platform/linux/QtImageCodec.h"
+#include "platform/linux/RecognitionLanguages.h"
+#include "platform/linux/TesseractRecogniser.h"
+#include "records/AnalysisInputMode.h"
+#include "screen/ScreenImagePolicy.h"
+#include "screen/ScreenImageReducer.h"
+#include "screen/ScreenTextExtractor.h"
+#include "service/AnalysisClient.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFile>
+#include <QImageReader>
+#include <QLocale>
+#include <QThreadPool>
+
+#include <cmath>
+#include <cstdio>
+#include <optional>
+
+namespace lumivane {
+
+namespace {
+
+enum ExitCode { success = 0, failure = 1, usage = 2 };
+
+struct Options {
+    QString imagePath;
+    QString baseURL;
+    QString token;
+    double pointPixelScale = 1;
+    AppSettings settings;
+};
+
+int fail(ExitCode code, const QString& words) {
+    std::fprintf(stderr, "analyze-frame: %s\n", qUtf8Printable(words));
+    return code;
+}
+
+void describe(QCommandLineParser& parser) {
+    parser.setApplicationDescription(
+        u"Reads and reduces a picture of a screen as the program does, sends what the program "
+        u"would send, and prints the answer."_qs);
+    parser.addPositionalArgument(u"IMAGE"_qs, u"The picture file."_qs);
+    parser.addOption({u"base-url"_qs, u"Where the service is."_qs, u"URL"_qs});
+    parser.addOption({u"token-file"_qs, u"A file with the access token."_qs, u"FILE"_qs});
+    parser.addOption(
+        {u"preset"_qs, u"mcq, summary, custom or leetcode; summary if not given."_qs, u"P"_qs});
+    parser.addOption({u"prompt"_qs, u"The prompt of the custom preset."_qs, u"TEXT"_qs});
+    parser.addOption(
+        {u"mode"_qs, u"hyperPrivate or hyperAccurate; hyperPrivate if not given."_qs, u"M"_qs});
+    parser.addOption(
+        {u"scale"_qs, u"Pixels per point of the display, 1 if not given."_qs, u"S"_qs});
+    parser.addOption({{u"h"_qs, u"help"_qs}, u"Show this help."_qs});
+}
+
+template <ClosedSet Case>
+void readCase(const QCommandLineParser& parser, const QString& name, Case& value) {
+    if (!parser.isSet(name)) {
+        return;
+    }
+    const auto known = fromRawValue<Case>(parser.value(name));
+    if (!known) {
+        throw u"--%1 does not know %2; see --help"_qs.arg(name, parser.value(name));
+    }
+    value = *known;
+}
+
+QString readToken(const QString& path) {
+    constexpr qint64 longestToken = 4096;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        throw u"the token file cannot be read"_qs;
+    }
+    const QString token = QString::fromLatin1(file.read(longestToken)).trimmed();
+    if (token.isEmpty()) {
+        throw u"the token file is empty"_qs;
+    }
+    return token;
+}
+
+double readScale(const QCommandLineParser& parser) {
+    if (!parser.isSet(u"scale"_qs)) {
+        return 1;
+    }
+    bool isNumber = false;
+    const double scale = parser.value(u"scale"_qs).toDouble(&isNumber);
+    if (!isNumber || !std::isfinite(scale) || scale <= 0) {
+        throw u"--scale needs a number above 0"_qs;
+    }
+    return scale;
+}
+
+/// Throws the words that say what is wrong.
+Options optionsFrom(const QCommandLineParser& parser) {
+    if (parser.positionalArguments().size() != 1) {
+        throw u"one IMAGE is needed; see --help"_qs;
+    }
+    if (!parser.isSet(u"base-url"_qs) || !parser.isSet(u"token-file"_qs)) {
+        throw u"--base-url and --token-file are needed; see --help"_qs;
+    }
+    Options options;
+    options.imagePath = parser.positionalArguments().constFirst();
+    options.baseURL = parser.value(u"base-url"_qs);
+    options.token = readToken(parser.value(u"token-file"_qs));
+    options.pointPixelScale = readScale(parser);
+    readCase(parser, u"preset"_qs, options.settings.preset);
+    readCase(parser, u"mode"_qs, options.settings.analysisMode);
+    if (parser.isSet(u"prompt"_qs)) {
+        options.settings.customPrompt = parser.value(u"prompt"_qs);
+    }
+    return options;
+}
+
+ScreenText readText(const QImage& image, double pointPixelScale,
+                    const ScreenImageReducer& reducer) {
+    const SystemClock clock;
+    const QString dataFolder = RecognitionLanguages::dataFolder();
+    TesseractRecogniser recogniser(
+        dataFolder, RecognitionLanguages::fitting(dataFolder, QLocale::system().uiLanguages()));
+    return ScreenTextExtractor(recogniser, reducer, *QThreadPool::globalInstance(), clock)
+        .read(image, pointPixelScale, std::stop_token())
+        .text;
+}
+
+/// What the program would send of this frame. Throws LumivaneError.
+AnalysisPayload payloadOf(const QImage& image, const Options& options) {
+    const AppSettings& settings = options.settings;
+    const bool isLeetCode = settings.preset == Preset::leetCode;
+    const QtImageCodec codec;
+    const ScreenImageReducer reducer(codec, *QThreadPool::globalInstance());
+    AnalysisPayload payload;
+    payload.timings.emplace();
+    std::optional<ScreenTextSignals> signals;
+    if (isLeetCode || settings.analysisMode == AnalysisMode::hyperPrivate) {
+        const ScreenText text = readText(image, options.pointPixelScale, reducer);
+        payload.screenText = text.text;
+        payload.timings->ocrMS = text.durationMS;
+        signals = text.signals;
+    }
+    if (isLeetCode && payload.screenText->trimmed().isEmpty()) {
+        throw LumivaneError(LumivaneError::Case::leetCodeTextUnavailable);
+    }
+    const auto inputMode = isLeetCode ? AnalysisInputMode::textAndImage
+                                      : resolveInputMode(settings.analysisMode, signals);
+    if (!sendsText(inputMode)) {
+        payload.screenText.reset();
+    }
+    if (sendsImage(inputMode)) {
+        const auto mode = isLeetCode ? AnalysisMode::hyperAccurate : settings.analysisMode;
+        const QImage reduced = reducer.scaled(image, ScreenImagePolicy::jpegLongEdge(mode));
+        payload.jpeg = reducer.encodeJPEG(reduced, ScreenImagePolicy::jpegQuality);
+        payload.timings->imagePixelWidth = reduced.width();
+        payload.timings->imagePixelHeight = reduced.height();
+    }
+    return payload;
+}
+
+QCoro::Task<void> ask(AnalysisServing* client, AnalysisPayload payload, Options options,
+                      std::stop_token stop) {
+    int code = failure;
+    try {
+        const AnalyzeResponse answer =
+            co_await client->analyze(payload, options.settings, options.token, stop);
+        std::printf("%s\n", qUtf8Printable(answer.result));
+        code = success;
+    } catch (const std::exception& error) {
+        fail(failure, LumivaneError::sanitize(localizedDescription(error)));
+    }
+    QCoreApplication::exit(code);
+}
+
+int run(const Options& options) {
+    QImageReader reader(options.imagePath);
+    const QImage image = reader.read();
+    if (image.isNull()) {
+        return fail(failure, u"cannot read %1: %2"_qs.arg(options.imagePath, reader.errorString()));
+    }
+    SystemClock clock;
+    QtHttpTransport transport(clock);
+    AnalysisClient client(options.baseURL, ApplicationInformation(), transport);
+    try {
+        const AnalysisPayload payload = payloadOf(image, options);
+        const auto task = TaskHandle::start([&client, payload, options](std::stop_token stop) {
+            return ask(&client, payload, options, std::move(stop));
+        });
+        return QCoreApplication::exec();
+    } catch (const std::exception& error) {
+        return fail(failure, LumivaneError::sanitize(localizedDescription(error)));
+    }
+}
+
+} // namespace
+
+} // namespace lumivane
+
+int main(int argc, char** argv) {
+    using namespace lumivane;
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(u"analyze-frame"_qs);
+    QCommandLineParser parser;
+    describe(parser);
+    if (!parser.parse(QCoreApplication::arguments())) {
+        return fail(usage, parser.errorText());
+    }
+    if (parser.isSet(u"help"_qs)) {
+        std::printf("%s", qUtf8Printable(parser.helpText()));
+        return success;
+    }
+    Options options;
+    try {
+        options = optionsFrom(parser);
+    } catch (const QString& words) {
+        return fail(usage, words);
+    }
+    return run(options);
+}
