@@ -25,10 +25,12 @@ using tesseract::PageIterator;
 constexpr int segmentGapLineHeights = 2;
 // Longer stretches are parted at the next word, so that a stop is seen in time.
 constexpr int longestSegmentLineHeights = 80;
-// Room around a segment, as shares of its line's height. Less above and below makes the letters
-// larger for the recogniser, but slower to read; these read small type best.
-constexpr int roomAboveShare = 9;
-constexpr int roomBesideShare = 2;
+// Room around a segment. Less above and below makes the letters larger for the recogniser, but
+// slower to read; a stretch of a few letters wants room beside it, where a long one would have
+// specks read into it. These read small type best.
+constexpr int roomAboveShare = 9;           // of the line's height
+constexpr int shortSegmentLineHeights = 20; // up to this width a segment has half a line beside it
+constexpr int roomBesideLongSegment = 3;    // pixels
 
 QRect boxOf(const PageIterator& at, tesseract::PageIteratorLevel level) {
     int left = 0;
@@ -62,9 +64,11 @@ QRect areaAround(const PageIterator& at, const QRect& ink) {
     const int top = std::min(ink.y(), static_cast<int>(baseline - rowHeight - descenders));
     const int bottom =
         std::max(ink.y() + ink.height(), static_cast<int>(std::ceil(baseline - descenders)));
-    const int above = std::max(1, (bottom - top) / roomAboveShare);
-    const int beside = (bottom - top) / roomBesideShare;
-    return QRect(ink.x(), top, ink.width(), bottom - top).adjusted(-beside, -above, beside, above);
+    const int height = bottom - top;
+    const bool isShort = ink.width() < shortSegmentLineHeights * height;
+    const int beside = isShort ? height / 2 : roomBesideLongSegment;
+    const int above = std::max(1, height / roomAboveShare);
+    return QRect(ink.x(), top, ink.width(), height).adjusted(-beside, -above, beside, above);
 }
 
 /// Gathers the words of the layout pass into segments.
