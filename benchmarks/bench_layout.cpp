@@ -35,9 +35,11 @@ std::vector<TextFragment> page(std::size_t count, Script script) {
     const double rowHeight = perRow / static_cast<double>(count);
     std::vector<TextFragment> fragments;
     for (const std::size_t place : places) {
-        const auto slot = static_cast<double>(place % perRow);
-        const double left = slot * 0.08 + (slot >= perRow / 2 ? 0.2 : 0.0);
-        const double top = static_cast<double>(place / perRow) * rowHeight;
+        const std::size_t slot = place % perRow;
+        const std::size_t row = place / perRow;
+        const bool isRightColumn = slot >= perRow / 2;
+        const double left = static_cast<double>(slot) * 0.08 + (isRightColumn ? 0.2 : 0.0);
+        const double top = static_cast<double>(row) * rowHeight;
         fragments.push_back({word(random, script), 0.9, {left, top, 0.07, rowHeight * 0.8}});
     }
     return fragments;

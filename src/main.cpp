@@ -96,7 +96,6 @@ int run() {
         // Behind what was cancelled, so that it unwinds before anything it stands on goes.
         postToMainThread([] { QApplication::quit(); });
     });
-    workers.start([&recogniser] { recogniser.prepare(); });
     model.start();
     const int status = QApplication::exec();
     workers.clear();

@@ -21,6 +21,10 @@ struct Row {
     std::string_view rawValue;
 };
 
+// Not every compiler works this out for an aggregate.
+template <typename Case>
+Row(Case, std::string_view) -> Row<Case>;
+
 constexpr std::array presets{
     Row{Preset::mcq, "mcq"},
     Row{Preset::summary, "summary"},

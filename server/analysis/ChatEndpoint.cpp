@@ -59,7 +59,7 @@ ChatEndpoint parseChatEndpoint(std::string_view baseUrl) {
     if (!parsed) {
         throw ChatEndpointError("is not a URL");
     }
-    const urls::url_view url = *parsed;
+    const urls::url_view& url = *parsed;
     // The library takes "127.0.0.1.example.org" for the address with a path behind it.
     const std::string path(url.encoded_path());
     if (!path.empty() && !path.starts_with('/')) {

@@ -87,7 +87,7 @@ std::string variable(const Surroundings& surroundings, const char* name) {
 
 // A relative path under an XDG variable counts as unset, as that standard says.
 fs::path baseFolder(const Surroundings& surroundings, const char* name, const char* underHome) {
-    const fs::path configured = variable(surroundings, name);
+    fs::path configured = variable(surroundings, name);
     if (configured.is_absolute()) {
         return configured;
     }

@@ -77,7 +77,7 @@ QString readToken(const QString& path) {
     if (!file.open(QIODevice::ReadOnly)) {
         throw u"the token file cannot be read"_qs;
     }
-    const QString token = QString::fromLatin1(file.read(longestToken)).trimmed();
+    QString token = QString::fromLatin1(file.read(longestToken)).trimmed();
     if (token.isEmpty()) {
         throw u"the token file is empty"_qs;
     }

@@ -40,7 +40,7 @@ QStringList namesFor(const QLocale& locale) {
 } // namespace
 
 QString dataFolder() {
-    const QString named = qEnvironmentVariable("TESSDATA_PREFIX");
+    QString named = qEnvironmentVariable("TESSDATA_PREFIX");
     if (!named.isEmpty()) {
         return named;
     }
