@@ -307,10 +307,7 @@ TEST_F(AppModelRunTest, ASupersededCaptureFailureIsLoggedAndDropped) {
 TEST_F(AppModelRunTest, AnErrorAdvancesTheRunSoThatALaterResultIsDropped) {
     DeafService deaf(service);
     service.script.hold();
-    model = std::make_unique<AppModel>(
-        AppModelPorts{deaf, capture, capture, reducer, extractor, notifications, notes, pasteboard,
-                      sound, displays, triggers, overlays, session, presenter, clock},
-        settings);
+    makeWith(deaf);
     run();
     triggers.onError(error(LumivaneError::Case::displayUnavailable));
     EXPECT_EQ(model->state(), AnalysisState::idle);
@@ -422,10 +419,7 @@ TEST_F(AppModelRunTest, ATakenOverDeviceIsSignedOutAndTheUserIsTold) {
 TEST_F(AppModelRunTest, ASupersededRefusalTouchesNoSession) {
     DeafService deaf(service);
     service.script.hold();
-    model = std::make_unique<AppModel>(
-        AppModelPorts{deaf, capture, capture, reducer, extractor, notifications, notes, pasteboard,
-                      sound, displays, triggers, overlays, session, presenter, clock},
-        settings);
+    makeWith(deaf);
     run(mainDisplay);
     run(otherDisplay);
     service.script.fail(0, error(LumivaneError::Case::authenticationRequired));
@@ -453,10 +447,7 @@ TEST_F(AppModelRunTest, ASupersededRefusalTouchesNoSession) {
 TEST_F(AppModelRunTest, ADeafRunsLateAnswerIsDiscarded) {
     DeafService deaf(service);
     service.script.hold();
-    model = std::make_unique<AppModel>(
-        AppModelPorts{deaf, capture, capture, reducer, extractor, notifications, notes, pasteboard,
-                      sound, displays, triggers, overlays, session, presenter, clock},
-        settings);
+    makeWith(deaf);
     run();
     const QStringList before = journal.entries();
     model->authenticationDidClearSession();

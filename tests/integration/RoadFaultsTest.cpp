@@ -17,11 +17,7 @@ protected:
 
     void makeWithService(const QString& baseURL) {
         client = std::make_unique<AnalysisClient>(baseURL, ApplicationInformation(), transport);
-        model = std::make_unique<AppModel>(AppModelPorts{*client, capture, capture, reducer,
-                                                         extractor, notifications, notes,
-                                                         pasteboard, sound, displays, triggers,
-                                                         overlays, session, presenter, clock},
-                                           settings);
+        makeWith(*client);
     }
 
     void answer(const ScriptedAnswer& scripted) { server.script("/v1/analyze", scripted); }

@@ -40,8 +40,11 @@ protected:
     }
 
     /// The model with the present `settings`; nothing of its making stays in the journal.
-    AppModel& make() {
-        model = std::make_unique<AppModel>(AppModelPorts{service, capture, capture, reducer,
+    AppModel& make() { return makeWith(service); }
+
+    /// The same over another service.
+    AppModel& makeWith(AnalysisServing& otherService) {
+        model = std::make_unique<AppModel>(AppModelPorts{otherService, capture, capture, reducer,
                                                          extractor, notifications, notes,
                                                          pasteboard, sound, displays, triggers,
                                                          overlays, session, presenter, clock},

@@ -11,6 +11,7 @@
 #include "screen/ScreenImageReducer.h"
 #include "screen/ScreenTextExtractor.h"
 #include "service/AnalysisClient.h"
+#include "support/ToolMain.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -19,7 +20,6 @@
 #include <QLocale>
 #include <QThreadPool>
 
-#include <cmath>
 #include <cstdio>
 #include <optional>
 
@@ -27,7 +27,7 @@ namespace lumivane {
 
 namespace {
 
-enum ExitCode { success = 0, failure = 1, usage = 2 };
+using namespace tools;
 
 struct Options {
     QString imagePath;
@@ -36,11 +36,6 @@ struct Options {
     double pointPixelScale = 1;
     AppSettings settings;
 };
-
-int fail(ExitCode code, const QString& words) {
-    std::fprintf(stderr, "analyze-frame: %s\n", qUtf8Printable(words));
-    return code;
-}
 
 void describe(QCommandLineParser& parser) {
     parser.setApplicationDescription(
@@ -54,9 +49,7 @@ void describe(QCommandLineParser& parser) {
     parser.addOption({u"prompt"_qs, u"The prompt of the custom preset."_qs, u"TEXT"_qs});
     parser.addOption(
         {u"mode"_qs, u"hyperPrivate or hyperAccurate; hyperPrivate if not given."_qs, u"M"_qs});
-    parser.addOption(
-        {u"scale"_qs, u"Pixels per point of the display, 1 if not given."_qs, u"S"_qs});
-    parser.addOption({{u"h"_qs, u"help"_qs}, u"Show this help."_qs});
+    addScaleOption(parser);
 }
 
 template <ClosedSet Case>
@@ -84,18 +77,6 @@ QString readToken(const QString& path) {
     return token;
 }
 
-double readScale(const QCommandLineParser& parser) {
-    if (!parser.isSet(u"scale"_qs)) {
-        return 1;
-    }
-    bool isNumber = false;
-    const double scale = parser.value(u"scale"_qs).toDouble(&isNumber);
-    if (!isNumber || !std::isfinite(scale) || scale <= 0) {
-        throw u"--scale needs a number above 0"_qs;
-    }
-    return scale;
-}
-
 /// Throws the words that say what is wrong.
 Options optionsFrom(const QCommandLineParser& parser) {
     if (parser.positionalArguments().size() != 1) {
@@ -108,7 +89,7 @@ Options optionsFrom(const QCommandLineParser& parser) {
     options.imagePath = parser.positionalArguments().constFirst();
     options.baseURL = parser.value(u"base-url"_qs);
     options.token = readToken(parser.value(u"token-file"_qs));
-    options.pointPixelScale = readScale(parser);
+    options.pointPixelScale = scaleFrom(parser);
     readCase(parser, u"preset"_qs, options.settings.preset);
     readCase(parser, u"mode"_qs, options.settings.analysisMode);
     if (parser.isSet(u"prompt"_qs)) {
@@ -201,22 +182,5 @@ int run(const Options& options) {
 
 int main(int argc, char** argv) {
     using namespace lumivane;
-    const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(u"analyze-frame"_qs);
-    QCommandLineParser parser;
-    describe(parser);
-    if (!parser.parse(QCoreApplication::arguments())) {
-        return fail(usage, parser.errorText());
-    }
-    if (parser.isSet(u"help"_qs)) {
-        std::printf("%s", qUtf8Printable(parser.helpText()));
-        return success;
-    }
-    Options options;
-    try {
-        options = optionsFrom(parser);
-    } catch (const QString& words) {
-        return fail(usage, words);
-    }
-    return run(options);
+    return tools::toolMain(argc, argv, u"analyze-frame"_qs, describe, optionsFrom, run);
 }

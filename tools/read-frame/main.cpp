@@ -4,6 +4,7 @@
 #include "platform/linux/TesseractRecogniser.h"
 #include "screen/ScreenImageReducer.h"
 #include "screen/ScreenTextExtractor.h"
+#include "support/ToolMain.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -14,7 +15,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <cmath>
 #include <cstdio>
 #include <optional>
 
@@ -22,7 +22,7 @@ namespace lumivane {
 
 namespace {
 
-enum ExitCode { success = 0, failure = 1, usage = 2 };
+using namespace tools;
 
 enum class OutputForm { transcript, json };
 
@@ -32,18 +32,11 @@ struct Options {
     OutputForm form = OutputForm::transcript;
 };
 
-int fail(ExitCode code, const QString& words) {
-    std::fprintf(stderr, "read-frame: %s\n", qUtf8Printable(words));
-    return code;
-}
-
 void describe(QCommandLineParser& parser) {
     parser.setApplicationDescription(u"Prints what the program reads on a picture of a screen."_qs);
     parser.addPositionalArgument(u"IMAGE"_qs, u"The picture file."_qs);
-    parser.addOption(
-        {u"scale"_qs, u"Pixels per point of the display, 1 if not given."_qs, u"S"_qs});
+    addScaleOption(parser);
     parser.addOption({u"json"_qs, u"Print one JSON object with signals and fragments."_qs});
-    parser.addOption({{u"h"_qs, u"help"_qs}, u"Show this help."_qs});
 }
 
 /// Throws the words that say what is wrong.
@@ -54,13 +47,7 @@ Options optionsFrom(const QCommandLineParser& parser) {
     Options options;
     options.imagePath = parser.positionalArguments().constFirst();
     options.form = parser.isSet(u"json"_qs) ? OutputForm::json : OutputForm::transcript;
-    if (parser.isSet(u"scale"_qs)) {
-        bool isNumber = false;
-        options.pointPixelScale = parser.value(u"scale"_qs).toDouble(&isNumber);
-        if (!isNumber || !std::isfinite(options.pointPixelScale) || options.pointPixelScale <= 0) {
-            throw u"--scale needs a number above 0"_qs;
-        }
-    }
+    options.pointPixelScale = scaleFrom(parser);
     return options;
 }
 
@@ -119,22 +106,5 @@ int run(const Options& options) {
 
 int main(int argc, char** argv) {
     using namespace lumivane;
-    const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(u"read-frame"_qs);
-    QCommandLineParser parser;
-    describe(parser);
-    if (!parser.parse(QCoreApplication::arguments())) {
-        return fail(usage, parser.errorText());
-    }
-    if (parser.isSet(u"help"_qs)) {
-        std::printf("%s", qUtf8Printable(parser.helpText()));
-        return success;
-    }
-    Options options;
-    try {
-        options = optionsFrom(parser);
-    } catch (const QString& words) {
-        return fail(usage, words);
-    }
-    return run(options);
+    return tools::toolMain(argc, argv, u"read-frame"_qs, describe, optionsFrom, run);
 }
