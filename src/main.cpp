@@ -32,6 +32,7 @@
 
 #include <unistd.h>
 
+#include <cstdio>
 #include <memory>
 
 namespace {
@@ -91,6 +92,11 @@ int run() {
                     sound, displays, triggers, overlays, session, settingsWindow, clock},
                    settings);
     session.onSessionCleared = [&model] { model.authenticationDidClearSession(); };
+    // While the pointer waits in the corner, the recogniser loads beside the capture path.
+    triggers.onDwellStart = [warmUp = triggers.onDwellStart, &workers, &recogniser] {
+        warmUp();
+        workers.start([&recogniser] { recogniser.prepare(); });
+    };
     const TerminationSignals signalHandler([&model] {
         model.terminate();
         // Behind what was cancelled, so that it unwinds before anything it stands on goes.
@@ -113,5 +119,10 @@ int main(int argc, char** argv) {
     LumivaneLog::setSink(std::make_shared<SystemLogSink>(SystemLogSink::Verbosity::standard,
                                                          SystemLogSink::journalFor(STDERR_FILENO)));
     TaskHandle::setEscapeHandler(logEscape);
-    return run();
+    try {
+        return run();
+    } catch (const DisplayServerError& error) {
+        std::fprintf(stderr, "lumivane: %s\n", error.what());
+        return 1;
+    }
 }

@@ -182,7 +182,8 @@ private:
     std::optional<std::uint32_t> displayUnderPointer() const;
 
     // Delivery (AppModelDelivery.cpp)
-    static QCoro::Task<void> deliver(Self self, Run run, AnalyzeResponse response);
+    static QCoro::Task<void> deliver(Self self, Run run, AnalyzeResponse response,
+                                     std::stop_token stop);
     void copyResult(const QString& text, const AppSettings& settings);
     void saveLeetCodeNote(const AnalyzeResponse& response, const Run& run);
     static QCoro::Task<void> performNoteSave(Self self, Run run, LeetCodeNote note,

@@ -7,7 +7,8 @@
 
 namespace lumivane {
 
-QCoro::Task<void> AppModel::deliver(Self self, Run run, AnalyzeResponse response) {
+QCoro::Task<void> AppModel::deliver(Self self, Run run, AnalyzeResponse response,
+                                    std::stop_token stop) {
     const AppSettings& settings = run.settings;
     self->m_ports.overlays.clearWorking();
     self->m_lastAnalysis =
@@ -19,6 +20,7 @@ QCoro::Task<void> AppModel::deliver(Self self, Run run, AnalyzeResponse response
         self->copyResult(response.result, settings);
         if (settings.notifyOnCopy) {
             co_await self->m_ports.notificationService.notifyCopied();
+            throwIfStopped(stop);
             if (!self) {
                 co_return;
             }

@@ -62,7 +62,7 @@ QCoro::Task<void> AppModel::signOutAfterEviction(Self self, std::uint32_t displa
     constexpr auto origin = DeviceEvictedOrigin::afterUpload;
     self->showDeviceEvicted(displayID, origin);
     co_await self->m_ports.authentication.signOutLocallyAfterEviction();
-    if (self) {
+    if (self && !self->m_ports.authentication.isSignedIn()) {
         // The end of the session clears every panel. This one is its reason, so it is asked for
         // again, which changes nothing where it is still up.
         self->presentDeviceEvicted(displayID, origin);

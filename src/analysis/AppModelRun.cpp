@@ -196,7 +196,7 @@ QCoro::Task<void> AppModel::sendAndDeliver(Self self, Run run, Reading reading,
         LumivaneLog::lifecycle.info("Discarding a superseded analysis result");
         co_return;
     }
-    co_await deliver(self, run, response.value);
+    co_await deliver(self, run, response.value, stop);
 }
 
 AnalysisPayload AppModel::payloadFor(AnalysisInputMode inputMode, const Reading& reading,

@@ -4,6 +4,10 @@
 
 #include <QRegularExpression>
 
+#include <cxxabi.h>
+
+#include <cstdlib>
+#include <memory>
 #include <typeinfo>
 #include <utility>
 
@@ -66,11 +70,14 @@ QString localizedDescription(const std::exception& error) {
     return QString::fromUtf8(error.what());
 }
 
-std::string_view errorTypeName(const std::exception& error) {
+std::string errorTypeName(const std::exception& error) {
     if (const auto* described = dynamic_cast<const DescribedError*>(&error)) {
-        return described->typeName();
+        return std::string(described->typeName());
     }
-    return typeid(error).name();
+    const char* name = typeid(error).name();
+    const std::unique_ptr<char, decltype(&std::free)> readable(
+        abi::__cxa_demangle(name, nullptr, nullptr, nullptr), &std::free);
+    return readable ? readable.get() : name;
 }
 
 } // namespace lumivane

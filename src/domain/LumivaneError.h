@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <string>
+
 namespace lumivane {
 
 /// The one error of the analysis path, with the exact words that a user reads.
@@ -48,6 +50,6 @@ public:
 QString localizedDescription(const std::exception& error);
 
 /// A name of an error's type for logs: never any of its text.
-std::string_view errorTypeName(const std::exception& error);
+std::string errorTypeName(const std::exception& error);
 
 } // namespace lumivane

@@ -56,7 +56,9 @@ void appendValue(std::string& line, double value) {
 void appendValue(std::string& line, const HotKey& value) {
     HotKey shown = value;
     const QList<uint> scalars = value.key.toUcs4();
-    if (scalars.size() != 1 || !isLetterOrNumber(scalars.front())) {
+    const bool isKey = scalars.size() == 1 && (isLetterOrNumber(scalars.front()) ||
+                                               (scalars.front() > ' ' && scalars.front() <= '~'));
+    if (!isKey) {
         shown.key = u"-"_qs; // whatever a user wrote there, it is no key
     }
     line += shown.displayValue().toStdString();

@@ -35,7 +35,7 @@ public:
     std::string_view text() const { return m_name; }
 
 private:
-    std::string_view m_name;
+    std::string m_name;
 };
 
 /// A name that the program itself wrote down as a literal.

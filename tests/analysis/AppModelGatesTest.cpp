@@ -71,6 +71,7 @@ TEST_F(AppModelGatesTest, ATokenFailureOutsideTheProgramsOwnTypesShowsItsDescrip
 }
 
 TEST_F(AppModelGatesTest, ASecondTriggerReplacesTheTokenFetchOfTheFirst) {
+    session.token.ignoreStops();
     session.token.hold();
     make();
     run(mainDisplay);
@@ -94,6 +95,36 @@ TEST_F(AppModelGatesTest, ATokenFetchLeavesARunningRunAlone) {
     service.script.release(0, FakeAnalysisService::response(u"first"_qs));
     drainEvents();
     EXPECT_EQ(model->lastResult(), u"first"_qs);
+}
+
+TEST_F(AppModelGatesTest, AFailedLoginGateLeavesARunningRunAlone) {
+    service.script.hold();
+    make();
+    run();
+    session.signedIn = false;
+    run(otherDisplay);
+    session.signedIn = true;
+    session.token.failWith(AuthenticationError(AuthenticationError::Case::expiredSession));
+    run(otherDisplay);
+    EXPECT_EQ(journal.count(u"showAuthenticationRequired 8"_qs), 2);
+    EXPECT_EQ(model->state(), AnalysisState::analyzing);
+    service.script.release(0, FakeAnalysisService::response(u"still delivered"_qs));
+    drainEvents();
+    EXPECT_EQ(model->lastResult(), u"still delivered"_qs);
+}
+
+TEST_F(AppModelGatesTest, AGateThatShowsAnErrorEndsARunningRun) {
+    settings.preset = Preset::leetCode;
+    service.script.hold();
+    make();
+    run();
+    service.healthScript.answerWith({u"ok"_qs, u"1"_qs, false});
+    TaskHandle::detach([this](std::stop_token) { return model->refreshServiceStatus(); });
+    drainEvents();
+    run(otherDisplay);
+    EXPECT_EQ(overlays.errors.size(), 1U);
+    EXPECT_EQ(model->state(), AnalysisState::idle);
+    EXPECT_EQ(logged("lifecycle", LogLevel::info, "Analysis cancelled"), 1);
 }
 
 TEST_F(AppModelGatesTest, PausingWhileTheTokenIsFetchedStopsTheRun) {

@@ -122,6 +122,7 @@ TEST_F(AppModelLifecycleTest, QuittingReleasesTheTriggers) {
 }
 
 TEST_F(AppModelLifecycleTest, TheEndOfASessionLeavesNothingOfIt) {
+    session.token.ignoreStops();
     session.token.hold();
     make();
     run();

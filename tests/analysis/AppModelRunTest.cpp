@@ -229,6 +229,7 @@ TEST_F(AppModelRunTest, ARunThatEndsCancelsItsSoftDeadline) {
 }
 
 TEST_F(AppModelRunTest, ASupersededRunsSoftDeadlineDoesNothing) {
+    service.script.ignoreStops(); // so that the first run, and its deadline, live on
     service.script.hold();
     make();
     run();
@@ -255,67 +256,50 @@ TEST_F(AppModelRunTest, TheNewestOfTwoTriggersOnTwoDisplaysWins) {
     EXPECT_EQ(overlays.results[0].displayID, otherDisplay);
 }
 
-/// A port that does not honour cancellation answers for a run that is no longer wanted.
-class DeafService final : public AnalysisServing {
-public:
-    explicit DeafService(FakeAnalysisService& service)
-        : m_service(service) {}
-
-    QCoro::Task<HealthResponse> health(std::stop_token stop) override {
-        return m_service.health(std::move(stop));
-    }
-
-    using AnalysisServing::analyze;
-
-    QCoro::Task<AnalyzeResponse> analyze(AnalysisPayload payload, AppSettings settings,
-                                         QString token, std::stop_token) override {
-        return m_service.analyze(std::move(payload), std::move(settings), std::move(token),
-                                 std::stop_token());
-    }
-
-private:
-    FakeAnalysisService& m_service;
-};
-
 TEST_F(AppModelRunTest, AFailedSupersededRunLeavesALogLineAndNothingElse) {
+    service.script.ignoreStops();
     service.script.hold();
     make();
     run(mainDisplay);
     run(otherDisplay);
     journal.clear();
-    EXPECT_EQ(service.script.pendingCount(), 2U);
     service.script.fail(0, error(LumivaneError::Case::serviceUnavailable));
     drainEvents();
     EXPECT_TRUE(overlays.errors.empty());
     EXPECT_TRUE(journal.entries().isEmpty());
     EXPECT_EQ(model->state(), AnalysisState::analyzing);
+    EXPECT_EQ(
+        logged("lifecycle", LogLevel::error, "A superseded analysis failed; not surfacing it"), 1);
 }
 
 TEST_F(AppModelRunTest, ASupersededCaptureFailureIsLoggedAndDropped) {
+    reducer.script.ignoreStops();
     reducer.script.hold();
-    extractor.script.hold();
     make();
     run();
     model->authenticationDidClearSession(); // takes the ownership and cancels
+    journal.clear();
     reducer.script.fail(0, error(LumivaneError::Case::captureFailed));
     drainEvents();
-    EXPECT_TRUE(overlays.errors.empty());
-    EXPECT_TRUE(service.requests.empty());
+    EXPECT_TRUE(journal.entries().isEmpty());
     EXPECT_EQ(model->state(), AnalysisState::idle);
+    EXPECT_EQ(
+        logged("lifecycle", LogLevel::error, "A superseded analysis failed; not surfacing it"), 1);
 }
 
 TEST_F(AppModelRunTest, AnErrorAdvancesTheRunSoThatALaterResultIsDropped) {
-    DeafService deaf(service);
+    service.script.ignoreStops();
     service.script.hold();
-    makeWith(deaf);
+    make();
     run();
     triggers.onError(error(LumivaneError::Case::displayUnavailable));
     EXPECT_EQ(model->state(), AnalysisState::idle);
+    journal.clear();
     service.script.release(0, FakeAnalysisService::response(u"too late"_qs));
     drainEvents();
     EXPECT_TRUE(overlays.results.empty());
     EXPECT_EQ(model->lastResult(), std::nullopt);
-    EXPECT_EQ(overlays.errors.size(), 1U);
+    EXPECT_TRUE(journal.entries().isEmpty()) << "a run that still owned would clear its panel";
 }
 
 TEST_F(AppModelRunTest, ACancelledOwnerClearsItsPanelAndGoesIdle) {
@@ -417,9 +401,9 @@ TEST_F(AppModelRunTest, ATakenOverDeviceIsSignedOutAndTheUserIsTold) {
 }
 
 TEST_F(AppModelRunTest, ASupersededRefusalTouchesNoSession) {
-    DeafService deaf(service);
+    service.script.ignoreStops();
     service.script.hold();
-    makeWith(deaf);
+    make();
     run(mainDisplay);
     run(otherDisplay);
     service.script.fail(0, error(LumivaneError::Case::authenticationRequired));
@@ -445,9 +429,9 @@ TEST_F(AppModelRunTest, ASupersededRefusalTouchesNoSession) {
 }
 
 TEST_F(AppModelRunTest, ADeafRunsLateAnswerIsDiscarded) {
-    DeafService deaf(service);
+    service.script.ignoreStops();
     service.script.hold();
-    makeWith(deaf);
+    make();
     run();
     const QStringList before = journal.entries();
     model->authenticationDidClearSession();
@@ -455,7 +439,39 @@ TEST_F(AppModelRunTest, ADeafRunsLateAnswerIsDiscarded) {
     service.script.release(0, FakeAnalysisService::response(u"stale"_qs));
     drainEvents();
     EXPECT_TRUE(journal.entries().isEmpty()) << "nothing is copied, shown or saved";
+    EXPECT_EQ(logged("lifecycle", LogLevel::info, "Analysis cancelled"), 1);
+    EXPECT_EQ(log.countStartingWith("Analysis response received"), 0);
     EXPECT_EQ(model->lastResult(), std::nullopt);
+}
+
+TEST_F(AppModelRunTest, AStopIsSeenBehindEveryStage) {
+    capture.script.ignoreStops();
+    capture.script.hold();
+    make();
+    run();
+    model->authenticationDidClearSession();
+    journal.clear();
+    capture.script.release(0, FakeCapture::frame());
+    drainEvents();
+    EXPECT_TRUE(journal.entries().isEmpty()) << "nothing is read of a frame nobody wants";
+
+    capture.script.letGo();
+    reducer.script.ignoreStops();
+    reducer.script.hold();
+    run();
+    model->authenticationDidClearSession();
+    reducer.script.release(0, {QByteArray("jpeg"), 10, 5});
+    drainEvents();
+    EXPECT_EQ(log.countStartingWith("Capture completed"), 0);
+    EXPECT_EQ(logged("lifecycle", LogLevel::info, "Analysis cancelled"), 2);
+}
+
+TEST_F(AppModelRunTest, AnEvictionDuringWhichTheUserLoggedInAgainIsNotShownTwice) {
+    service.script.failWith(error(LumivaneError::Case::deviceEvicted));
+    session.staysSignedIn = true;
+    make();
+    run();
+    EXPECT_EQ(journal.count(u"showDeviceEvicted 7 afterUpload"_qs), 1);
 }
 
 TEST_F(AppModelRunTest, AModelThatGoesDuringARunLeavesNothingBehind) {

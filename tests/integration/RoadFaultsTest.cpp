@@ -142,6 +142,26 @@ TEST_F(RoadFaultsTest, AServiceWithAReasonIsQuoted) {
     expectError(u"Try [REDACTED] later"_qs);
 }
 
+TEST_F(RoadFaultsTest, NothingOfTheUsersReachesALineOfAnyLevel) {
+    settings.preset = Preset::custom;
+    settings.customPrompt = u"canary-prompt"_qs;
+    session.token.answerWith(u"canary-token"_qs);
+    extractor.script.answerWith(FakeExtractor::text(u"canary-screen "_qs.repeated(5), 0.9));
+    makeWithService(server.baseURL());
+    answer(ScriptedAnswer::json(
+        200, R"({"request_id":"r","result":"canary-answer","result_kind":"text"})"));
+    runToItsEnd();
+    answer(ScriptedAnswer::json(
+        500, R"({"error":{"code":"c","message":"canary-message","request_id":"r"}})"));
+    runToItsEnd();
+    answer(ScriptedAnswer::json(200, R"({"canary":"garbage"})"));
+    runToItsEnd();
+    EXPECT_EQ(server.requests().size(), 3U);
+    EXPECT_TRUE(server.requests()[0].body.contains("canary-screen"));
+    EXPECT_GT(log.lines().size(), 20U);
+    EXPECT_FALSE(log.holds("canary"));
+}
+
 TEST_F(RoadFaultsTest, TwoTriggersAtOnceOnTwoDisplaysLeaveOneAnswer) {
     answer(ScriptedAnswer::json(200, good).held());
     model->analyze(mainDisplay);

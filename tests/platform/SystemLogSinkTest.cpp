@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -297,6 +298,22 @@ TEST(SystemLogSinkJournal, OutputThatSomebodyKeepsIsPreferredToTheJournal) {
     const ErrorPipe pipe;
     EXPECT_EQ(SystemLogSink::journalFor(pipe.writer()), SystemLogSink::systemJournal);
     EXPECT_EQ(SystemLogSink::journalFor(-1), SystemLogSink::systemJournal);
+}
+
+TEST(SystemLogSinkJournal, WithoutAJournalNothingGoesToASocket) {
+    // What an address of nothing but zeros would name.
+    const int listener = socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    const ErrorPipe pipe;
+    SystemLogSink sink(Verbosity::everything, std::string_view(), pipe.writer());
+    sink.write("subsystem", "category", LogLevel::standard, "a line");
+    char byte = 0;
+    EXPECT_EQ(recv(listener, &byte, 1, 0), -1);
+    EXPECT_EQ(errno, EAGAIN);
+    EXPECT_EQ(pipe.text(), "[category] default: a line\n");
+    close(listener);
 }
 
 } // namespace lumivane

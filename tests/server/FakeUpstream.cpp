@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <stdexcept>
 
 namespace lumivane::service::test {
 
@@ -34,8 +35,10 @@ FakeUpstream::FakeUpstream()
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
-    ::bind(m_listener, reinterpret_cast<const sockaddr*>(&address), size);
-    ::listen(m_listener, 8);
+    if (::bind(m_listener, reinterpret_cast<const sockaddr*>(&address), size) != 0 ||
+        ::listen(m_listener, 8) != 0) {
+        throw std::runtime_error("no loopback port");
+    }
     ::getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size);
     m_port = ntohs(address.sin_port);
     m_thread = std::thread([this] { serve(); });

@@ -259,6 +259,7 @@ public:
 
     QCoro::Task<void> signOutLocallyAfterEviction() override {
         m_journal.add(u"signOutLocallyAfterEviction"_qs);
+        signedIn = staysSignedIn;
         if (onSessionCleared) {
             onSessionCleared();
         }
@@ -268,6 +269,7 @@ public:
     std::optional<QString> errorMessage() const override { return message; }
 
     bool signedIn = true;
+    bool staysSignedIn = false; ///< as when the user logs in again while the session goes
     bool canRemoveSession = true;
     std::optional<QString> message;
     std::function<void()> onSessionCleared;

@@ -34,6 +34,9 @@ public:
 
     void letGo() { m_isHeld = false; }
 
+    /// From now on a requested stop is not honoured, as by a port that cannot be cancelled.
+    void ignoreStops() { m_ignoresStops = true; }
+
     std::size_t pendingCount() const { return m_pending.size(); }
 
     void release(std::size_t index, T answer) { m_pending.at(index).resolve(std::move(answer)); }
@@ -44,6 +47,9 @@ public:
     }
 
     QCoro::Task<T> call(std::stop_token stop) {
+        if (m_ignoresStops) {
+            stop = std::stop_token();
+        }
         throwIfStopped(stop);
         if (m_isHeld) {
             const Completion<T> completion;
@@ -61,6 +67,7 @@ private:
     T m_answer;
     std::exception_ptr m_failure;
     bool m_isHeld = false;
+    bool m_ignoresStops = false;
     std::vector<Completion<T>> m_pending;
 };
 

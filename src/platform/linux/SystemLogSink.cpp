@@ -114,7 +114,8 @@ SystemLogSink::SystemLogSink(Verbosity verbosity, std::string_view journalPath,
     : m_verbosity(verbosity)
     , m_errorDescriptor(errorDescriptor) {
     m_journal.sun_family = AF_UNIX;
-    if (journalPath.size() < sizeof(m_journal.sun_path)) {
+    // An empty path would name a socket of the abstract kind that anybody may open.
+    if (!journalPath.empty() && journalPath.size() < sizeof(m_journal.sun_path)) {
         std::copy(journalPath.begin(), journalPath.end(), m_journal.sun_path);
         m_socket = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     }
