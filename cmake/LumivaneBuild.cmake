@@ -49,7 +49,7 @@ endfunction()
 # lumivane_test(<name> SOURCES ... LINKS ... [LABEL unit|integration] [MAIN core|gui|plain])
 # One executable, one ctest entry per test case. MAIN chooses the application object behind it.
 function(lumivane_test name)
-  cmake_parse_arguments(ARG "" "LABEL;MAIN;TIMEOUT" "SOURCES;LINKS;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(ARG "" "LABEL;MAIN;TIMEOUT" "SOURCES;LINKS" ${ARGN})
   if(NOT ARG_LABEL)
     set(ARG_LABEL unit)
   endif()
@@ -70,5 +70,5 @@ function(lumivane_test name)
   target_compile_definitions(${name} PRIVATE LUMIVANE_TEST_DATA="${CMAKE_SOURCE_DIR}/tests/data")
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
     PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT}
-               ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;${ARG_ENVIRONMENT}")
+               ENVIRONMENT QT_QPA_PLATFORM=offscreen)
 endfunction()

@@ -47,7 +47,8 @@ std::vector<std::uint8_t> plainMask(const std::vector<Rect>& boxes, PixelSize gr
             std::min(grid.height - 1, static_cast<int>(std::ceil(box.maxY() * grid.height)) - 1);
         for (int row = firstRow; row <= lastRow; ++row) {
             for (int column = firstColumn; column <= lastColumn; ++column) {
-                mask[static_cast<std::size_t>(row * grid.width + column)] = 1;
+                const int index = row * grid.width + column;
+                mask[static_cast<std::size_t>(index)] = 1;
             }
         }
     }

@@ -12,7 +12,6 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -177,15 +176,6 @@ TEST(Logger, WithoutASinkLinesAreDropped) {
     const auto before = LumivaneLog::setSink(nullptr);
     LumivaneLog::lifecycle.error("nobody hears this");
     EXPECT_EQ(LumivaneLog::setSink(before), nullptr);
-}
-
-TEST(Logger, NumbersDoNotFollowTheUsersLocale) {
-    const std::string before = std::setlocale(LC_NUMERIC, nullptr);
-    // Where the machine has no such locale, the line is the same in any case.
-    std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
-    const std::string line = formatted("%{public}f", 0.5);
-    std::setlocale(LC_NUMERIC, before.c_str());
-    EXPECT_EQ(line, "0.500000");
 }
 
 } // namespace lumivane
