@@ -4,6 +4,7 @@
 
 #include <boost/asio/awaitable.hpp>
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -36,6 +37,10 @@ public:
 
     /// Throws EngineError.
     virtual boost::asio::awaitable<AnalysisAnswer> analyze(AnalyzeRequest request) = 0;
+
+    /// Whether the engine answers LeetCode, as far as it knows: a client asks none of an engine
+    /// that says false, and tries one that does not say.
+    virtual std::optional<bool> answersLeetCode() const = 0;
 };
 
 } // namespace lumivane::service

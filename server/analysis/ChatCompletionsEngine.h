@@ -27,6 +27,9 @@ public:
 
     boost::asio::awaitable<AnalysisAnswer> analyze(AnalyzeRequest request) override;
 
+    /// Only the model's answers show what it can do.
+    std::optional<bool> answersLeetCode() const override { return std::nullopt; }
+
 private:
     std::unique_ptr<ChatTransport> m_transport;
     std::string m_model;

@@ -16,6 +16,8 @@ public:
 
     boost::asio::awaitable<AnalysisAnswer> analyze(AnalyzeRequest request) override;
 
+    std::optional<bool> answersLeetCode() const override { return false; }
+
 private:
     boost::asio::thread_pool& m_pool;
 };

@@ -16,19 +16,20 @@ namespace {
 
 using Decoded = std::variant<AnalyzeRequest, RecordError>;
 
-std::string healthBody() {
+std::string healthBody(const AnalysisEngine& engine) {
     boost::json::object record;
     record["status"] = "ok";
     record["version"] = boost::json::string(serviceVersion().data(), serviceVersion().size());
-    // Worked problems are not kept yet, and the client tells its reader so.
-    record["leetcode_ready"] = false;
+    // A key that is absent is not the same as false, which keeps clients from asking.
+    if (const auto isReady = engine.answersLeetCode()) {
+        record["leetcode_ready"] = *isReady;
+    }
     return boost::json::serialize(record);
 }
 
-asio::awaitable<HttpResponse> answerHealth(HttpRequest) {
-    static const std::string body = healthBody();
+asio::awaitable<HttpResponse> answerHealth(std::string body) {
     HttpResponse response;
-    response.body = body;
+    response.body = std::move(body);
     co_return response;
 }
 
@@ -77,7 +78,7 @@ Router makeServiceRouter(BearerToken token, AnalysisEngine& engine, asio::thread
     health.method = HttpMethod::get;
     health.path = "/healthz";
     health.access = Access::open;
-    health.handler = answerHealth;
+    health.handler = [body = healthBody(engine)](const HttpRequest&) { return answerHealth(body); };
 
     Route analysis;
     analysis.name = "analyze";

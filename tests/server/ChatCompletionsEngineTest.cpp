@@ -158,6 +158,10 @@ TEST_F(ChatCompletionsEngineTest, NobodyThereIsUnreachable) {
     EXPECT_EQ(outcomeAt(url, request(Preset::summary)), "502 upstream_unreachable");
 }
 
+TEST_F(ChatCompletionsEngineTest, DoesNotSayWhetherItAnswersLeetCode) {
+    EXPECT_EQ(engineAt(upstream.baseUrl())->answersLeetCode(), std::nullopt);
+}
+
 TEST_F(ChatCompletionsEngineTest, AServerWithoutTlsIsNoSecureServer) {
     upstream.answerWith({"no handshake"});
     const std::string url = "https://127.0.0.1:" + std::to_string(upstream.port());

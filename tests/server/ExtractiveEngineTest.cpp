@@ -1,5 +1,6 @@
 #include "server/analysis/ExtractiveEngine.h"
 
+#include <boost/asio/thread_pool.hpp>
 #include <gtest/gtest.h>
 
 namespace lumivane::service {
@@ -50,6 +51,11 @@ TEST(ExtractiveEngine, WhatNeedsAModelSaysWhichSettingsAddOne) {
     AnalyzeRequest custom = request(Preset::custom);
     custom.customPrompt = "Translate this canary into French";
     EXPECT_EQ(errorOf(custom), needsModel);
+}
+
+TEST(ExtractiveEngine, KnowsThatItAnswersNoLeetCode) {
+    boost::asio::thread_pool pool(1);
+    EXPECT_EQ(ExtractiveEngine(pool).answersLeetCode(), false);
 }
 
 TEST(ExtractiveEngine, AnswersPromptsThatAskForWhatItCanDo) {

@@ -21,7 +21,7 @@ using Manner = test::FakeEngine::Manner;
 namespace {
 
 const std::string healthRequest = "GET /healthz HTTP/1.1\r\nHost: localhost\r\n\r\n";
-const std::string healthBody = R"({"status":"ok","version":"0.3.0","leetcode_ready":false})";
+const std::string healthBody = R"({"status":"ok","version":"0.3.0"})";
 
 bool isRequestId(const std::string& text) {
     const auto isAllowed = [](char character) {

@@ -23,6 +23,8 @@ public:
 
     boost::asio::awaitable<AnalysisAnswer> analyze(AnalyzeRequest request) override;
 
+    std::optional<bool> answersLeetCode() const override { return std::nullopt; }
+
     /// Lets requests that are held go on. Called on the network thread.
     void release();
 

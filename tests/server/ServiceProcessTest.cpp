@@ -51,6 +51,19 @@ TEST_F(ServiceProcessTest, ServesUntilItIsToldToStop) {
     }
 }
 
+TEST_F(ServiceProcessTest, WithAModelItsHealthLeavesLeetCodeOpen) {
+    const auto file = folder.path() / "config.json";
+    std::ofstream(file) << R"({"chat_base_url":"http://127.0.0.1:9","chat_model":"m"})";
+    ServiceProcess service({"--config", file.string()}, environment());
+    const auto port = service.waitForPort();
+    ASSERT_NE(port, 0);
+    TestClient client(port);
+    EXPECT_EQ(client.ask("GET /healthz HTTP/1.1\r\nHost: x\r\n\r\n").body,
+              R"({"status":"ok","version":"0.3.0"})");
+    service.signal(SIGTERM);
+    EXPECT_EQ(service.waitForEnd(), 0);
+}
+
 TEST_F(ServiceProcessTest, AnalysesForTheBearerOfItsTokenAndTellsNobody) {
     ServiceProcess service({}, environment());
     const auto port = service.waitForPort();
