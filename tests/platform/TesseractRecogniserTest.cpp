@@ -3,6 +3,7 @@
 #include "async/Cancelled.h"
 #include "async/SystemClock.h"
 #include "platform/linux/RecognitionLanguages.h"
+#include "platform/linux/TesseractEngine.h"
 
 #include <QFile>
 #include <QFont>
@@ -197,13 +198,9 @@ TEST_F(TesseractRecogniserTest, StoppedBeforehandThrowsCancelled) {
     EXPECT_THROW(s_recogniser->recognise(fullPage(), stop.get_token()), Cancelled);
 }
 
-TEST_F(TesseractRecogniserTest, StoppedInTheMiddleReturnsLongBeforeThePageIsRead) {
+TEST_F(TesseractRecogniserTest, StoppedInTheMiddleReturnsWithinTwoHundredMilliseconds) {
     const SystemClock clock;
     const QImage page = fullPage();
-    const MonotonicInstant begin = clock.now();
-    recognise(page);
-    const auto whole = clock.now() - begin;
-
     std::stop_source stop;
     std::atomic<bool> isCancelled = false;
     std::jthread reader([&] {
@@ -218,8 +215,11 @@ TEST_F(TesseractRecogniserTest, StoppedInTheMiddleReturnsLongBeforeThePageIsRead
     const MonotonicInstant stopped = clock.now();
     stop.request_stop();
     reader.join();
+    const auto untilReturned = clock.now() - stopped;
     EXPECT_TRUE(isCancelled);
-    EXPECT_LT(clock.now() - stopped, whole / 5);
+    // The time within which a stopped run is promised to be over, however slow the machine reads:
+    // the caller's wait ends with the stop and not with the work, so no page time enters here.
+    EXPECT_LT(untilReturned, std::chrono::milliseconds(200));
 }
 
 TEST_F(TesseractRecogniserTest, WorkersOfAStoppedPageAreFreeAgainLongBeforeItIsRead) {
@@ -292,6 +292,18 @@ TEST(TesseractRecogniserData, OneWorkerReadsAPageAlone) {
     TesseractRecogniser alone(RecognitionLanguages::dataFolder(), {u"eng"_qs}, 1);
     EXPECT_EQ(textsOf(alone.recognise(paint({{{40, 100}, u"Harbour"_qs}}), {})),
               std::vector{u"Harbour"_qs});
+}
+
+TEST(TesseractEngineTest, SegmentsWithoutInkAreNoFailure) {
+    TesseractEngine engine(RecognitionLanguages::dataFolder(), {u"eng"_qs});
+    const PageImage page(paint({{{40, 100}, u"Harbour"_qs}}));
+    for (const QRect& area :
+         {QRect(200, 300, 400, 30), QRect(200, 300, 1, 1), QRect(200, 300, 2, 40),
+          QRect(1190, 590, 40, 40), QRect(0, 0, 5, 1), QRect(5000, 5000, 9, 9)}) {
+        EXPECT_THAT(engine.read(page, {area, area}, {}), IsEmpty()) << area.width();
+    }
+    const QRect word(30, 70, 130, 45);
+    EXPECT_THAT(engine.read(page, {word, word}, {}), SizeIs(1));
 }
 
 } // namespace lumivane

@@ -72,6 +72,35 @@ TEST_F(XcbStillTest, WhatLiesBeyondTheDisplayIsBlack) {
     EXPECT_EQ(outside.pixel(3, 3), 0xff000000U);
 }
 
+TEST_F(XcbStillTest, MonitorDeclaredBeyondTheRootWindowIsBlackThere) {
+    others.setWallpaper(9, QSize(640, 480));
+    server.addMonitor(u"wide"_qs, QRect(600, 440, 200, 100));
+    others.show({.area = QRect(590, 430, 30, 30), .seed = 2});
+    const QImage before = others.screen(QRect(600, 440, 40, 40));
+    ours.show({.area = QRect(610, 450, 100, 100), .seed = 7});
+    StillRequest all = request();
+    all.sourceRect = std::nullopt;
+    all.size = {200, 100};
+    const QImage image = displayServer->still(all);
+    ASSERT_EQ(image.size(), QSize(200, 100));
+    EXPECT_TRUE(samePixels(image.copy(0, 0, 40, 40), before));
+    for (const QPoint& beyond : {QPoint(40, 0), QPoint(0, 40), QPoint(40, 40), QPoint(199, 99)}) {
+        EXPECT_EQ(image.pixel(beyond), 0xff000000U) << beyond.x() << ", " << beyond.y();
+    }
+}
+
+TEST_F(XcbStillTest, MonitorWhollyBeyondTheRootWindowIsBlack) {
+    others.setWallpaper(9, QSize(640, 480));
+    server.addMonitor(u"away"_qs, QRect(20000, 10000, 30, 20));
+    StillRequest all = request();
+    all.sourceRect = std::nullopt;
+    all.size = {30, 20};
+    const QImage image = displayServer->still(all);
+    ASSERT_EQ(image.size(), QSize(30, 20));
+    EXPECT_EQ(image.pixel(0, 0), 0xff000000U);
+    EXPECT_EQ(image.pixel(29, 19), 0xff000000U);
+}
+
 TEST_F(XcbStillTest, OurWindowShowsTheWindowsBelow) {
     others.setWallpaper(9, QSize(640, 480));
     others.show({.area = QRect(50, 50, 200, 200), .seed = 2});

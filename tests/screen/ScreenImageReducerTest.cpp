@@ -1,6 +1,7 @@
 #include "screen/ScreenImageReducer.h"
 
 #include "async/Cancelled.h"
+#include "async/SystemClock.h"
 #include "domain/LumivaneError.h"
 #include "screen/ScreenImagePolicy.h"
 #include "support/EventLoop.h"
@@ -11,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
 #include <limits>
 #include <optional>
 
@@ -210,6 +213,11 @@ TEST_F(ScreenImageReducerTest, EncodingWorksOffTheMainThread) {
     EXPECT_FALSE(outcome.hasEnded());
     ASSERT_TRUE(test::waitUntil([&] { return outcome.hasEnded(); }));
     EXPECT_TRUE(outcome.image);
+    EXPECT_EQ(codec.rgbResamplings().size(), 1U);
+    EXPECT_EQ(codec.encodings().size(), 1U);
+    EXPECT_FALSE(codec.wasUsedOnMainThread());
+    reducer.encodeJPEG(picture(4, 3), 0.7); // on the calling thread
+    EXPECT_TRUE(codec.wasUsedOnMainThread());
 }
 
 TEST_F(ScreenImageReducerTest, FailuresOfEitherStepEndTheEncoding) {
@@ -346,7 +354,24 @@ TEST_F(ScreenImageReducerTest, BoxesOfAnyNumbersAreSafe) {
 TEST_F(ScreenImageReducerTest, HundredThousandBoxesAreOneSweep) {
     codec.grey = QImage(96, 384, QImage::Format_Grayscale8);
     codec.grey.fill(0);
-    EXPECT_EQ(ink(std::vector<Rect>(100'000, Rect{0, 0, 1, 1})).textCoverage, 1);
+    const auto timeOf = [this](std::size_t count, const Rect& box, double coverage) {
+        const SystemClock clock;
+        const std::vector<Rect> boxes(count, box);
+        auto shortest = std::chrono::nanoseconds::max();
+        for (int round = 0; round < 3; ++round) {
+            const MonotonicInstant begin = clock.now();
+            EXPECT_EQ(ink(boxes).textCoverage, coverage);
+            shortest = std::min(shortest, clock.now() - begin);
+        }
+        return shortest;
+    };
+    constexpr std::size_t many = 100'000;
+    const auto whole = timeOf(many, {0, 0, 1, 1}, 1);
+    const auto specks = timeOf(many, {0.001, 0.001, 0.001, 0.001}, 1.0 / (96 * 384));
+    // Box by box, the whole grid of 36,864 cells would be thousands of times as much work as one.
+    EXPECT_LT(whole, 10 * specks);
+    // And a hundred times the boxes are at most a hundred times the work, never its square.
+    EXPECT_LT(whole, 200 * timeOf(many / 100, {0, 0, 1, 1}, 1));
 }
 
 } // namespace lumivane

@@ -1,5 +1,7 @@
 #include "support/FakeImageCodec.h"
 
+#include "async/MainThread.h"
+
 #include <algorithm>
 #include <new>
 
@@ -35,12 +37,14 @@ QImage flat(PixelSize size, QImage::Format format) {
 
 std::optional<QImage> FakeImageCodec::resampleRgb(const QImage& image, PixelSize size) const {
     const std::lock_guard lock(m_mutex);
+    noteThread();
     m_rgbResamplings.push_back({sizeOf(image), size});
     return image.isNull() ? std::nullopt : answered(rgbAnswer, flat(size, QImage::Format_RGB32));
 }
 
 std::optional<QImage> FakeImageCodec::resampleGrey(const QImage& image, PixelSize size) const {
     const std::lock_guard lock(m_mutex);
+    noteThread();
     m_greyResamplings.push_back({sizeOf(image), size});
     if (image.isNull()) {
         return std::nullopt;
@@ -50,6 +54,7 @@ std::optional<QImage> FakeImageCodec::resampleGrey(const QImage& image, PixelSiz
 
 std::optional<QByteArray> FakeImageCodec::encodeJpeg(const QImage& image, double quality) const {
     const std::lock_guard lock(m_mutex);
+    noteThread();
     m_encodings.push_back({sizeOf(image), quality});
     if (jpegAnswer == Answer::outOfMemory) {
         throw std::bad_alloc();
@@ -74,6 +79,15 @@ std::vector<FakeImageCodec::Resampling> FakeImageCodec::greyResamplings() const 
 std::vector<FakeImageCodec::Encoding> FakeImageCodec::encodings() const {
     const std::lock_guard lock(m_mutex);
     return m_encodings;
+}
+
+bool FakeImageCodec::wasUsedOnMainThread() const {
+    const std::lock_guard lock(m_mutex);
+    return m_wasUsedOnMainThread;
+}
+
+void FakeImageCodec::noteThread() const {
+    m_wasUsedOnMainThread = m_wasUsedOnMainThread || isMainThread();
 }
 
 } // namespace lumivane::test

@@ -36,6 +36,9 @@ public:
     std::vector<Resampling> greyResamplings() const;
     std::vector<Encoding> encodings() const;
 
+    /// Whether any operation was called on the main thread.
+    bool wasUsedOnMainThread() const;
+
     Answer rgbAnswer = Answer::good;
     Answer greyAnswer = Answer::good;
     Answer jpegAnswer = Answer::good;
@@ -43,7 +46,10 @@ public:
     QByteArray jpeg = QByteArrayLiteral("jpeg");
 
 private:
+    void noteThread() const;
+
     mutable std::mutex m_mutex;
+    mutable bool m_wasUsedOnMainThread = false;
     mutable std::vector<Resampling> m_rgbResamplings;
     mutable std::vector<Resampling> m_greyResamplings;
     mutable std::vector<Encoding> m_encodings;

@@ -52,7 +52,15 @@ protected:
         return hasEnded ? process.exitCode() : -1;
     }
 
+    /// Leaves the tool without the data that reading takes.
+    void hideRecognitionData() {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"TESSDATA_PREFIX"_qs, noData.path());
+        process.setProcessEnvironment(environment);
+    }
+
     QTemporaryDir folder;
+    QTemporaryDir noData;
     const QString picture = folder.filePath(u"frame.png"_qs);
     const QString tokenFile = folder.filePath(u"token"_qs);
     ScriptedHttpServer service;
@@ -82,6 +90,31 @@ TEST_F(AnalyzeFrameTest, SendsTheImageInTheAccurateMode) {
     EXPECT_FALSE(body.contains("screen_text"));
     EXPECT_EQ(body["client_metrics"]["image_pixel_width"], 1024);
     EXPECT_EQ(body["preset"], "mcq");
+}
+
+TEST_F(AnalyzeFrameTest, TextThatCannotBeReadLeavesTheImage) {
+    service.always(
+        "/v1/analyze",
+        ScriptedAnswer::json(200, R"({"request_id":"r","result":"Noted.","result_kind":"text"})"));
+    hideRecognitionData();
+    EXPECT_EQ(analyze({}), 0);
+    EXPECT_EQ(process.readAllStandardOutput(), "Noted.\n");
+    ASSERT_EQ(service.requests().size(), 1U);
+    const Json body = parseJson(service.requests()[0].body);
+    EXPECT_FALSE(body.contains("screen_text"));
+    EXPECT_TRUE(body.contains("image_data_url"));
+    EXPECT_EQ(body["client_metrics"]["ocr_ms"], 0);
+    EXPECT_GT(body["client_metrics"]["encode_ms"], 0);
+    EXPECT_GT(body["client_metrics"]["image_pixel_width"], 0);
+}
+
+TEST_F(AnalyzeFrameTest, LeetCodeWithoutReadableTextSendsNothing) {
+    hideRecognitionData();
+    EXPECT_EQ(analyze({u"--preset"_qs, u"leetcode"_qs}), 1);
+    const QByteArray words = process.readAllStandardError();
+    EXPECT_TRUE(words.contains("analyze-frame: Lumivane could not read any text on that screen."))
+        << words.constData();
+    EXPECT_TRUE(service.requests().empty());
 }
 
 TEST_F(AnalyzeFrameTest, ARefusalIsAFailureInWords) {

@@ -98,9 +98,8 @@ Options optionsFrom(const QCommandLineParser& parser) {
     return options;
 }
 
-ScreenText readText(const QImage& image, double pointPixelScale,
-                    const ScreenImageReducer& reducer) {
-    const SystemClock clock;
+ScreenText readText(const QImage& image, double pointPixelScale, const ScreenImageReducer& reducer,
+                    const Clock& clock) {
     const QString dataFolder = RecognitionLanguages::dataFolder();
     TesseractRecogniser recogniser(
         dataFolder, RecognitionLanguages::fitting(dataFolder, QLocale::system().uiLanguages()));
@@ -109,36 +108,58 @@ ScreenText readText(const QImage& image, double pointPixelScale,
         .text;
 }
 
-/// What the program would send of this frame. Throws LumivaneError.
-AnalysisPayload payloadOf(const QImage& image, const Options& options) {
-    const AppSettings& settings = options.settings;
-    const bool isLeetCode = settings.preset == Preset::leetCode;
-    const QtImageCodec codec;
-    const ScreenImageReducer reducer(codec, *QThreadPool::globalInstance());
-    AnalysisPayload payload;
-    payload.timings.emplace();
-    std::optional<ScreenTextSignals> signals;
-    if (isLeetCode || settings.analysisMode == AnalysisMode::hyperPrivate) {
-        const ScreenText text = readText(image, options.pointPixelScale, reducer);
-        payload.screenText = text.text;
-        payload.timings->ocrMS = text.durationMS;
-        signals = text.signals;
+/// The text of a frame where the settings want one; none where it cannot be read.
+std::optional<ScreenText> textOf(const QImage& image, const Options& options,
+                                 const ScreenImageReducer& reducer, const Clock& clock) {
+    if (options.settings.preset != Preset::leetCode &&
+        options.settings.analysisMode != AnalysisMode::hyperPrivate) {
+        return std::nullopt;
     }
-    if (isLeetCode && payload.screenText->trimmed().isEmpty()) {
+    try {
+        return readText(image, options.pointPixelScale, reducer, clock);
+    } catch (const std::exception&) {
+        fail(failure, u"the text cannot be read; going on with the image only"_qs);
+        return std::nullopt;
+    }
+}
+
+AnalysisInputMode inputModeFor(const AppSettings& settings, const std::optional<ScreenText>& text) {
+    if (settings.preset != Preset::leetCode) {
+        return resolveInputMode(settings.analysisMode,
+                                text ? std::optional(text->signals) : std::nullopt);
+    }
+    if (!text || text->text.trimmed().isEmpty()) {
         throw LumivaneError(LumivaneError::Case::leetCodeTextUnavailable);
     }
-    const auto inputMode = isLeetCode ? AnalysisInputMode::textAndImage
-                                      : resolveInputMode(settings.analysisMode, signals);
-    if (!sendsText(inputMode)) {
-        payload.screenText.reset();
+    return AnalysisInputMode::textAndImage;
+}
+
+/// What the program would send of this frame. Throws LumivaneError.
+AnalysisPayload payloadOf(const QImage& image, const Options& options, const Clock& clock) {
+    const AppSettings& settings = options.settings;
+    const QtImageCodec codec;
+    const ScreenImageReducer reducer(codec, *QThreadPool::globalInstance());
+    const std::optional<ScreenText> text = textOf(image, options, reducer, clock);
+    // The program encodes beside the reading, so whether the image is sent or not.
+    const auto mode =
+        settings.preset == Preset::leetCode ? AnalysisMode::hyperAccurate : settings.analysisMode;
+    const MonotonicInstant begin = clock.now();
+    const QImage reduced = reducer.scaled(image, ScreenImagePolicy::jpegLongEdge(mode));
+    const QByteArray jpeg = reducer.encodeJPEG(reduced, ScreenImagePolicy::jpegQuality);
+    AnalysisTimings timings;
+    timings.encodeMS = AnalysisTimings::milliseconds(clock.now() - begin);
+    timings.ocrMS = text ? text->durationMS : 0;
+    const AnalysisInputMode inputMode = inputModeFor(settings, text);
+    AnalysisPayload payload;
+    if (sendsText(inputMode)) {
+        payload.screenText = text->text;
     }
     if (sendsImage(inputMode)) {
-        const auto mode = isLeetCode ? AnalysisMode::hyperAccurate : settings.analysisMode;
-        const QImage reduced = reducer.scaled(image, ScreenImagePolicy::jpegLongEdge(mode));
-        payload.jpeg = reducer.encodeJPEG(reduced, ScreenImagePolicy::jpegQuality);
-        payload.timings->imagePixelWidth = reduced.width();
-        payload.timings->imagePixelHeight = reduced.height();
+        payload.jpeg = jpeg;
+        timings.imagePixelWidth = reduced.width();
+        timings.imagePixelHeight = reduced.height();
     }
+    payload.timings = timings;
     return payload;
 }
 
@@ -166,7 +187,7 @@ int run(const Options& options) {
     QtHttpTransport transport(clock);
     AnalysisClient client(options.baseURL, ApplicationInformation(), transport);
     try {
-        const AnalysisPayload payload = payloadOf(image, options);
+        const AnalysisPayload payload = payloadOf(image, options, clock);
         const auto task = TaskHandle::start([&client, payload, options](std::stop_token stop) {
             return ask(&client, payload, options, std::move(stop));
         });

@@ -190,8 +190,12 @@ std::vector<RecognisedWord> TesseractEngine::read(const PageImage& page, const T
     tesseract::ETEXT_DESC monitor;
     monitor.cancel = &stopRequested;
     monitor.cancel_this = const_cast<std::stop_token*>(&stop);
-    m_api->Recognize(&monitor);
+    const int result = m_api->Recognize(&monitor);
     throwIfStopped(stop);
+    // An area without ink is no failure to the library.
+    if (result != 0) {
+        throw TextRecogniserError("a part of the page cannot be read");
+    }
     std::vector<RecognisedWord> words = wordsWithin(segment);
     m_api->Clear();
     return words;

@@ -37,7 +37,8 @@ public:
     /// nothing stops it.
     std::vector<TextSegment> findText(const PageImage& page);
 
-    /// Reads one segment, words from left to right. A requested stop throws Cancelled.
+    /// Reads one segment, words from left to right; none where it has no ink. Throws
+    /// TextRecogniserError where the library fails, and Cancelled on a requested stop.
     std::vector<RecognisedWord> read(const PageImage& page, const TextSegment& segment,
                                      const std::stop_token& stop);
 

@@ -5,6 +5,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <exception>
 #include <utility>
 
 namespace lumivane {
@@ -31,6 +32,36 @@ public:
 
 private:
     xcb_connection_t* m_connection;
+};
+
+/// The requests of one frame whose replies are not fetched yet. Where an error ends the frame, the
+/// library would keep their replies for as long as the connection lives; so they are forgotten.
+class OutstandingRequests {
+public:
+    explicit OutstandingRequests(const XcbConnection& connection)
+        : m_connection(connection) {}
+
+    ~OutstandingRequests() {
+        if (std::uncaught_exceptions() > m_exceptionsBefore) {
+            for (const unsigned int sequence : m_sequences) {
+                m_connection.discard(sequence);
+            }
+        }
+    }
+
+    OutstandingRequests(const OutstandingRequests&) = delete;
+    OutstandingRequests& operator=(const OutstandingRequests&) = delete;
+
+    /// Those fetched in the meantime may stay: to forget them again does nothing.
+    template <typename... Cookies>
+    void add(const Cookies&... cookies) {
+        m_sequences.insert(m_sequences.end(), {cookies.sequence...});
+    }
+
+private:
+    const XcbConnection& m_connection;
+    std::vector<unsigned int> m_sequences;
+    int m_exceptionsBefore = std::uncaught_exceptions();
 };
 
 std::size_t byteCount(const QRect& area) {
@@ -115,7 +146,8 @@ XcbStillCapture::XcbStillCapture(const QByteArray& displayName, MonitorScale sca
     , m_desktop(m_connection, std::move(scaleOf))
     , m_memory(m_connection)
     , m_stack(m_connection)
-    , m_compositor(m_connection) {
+    , m_compositor(m_connection)
+    , m_root(QPoint(0, 0), m_desktop.rootSize()) {
     requireTrueColour(m_connection);
 }
 
@@ -130,8 +162,12 @@ QImage XcbStillCapture::take(const StillRequest& request) {
     for (int attempt = 0; attempt < mostAttempts; ++attempt) {
         const XcbMonitor shown = monitor(request.displayID);
         const QRect wanted = wantedArea(shown, request);
-        const QRect area = wanted.intersected(shown.area);
-        m_memory.reserve(byteCount(shown.area));
+        // A monitor may be declared beyond the root window, where there are no pixels to ask for.
+        const QRect visible = shown.area.intersected(m_root);
+        const QRect area = wanted.intersected(visible);
+        if (!area.isEmpty()) {
+            m_memory.reserve(byteCount(visible));
+        }
         if (const auto patches = grab(shown, area, request.excludedProcessID)) {
             QImage image = newImage(wanted.size());
             if (area != wanted) {
@@ -166,13 +202,21 @@ std::optional<std::vector<XcbStillCapture::Patch>>
 XcbStillCapture::grab(const XcbMonitor& monitor, const QRect& area,
                       std::int64_t excludedProcessID) {
     const ServerGrab grab(m_connection);
+    OutstandingRequests outstanding(m_connection);
     const auto monitors = m_desktop.requestMonitors();
+    const auto root = xcb_get_geometry(m_connection.raw(), m_connection.root());
     const auto windows = m_stack.request();
     const auto frame = m_memory.request(m_connection.root(), area, 0);
+    outstanding.add(monitors, root, windows.tree, windows.clients, windows.managed, windows.root,
+                    frame);
+    const QRect rootBefore = m_root;
     m_layout = XcbDisplayLayout(m_desktop.monitors(monitors));
+    const auto geometry = m_connection.expect(xcb_get_geometry_reply, root);
+    m_root = QRect(0, 0, geometry->width, geometry->height);
     const auto ownership = m_stack.ownership(windows, excludedProcessID);
     const XcbMonitor* current = m_layout.find(monitor.id);
-    const bool holdsStill = current != nullptr && current->area == monitor.area;
+    const bool holdsStill =
+        current != nullptr && current->area == monitor.area && m_root == rootBefore;
     if (!holdsStill || area.isEmpty()) {
         m_connection.discard(frame.sequence);
         return holdsStill ? std::optional(std::vector<Patch>()) : std::nullopt;
@@ -183,6 +227,9 @@ XcbStillCapture::grab(const XcbMonitor& monitor, const QRect& area,
     }
     patches.insert(patches.begin(), Patch{area, 0, frame});
     for (const Patch& patch : patches) {
+        outstanding.add(patch.cookie);
+    }
+    for (const Patch& patch : patches) {
         m_memory.await(patch.cookie);
     }
     return patches;
@@ -191,7 +238,9 @@ XcbStillCapture::grab(const XcbMonitor& monitor, const QRect& area,
 std::vector<XcbStillCapture::Patch>
 XcbStillCapture::requestPatches(const QRect& area,
                                 const XcbWindowStack::Ownership& ownership) const {
+    OutstandingRequests outstanding(m_connection);
     const auto backdropRequest = m_compositor.requestBackdrop();
+    outstanding.add(backdropRequest.wallpaper, backdropRequest.compositor);
     const std::vector<XcbTopLevel> windows = m_stack.viewable(ownership);
     const auto backdrop = m_compositor.backdrop(backdropRequest);
     QRegion covered;
@@ -207,6 +256,7 @@ XcbStillCapture::requestPatches(const QRect& area,
         m_compositor.compose(part, backdrop, windows, [&](xcb_pixmap_t pixmap) {
             const QRect whole(QPoint(0, 0), part.size());
             patches.push_back({part, offset, m_memory.request(pixmap, whole, offset)});
+            outstanding.add(patches.back().cookie);
         });
         offset += byteCount(part);
     }

@@ -38,6 +38,7 @@ private:
     XcbWindowStack m_stack;
     XcbPatchCompositor m_compositor;
     XcbDisplayLayout m_layout{{}}; ///< as of the last frame
+    QRect m_root;                  ///< the root window as of the last frame
 };
 
 } // namespace lumivane
