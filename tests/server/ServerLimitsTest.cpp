@@ -12,6 +12,7 @@ using lumivane::test::waitForCondition;
 using test::analyzeRequestBytes;
 using test::goodBody;
 using test::RunningServer;
+using test::SendEnd;
 using test::TestClient;
 using Manner = test::FakeEngine::Manner;
 
@@ -152,7 +153,8 @@ TEST(ServerLimits, AHeaderSentInDripsHasOneTimeForAll) {
     RunningServer server(limits);
     TestClient client(server.port());
     EXPECT_TRUE(waitForCondition([&] {
-        return !client.send("a") || server.log().find("status=408") != std::string::npos;
+        return client.send("a") == SendEnd::refused ||
+               server.log().find("status=408") != std::string::npos;
     })) << "each drip bought more time";
     EXPECT_EQ(client.read().status, 408);
 }
@@ -176,11 +178,11 @@ TEST(ServerLimits, AClientThatTakesNoAnswerIsLeft) {
     for (int index = 0; index < 1000; ++index) {
         many += healthRequest;
     }
-    bool isTaken = true;
-    for (int round = 0; round < 2000 && isTaken; ++round) {
-        isTaken = client.send(many);
+    SendEnd end = SendEnd::sent;
+    for (int round = 0; round < 2000 && end == SendEnd::sent; ++round) {
+        end = client.send(many);
     }
-    EXPECT_FALSE(isTaken);
+    EXPECT_EQ(end, SendEnd::refused);
 }
 
 TEST(ServerLimits, OneConnectionTooManyIs503) {
