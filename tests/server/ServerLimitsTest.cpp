@@ -12,21 +12,13 @@ using lumivane::test::waitForCondition;
 using test::analyzeRequestBytes;
 using test::goodBody;
 using test::RunningServer;
+using test::SendEnd;
 using test::TestClient;
 using Manner = test::FakeEngine::Manner;
 
 namespace {
 
 const std::string healthRequest = "GET /healthz HTTP/1.1\r\nHost: localhost\r\n\r\n";
-
-ServerLimits shortLimits() {
-    ServerLimits limits;
-    limits.header = 50ms;
-    limits.body = 50ms;
-    limits.idle = 50ms;
-    limits.linger = 50ms;
-    return limits;
-}
 
 } // namespace
 
@@ -136,29 +128,42 @@ TEST(ServerLimits, RefusesAWaitingClientBeforeItsBody) {
               401);
 }
 
-TEST(ServerLimits, SlowHeadersAndBodiesAre408) {
-    RunningServer server(shortLimits());
-    TestClient header(server.port());
-    EXPECT_EQ(header.ask("GET /healthz HTT").errorCode(), "request_timeout");
-    EXPECT_TRUE(header.readsEnd());
-    TestClient body(server.port());
+TEST(ServerLimits, ASlowHeaderIs408) {
+    ServerLimits limits;
+    limits.header = 50ms;
+    limits.linger = 50ms;
+    RunningServer server(limits);
+    TestClient client(server.port());
+    EXPECT_EQ(client.ask("GET /healthz HTT").errorCode(), "request_timeout");
+    EXPECT_TRUE(client.readsEnd());
+}
+
+TEST(ServerLimits, ASlowBodyIs408) {
+    ServerLimits limits;
+    limits.body = 50ms;
+    limits.linger = 50ms;
+    RunningServer server(limits);
+    TestClient client(server.port());
     const std::string bytes = analyzeRequestBytes(goodBody());
-    EXPECT_EQ(body.ask(bytes.substr(0, bytes.size() - 1)).errorCode(), "request_timeout");
+    EXPECT_EQ(client.ask(bytes.substr(0, bytes.size() - 1)).errorCode(), "request_timeout");
 }
 
 TEST(ServerLimits, AHeaderSentInDripsHasOneTimeForAll) {
-    ServerLimits limits = shortLimits();
+    ServerLimits limits;
     limits.header = 150ms;
     RunningServer server(limits);
     TestClient client(server.port());
     EXPECT_TRUE(waitForCondition([&] {
-        return !client.send("a") || server.log().find("status=408") != std::string::npos;
+        return client.send("a") == SendEnd::refused ||
+               server.log().find("status=408") != std::string::npos;
     })) << "each drip bought more time";
     EXPECT_EQ(client.read().status, 408);
 }
 
 TEST(ServerLimits, IdleConnectionsAreClosedWithoutAWord) {
-    RunningServer server(shortLimits());
+    ServerLimits limits;
+    limits.idle = 500ms;
+    RunningServer server(limits);
     TestClient fresh(server.port());
     EXPECT_TRUE(fresh.readsEnd());
     TestClient kept(server.port());
@@ -176,11 +181,11 @@ TEST(ServerLimits, AClientThatTakesNoAnswerIsLeft) {
     for (int index = 0; index < 1000; ++index) {
         many += healthRequest;
     }
-    bool isTaken = true;
-    for (int round = 0; round < 2000 && isTaken; ++round) {
-        isTaken = client.send(many);
+    SendEnd end = SendEnd::sent;
+    for (int round = 0; round < 2000 && end == SendEnd::sent; ++round) {
+        end = client.send(many);
     }
-    EXPECT_FALSE(isTaken);
+    EXPECT_EQ(end, SendEnd::refused);
 }
 
 TEST(ServerLimits, OneConnectionTooManyIs503) {

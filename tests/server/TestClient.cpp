@@ -10,10 +10,26 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <stdexcept>
+#include <system_error>
 
 namespace lumivane::service::test {
+
+namespace {
+
+SendEnd sendEndOf(int error) {
+    if (error == EPIPE || error == ECONNRESET) {
+        return SendEnd::refused;
+    }
+    if (error == EAGAIN) {
+        return SendEnd::timedOut;
+    }
+    throw std::system_error(error, std::generic_category(), "send");
+}
+
+} // namespace
 
 std::string TestResponse::errorCode() const {
     boost::json::error_code error;
@@ -49,15 +65,15 @@ TestClient::TestClient(std::uint16_t port)
 
 TestClient::~TestClient() { close(); }
 
-bool TestClient::send(std::string_view bytes) {
+SendEnd TestClient::send(std::string_view bytes) {
     while (!bytes.empty()) {
         const auto sent = ::send(m_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (sent <= 0) {
-            return false;
+        if (sent < 0) {
+            return sendEndOf(errno);
         }
         bytes.remove_prefix(static_cast<std::size_t>(sent));
     }
-    return true;
+    return SendEnd::sent;
 }
 
 void TestClient::endSending() { ::shutdown(m_socket, SHUT_WR); }

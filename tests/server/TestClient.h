@@ -17,6 +17,9 @@ struct TestResponse {
     std::string errorCode() const;
 };
 
+/// How a send ended: all is sent, the other side has closed, or it took nothing for ten seconds.
+enum class SendEnd { sent, refused, timedOut };
+
 /// A blocking socket to a loopback port that sends exactly what it is told. No wait is longer
 /// than ten seconds.
 class TestClient {
@@ -26,8 +29,8 @@ public:
     TestClient(const TestClient&) = delete;
     TestClient& operator=(const TestClient&) = delete;
 
-    /// False when the other side has closed.
-    bool send(std::string_view bytes);
+    /// Throws for every other failure.
+    SendEnd send(std::string_view bytes);
     void endSending();
     void close();
 
