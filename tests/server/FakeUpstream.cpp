@@ -95,7 +95,7 @@ void FakeUpstream::serveClient(int client) {
             return;
         }
         request.append(bytes, static_cast<std::size_t>(count));
-        if (isAnswered || !isWhole(request)) {
+        if (isAnswered || !(answersAnyBytes || isWhole(request))) {
             continue;
         }
         {

@@ -27,6 +27,9 @@ public:
     /// All requests so far, header and body.
     std::vector<std::string> requests();
 
+    /// Whether the first bytes get an answer, and not only a whole request.
+    std::atomic<bool> answersAnyBytes = false;
+
     /// How many clients left before they had an answer.
     std::atomic<int> abandoned = 0;
 
