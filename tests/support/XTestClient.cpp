@@ -1,7 +1,6 @@
 #include "support/XTestClient.h"
 
-#include <QDeadlineTimer>
-#include <QThread>
+#include "support/WaitForCondition.h"
 
 #include <xcb/shape.h>
 
@@ -133,14 +132,7 @@ bool XTestClient::waitUntilShown(xcb_window_t window) {
 
 bool XTestClient::waitUntil(std::chrono::milliseconds limit,
                             const std::function<bool()>& condition) {
-    const QDeadlineTimer deadline(limit);
-    while (!condition()) {
-        if (deadline.hasExpired()) {
-            return false;
-        }
-        QThread::msleep(2);
-    }
-    return true;
+    return waitForCondition(condition, limit);
 }
 
 void XTestClient::setItems(xcb_window_t window, std::string_view property, xcb_atom_t type,
