@@ -51,7 +51,12 @@ TEST_F(PoolJobTest, RunsOnAWorkerAndResumesOnTheMainThread) {
 }
 
 TEST_F(PoolJobTest, AJobThatHasEndedStillResumesInALaterTurn) {
-    run([](std::stop_token) { return 7; });
+    std::latch open(1); // a job that ends before the flow waits is not waited for
+    run([&open](std::stop_token) {
+        open.wait();
+        return 7;
+    });
+    open.count_down();
     pool->waitForDone();
     EXPECT_TRUE(outcome.isPending());
     ASSERT_TRUE(ends());

@@ -2,6 +2,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
+
 namespace lumivane {
 
 using test::XTestClient;
@@ -209,6 +212,11 @@ TEST_F(XcbStillTest, FrameOfAWindowManagerVanishesWithOurWindow) {
     const xcb_window_t window =
         ours.show({.area = QRect(10, 10, 250, 150), .seed = 7, .overridesRedirect = false});
     ASSERT_TRUE(others.waitUntilShown(window));
+    // A window manager shows a window first and lists it then.
+    ASSERT_TRUE(XTestClient::waitUntil(std::chrono::seconds(10), [this, window] {
+        const auto managed = others.managedWindows();
+        return std::find(managed.begin(), managed.end(), window) != managed.end();
+    }));
     ASSERT_NE(others.screen(whole), before);
     EXPECT_TRUE(samePixels(still(), before));
 }
