@@ -36,6 +36,14 @@ protected:
     /// Flows that a test left waiting end with it.
     ~AppModelTest() override {
         model.reset();
+        capture.script.cancelPending();
+        extractor.script.cancelPending();
+        reducer.script.cancelPending();
+        service.script.cancelPending();
+        service.healthScript.cancelPending();
+        session.token.cancelPending();
+        notes.script.cancelPending();
+        notifications.copied.cancelPending();
         drainEvents();
     }
 

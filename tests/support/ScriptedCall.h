@@ -46,6 +46,13 @@ public:
         m_pending.at(index).failWith(std::move(error));
     }
 
+    /// Ends every call that still waits, also one that ignores stops.
+    void cancelPending() {
+        for (const Completion<T>& completion : m_pending) {
+            completion.cancel();
+        }
+    }
+
     QCoro::Task<T> call(std::stop_token stop) {
         if (m_ignoresStops) {
             stop = std::stop_token();

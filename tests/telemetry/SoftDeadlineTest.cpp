@@ -14,6 +14,12 @@ using test::ManualClock;
 
 class SoftDeadlineTest : public testing::Test {
 protected:
+    /// A deadline that a test left running ends with it.
+    ~SoftDeadlineTest() override {
+        deadline.reset();
+        test::drainEvents();
+    }
+
     void arm(std::chrono::nanoseconds delay = 5s) {
         deadline->arm(delay, [this] { ++elapsed; });
         test::drainEvents();
