@@ -196,19 +196,17 @@ TEST_F(QtHttpTransportTest, AConnectionThatEndsBeforeTheAnswerFails) {
               Kind::failed);
 }
 
-TEST_F(QtHttpTransportTest, APostGoesOutOnceWhateverHappens) {
+TEST_F(QtHttpTransportTest, ABodyGoesOutOnceWhateverHappens) {
     int expected = 0;
     for (const Then then : {Then::close, Then::reset}) {
         for (const char* bytes : {"", "HTTP/1.1 ", "HTTP/1.1 200 OK\r\nContent-Le", "garbage\r\n",
                                   "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf"}) {
-            for (const char* body : {"{}", ""}) {
-                server.always("/x", ScriptedAnswer::raw(bytes, then));
-                EXPECT_EQ(failureOf(post(body)), Kind::failed) << bytes;
-                ++expected;
-            }
+            server.always("/x", ScriptedAnswer::raw(bytes, then));
+            EXPECT_EQ(failureOf(post("{}")), Kind::failed) << bytes;
+            ++expected;
+            ASSERT_EQ(static_cast<int>(server.requests().size()), expected) << bytes;
         }
     }
-    EXPECT_EQ(static_cast<int>(server.requests().size()), expected);
 }
 
 TEST_F(QtHttpTransportTest, HalfABodyFailsWhateverTheStatus) {

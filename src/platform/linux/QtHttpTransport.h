@@ -11,7 +11,7 @@ namespace lumivane {
 ///
 /// Every request has a connection of its own that closes with it: nothing of one request, be it a
 /// cookie, a login or a broken connection, can be met by the next. A request goes out once, but
-/// for a GET, which the library itself may repeat when the connection ends before any answer.
+/// for one without a body, which the library itself may repeat when the connection ends early.
 ///
 /// Any method but HEAD. Besides what the request carries, "Host", "Content-Length" (but for a GET
 /// without a body), "User-Agent: Lumivane", "Accept-Encoding: identity", "Accept-Language: *" and
