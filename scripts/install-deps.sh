@@ -21,6 +21,8 @@ build_packages=(
   qml6-module-qttest
   # reading text
   libtesseract-dev libleptonica-dev
+  # inline Markdown
+  libmd4c-dev
   # keyring, probes
   libsecret-1-dev systemtap-sdt-dev
   # the display server
@@ -39,10 +41,14 @@ run_packages=(
   # a display for machines without one, and what looks at it
   xvfb openbox xdotool x11-utils x11-xserver-utils xauth imagemagick
   xclip fonts-dejavu fonts-liberation dbus python3 curl procps
+  # scripts of the world for the pictures of the panels
+  fonts-noto-color-emoji fonts-wqy-microhei
 )
 
 test_packages=(
   clang clang-format clang-tidy libclang-rt-14-dev shellcheck
+  # a compositor, the accessibility bus and the settings portal, started by the tests themselves
+  picom at-spi2-core xdg-desktop-portal
 )
 
 usage() { sed -n '2,8s/^# \{0,1\}//p' "$0"; }

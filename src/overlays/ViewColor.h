@@ -1,0 +1,23 @@
+#pragma once
+
+#include "domain/SrgbColor.h"
+
+#include <QColor>
+
+namespace lumivane {
+
+inline QColor viewColor(const SrgbColor& color) {
+    return QColor::fromRgbF(float(color.red), float(color.green), float(color.blue),
+                            float(color.opacity));
+}
+
+/// The colour at a share of its own opacity.
+inline SrgbColor withOpacity(SrgbColor color, double opacity) {
+    color.opacity *= opacity;
+    return color;
+}
+
+/// What the eye sees of `upper` on `lower`.
+SrgbColor composited(const SrgbColor& upper, const SrgbColor& lower);
+
+} // namespace lumivane
