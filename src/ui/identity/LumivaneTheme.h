@@ -68,7 +68,7 @@ inline constexpr ThemeColor accentDot{"AccentDot", 0x008690, 0x5AD2D0};
 
 // What is chosen: `selectFill` is a tint under a row's words, `selectCell` a solid cell of a grid.
 inline constexpr ThemeColor selectLine{"SelectLine", 0x007F8B, 0x4FC4C6};
-inline constexpr ThemeColor selectFill{"SelectFill", 0xD9EFF0, 0x17403F};
+inline constexpr ThemeColor selectFill{"SelectFill", 0xCDE9EB, 0x16413F};
 inline constexpr ThemeColor selectCell{"SelectCell", 0x00717C, 0x4FC4C6};
 inline constexpr ThemeColor selectValueText{"SelectValueText", 0x005F68, 0x86E1E0};
 inline constexpr ThemeColor selectIdleRing{"SelectIdleRing", 0x78878A, 0x7D8C8F};
@@ -88,8 +88,8 @@ inline constexpr ThemeColor destructiveFill{"DestructiveFill", 0xB3261E, 0xF28B8
 inline constexpr ThemeColor destructiveOnFill{"DestructiveOnFill", 0xFFFFFF, 0x3A0705};
 
 // The small desktop behind the preview of a panel.
-inline constexpr ThemeColor previewDesktopStart{"PreviewDesktopStart", 0xC9E2E4, 0x26474D};
-inline constexpr ThemeColor previewDesktopEnd{"PreviewDesktopEnd", 0x86AFC4, 0x10222B};
+inline constexpr ThemeColor previewDesktopStart{"PreviewDesktopStart", 0xC9E2E4, 0x33626B};
+inline constexpr ThemeColor previewDesktopEnd{"PreviewDesktopEnd", 0x86AFC4, 0x1C3C4E};
 
 // The circle behind a person's initials, which are written in `accentOnFill`.
 inline constexpr ThemeColor avatarStart{"AvatarStart", 0x00717C, 0x6CD9D8};
@@ -102,9 +102,9 @@ inline constexpr ThemeColor markPupil{"MarkPupil", 0x0B3238, 0xEAFBFA};
 inline constexpr ThemeColor overlayStatusOk{"OverlayStatusOk", 0x0B6B3A, 0x7CE3A8};
 inline constexpr ThemeColor overlayStatusPending{"OverlayStatusPending", 0x8A4B00, 0xFFC56B};
 inline constexpr ThemeColor overlayStatusChip{"OverlayStatusChip", 0xF4F6F7, 0x24282B};
-/// Behind code in running text: a veil over whatever fill and text colour a panel was given.
-inline constexpr ThemeColor overlayCodeBackground{"OverlayCodeBackground", 0x808890, 0x707880, 0.18,
-                                                  0.22};
+/// Behind code in running text: a shade over whatever fill a panel was given.
+inline constexpr ThemeColor overlayCodeBackground{"OverlayCodeBackground", 0x000000, 0x000000, 0.13,
+                                                  0.17};
 
 /// Every colour, group by group.
 inline constexpr std::array allColors{
