@@ -3,10 +3,18 @@
 #include "analysis/AppModel.h"
 #include "async/MainThread.h"
 #include "async/SystemClock.h"
+#include "overlays/OverlayCoordinator.h"
+#include "overlays/OverlayPasteboard.h"
+#include "overlays/OverlayViews.h"
+#include "overlays/qml/OverlayViewsInstall.h"
+#include "platform/linux/AtspiAnnouncer.h"
+#include "platform/linux/CompositorWatch.h"
+#include "platform/linux/DesktopAccessibilitySettings.h"
 #include "platform/linux/QtHttpTransport.h"
 #include "platform/linux/QtImageCodec.h"
 #include "platform/linux/QtPasteboard.h"
 #include "platform/linux/QtSoundPlayer.h"
+#include "platform/linux/QuickPanelHost.h"
 #include "platform/linux/RecognitionLanguages.h"
 #include "platform/linux/ScreenScales.h"
 #include "platform/linux/SystemLogSink.h"
@@ -17,7 +25,6 @@
 #include "provisional/DevelopmentSession.h"
 #include "provisional/StandIns.h"
 #include "provisional/StoredFiles.h"
-#include "provisional/TextPanels.h"
 #include "screen/ScreenCaptureService.h"
 #include "screen/ScreenCaptureWarmUp.h"
 #include "screen/ScreenImageReducer.h"
@@ -80,9 +87,20 @@ int run() {
     QtSoundPlayer sound;
     TriggerController triggers(hotKeys, displays, clock);
 
-    // Provisional, each until the real one is built: panels, login, notes, notifications,
-    // configuration window, settings store.
-    TextPanels overlays(displays, clock);
+    CompositorWatch compositor;
+    DesktopAccessibilitySettings accessibility(QDBusConnection::sessionBus(),
+                                               [&compositor] { return compositor.isRunning(); });
+    QObject::connect(&compositor, &CompositorWatch::changed, &accessibility,
+                     &DesktopAccessibilitySettings::transparencySupportChanged);
+    AtspiAnnouncer announcer;
+    OverlayViews::install(accessibility);
+    QQmlEngine viewEngine;
+    viewEngine.addImportPath(u"qrc:/qt/qml"_qs);
+    QuickPanelHost panels(displays, clock, viewEngine, compositor);
+    OverlayCoordinator overlays(panels, hotKeys, displays, announcer, overlayPasteboard, clock);
+
+    // Provisional, each until the real one is built: login, notes, notifications, configuration
+    // window, settings store.
     DevelopmentSession session(StoredFiles::developmentTokenFile());
     UnavailableNotes notes;
     SilentNotifications notifications;
@@ -105,6 +123,11 @@ int run() {
         postToMainThread([] { QApplication::quit(); });
     });
     model.start();
+    // The first panels come as fast as all later ones.
+    postToMainThread([&panels] {
+        panels.prepare(OverlayViews::working());
+        panels.prepare(OverlayViews::result());
+    });
     const int status = QApplication::exec();
     workers.clear();
     workers.waitForDone();
