@@ -4,15 +4,18 @@
 #include "support/EventLoop.h"
 #include "support/PrivateBus.h"
 #include "support/SettingsPortal.h"
+#include "support/XTestProcess.h"
 
 #include <QApplication>
 #include <QDBusVariant>
+#include <QFile>
 #include <QProxyStyle>
 #include <QStyleFactory>
 
 #include <gtest/gtest.h>
 
 #include <ostream>
+#include <stdexcept>
 
 namespace lumivane::test {
 namespace {
@@ -304,6 +307,60 @@ TEST_F(DesktopNeeds, APortalThatEndsLeavesItsLastWordAndTheNextOneIsRead) {
     EXPECT_FALSE(subject.settings.reduceMotion()) << "the new one does not speak of motion";
     portal->change(gnome, u"enable-animations"_qs, false);
     EXPECT_TRUE(waitUntil([&] { return subject.settings.reduceMotion(); }));
+}
+
+TEST_F(DesktopNeeds, OfTwoPortalsInARowOnlyTheSecondIsBelieved) {
+    SettingsPortal first(bus, PortalSettings{{gnome, {{u"enable-animations"_qs, false}}}},
+                         Manner::staysSilent);
+    Subject subject(bus.connect());
+    ASSERT_TRUE(isRead(first));
+    first.stepDown();
+    SettingsPortal second(bus, PortalSettings{{appearance, {{u"contrast"_qs, uint(1)}}}});
+    ASSERT_TRUE(waitUntil([&] { return subject.settings.reduceTransparency(); }));
+    first.answerNow();
+    first.change(appearance, u"contrast"_qs, uint(0));
+    settle(second, subject);
+
+    EXPECT_FALSE(subject.settings.reduceMotion());
+    EXPECT_TRUE(subject.settings.reduceTransparency());
+}
+
+/// The real portal, with the test as the desktop behind it.
+class RealPortal {
+public:
+    explicit RealPortal(const PrivateBus& bus) {
+        QFile description(bus.folder() + u"/test.portal"_qs);
+        if (!description.open(QIODevice::WriteOnly)) {
+            throw std::runtime_error("cannot describe the desktop to the portal");
+        }
+        description.write("[portal]\nDBusName=" + SettingsPortal::desktopName().toUtf8() +
+                          "\nInterfaces=org.freedesktop.impl.portal.Settings;\nUseIn=test\n");
+        auto environment = bus.environment();
+        environment.insert(u"XDG_DESKTOP_PORTAL_DIR"_qs, bus.folder());
+        environment.insert(u"XDG_CURRENT_DESKTOP"_qs, u"test"_qs);
+        m_process.setProcessEnvironment(environment);
+        m_process.setStandardErrorFile(QProcess::nullDevice());
+        startInOwnGroup(m_process, u"/usr/libexec/xdg-desktop-portal"_qs, {});
+    }
+
+    ~RealPortal() { endGroup(m_process); }
+
+private:
+    QProcess m_process;
+};
+
+TEST_F(DesktopNeeds, TheRealPortalPassesTheDesktopsWordsOn) {
+    SettingsPortal desktop(bus, PortalSettings{{gnome, {{u"enable-animations"_qs, false}}}},
+                           Manner::answers, SettingsPortal::Seat::desktop);
+    Subject subject(bus.connect());
+    const RealPortal portal(bus);
+    ASSERT_TRUE(waitUntil([&] { return subject.settings.reduceMotion(); }));
+    EXPECT_FALSE(subject.settings.reduceTransparency());
+    desktop.change(appearance, u"contrast"_qs, uint(1));
+    EXPECT_TRUE(waitUntil([&] { return subject.settings.reduceTransparency(); }));
+    desktop.change(gnome, u"enable-animations"_qs, true);
+
+    EXPECT_TRUE(waitUntil([&] { return !subject.settings.reduceMotion(); }));
 }
 
 TEST_F(DesktopNeeds, WhatTheDesktopCannotShowIsReduced) {
