@@ -325,6 +325,21 @@ TEST_F(DesktopNeeds, OfTwoPortalsInARowOnlyTheSecondIsBelieved) {
     EXPECT_TRUE(subject.settings.reduceTransparency());
 }
 
+TEST_F(DesktopNeeds, APortalThatAnswersInAnotherWayLeavesTheLastWord) {
+    SettingsPortal first(bus, PortalSettings{{gnome, {{u"enable-animations"_qs, false}}}});
+    Subject subject(bus.connect());
+    ASSERT_TRUE(waitUntil([&] { return subject.settings.reduceMotion(); }));
+    first.stepDown();
+    SettingsPortal second(bus, QVariant(u"garbage"_qs));
+    ASSERT_TRUE(isRead(second));
+    second.stepDown();
+    SettingsPortal third(bus, PortalSettings{}, Manner::staysSilent);
+    ASSERT_TRUE(isRead(third)) << "by now the answer of the second has come";
+
+    EXPECT_TRUE(subject.settings.reduceMotion());
+    EXPECT_EQ(subject.changes, 1);
+}
+
 /// The real portal, with the test as the desktop behind it.
 class RealPortal {
 public:
