@@ -87,7 +87,7 @@ RunCollector& collector(void* context) { return *static_cast<RunCollector*>(cont
 MD_PARSER inlineParser(QStringView content) {
     const bool seesStrikethrough = content.count(u'~') <= strikethroughMarkLimit;
     MD_PARSER parser{};
-    parser.flags = MD_FLAG_NOHTML | (seesStrikethrough ? MD_FLAG_STRIKETHROUGH : 0U);
+    parser.flags = seesStrikethrough ? MD_FLAG_STRIKETHROUGH : 0U;
     parser.enter_block = [](MD_BLOCKTYPE, void*, void*) { return 0; };
     parser.leave_block = [](MD_BLOCKTYPE, void*, void*) { return 0; };
     parser.enter_span = [](MD_SPANTYPE span, void*, void* context) {

@@ -130,7 +130,8 @@ TEST(InlineMarkdown, HtmlStaysVisibleAsWritten) {
     for (const QString& line :
          {u"<b>html</b>"_qs, u"a <!-- b --> c"_qs, u"<!-- -->"_qs, u"<div>"_qs, u"<?php ?>"_qs,
           u"<script>x</script>"_qs, u"vector<int> a"_qs, u"<![CDATA[x]]>"_qs, u"a<b && c>d"_qs,
-          u"<a href=\"x\">y</a>"_qs, u"unordered_map<int, int>"_qs}) {
+          u"<a href=\"x\">y</a>"_qs, u"unordered_map<int, int>"_qs,
+          u"<a href=\"*x*\" b='&amp;\\*'>"_qs, u"<!-- *a* `b` -->"_qs}) {
         EXPECT_EQ(InlineMarkdown::parsed(line), text({plain(line)})) << line.toStdString();
     }
     EXPECT_EQ(InlineMarkdown::parsed(u"<b>**x**</b>"_qs),
@@ -179,7 +180,8 @@ TEST(InlineMarkdown, LongLineComesThroughWhole) {
 
 TEST(InlineMarkdown, ManyMarkersWithoutAPartnerComeThroughWhole) {
     for (const QString& marker : {u"["_qs, u"*"_qs, u"_"_qs, u"!["_qs, u"[a]("_qs, u"<"_qs, u"&"_qs,
-                                  u"~ "_qs, u"] "_qs, u"[["_qs, u"<a"_qs, u"[a](<b "_qs}) {
+                                  u"~ "_qs, u"] "_qs, u"[["_qs, u"<a"_qs, u"[a](<b "_qs,
+                                  u"<a b=\"c "_qs, u"<!-- "_qs, u"<?"_qs, u"<![CDATA["_qs}) {
         const QString line = u"x"_qs + marker.repeated(10'000) + u"x"_qs;
         EXPECT_EQ(shown(line), line) << marker.toStdString();
     }

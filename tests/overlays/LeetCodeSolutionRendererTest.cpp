@@ -58,6 +58,8 @@ TEST(LeetCodeSolutionRenderer, SecondTitleIsAHeading) {
 TEST(LeetCodeSolutionRenderer, TitleIsDroppedBehindStatusLinesAndCodeOnly) {
     EXPECT_EQ(shown(u"**Status:** x\n# T\nbody"_qs), u"body"_qs);
     EXPECT_EQ(shown(u"```\ncode\n```\n# T\nbody"_qs), u"body"_qs);
+    EXPECT_EQ(shown(u"```\n# comment\n```\n# T\nbody"_qs), u"body"_qs)
+        << "a comment in code is no title";
     EXPECT_EQ(shown(u"\n## H\n```\ncode\n```\n# T\nbody"_qs), u"body"_qs)
         << "the fence emptied what was held back";
     EXPECT_EQ(shown(u"body\n# T"_qs), u"body\n\nT"_qs);
