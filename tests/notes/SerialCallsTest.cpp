@@ -76,6 +76,17 @@ TEST_F(SerialCallsTest, ACallAfterAllHaveEndedBeginsAtOnce) {
     EXPECT_TRUE(second->value);
 }
 
+TEST_F(SerialCallsTest, ACallMadeWhileOneThatWaitedIsAtWorkWaitsToo) {
+    start("1");
+    start("2");
+    release(0);
+    const auto third = start("3");
+    EXPECT_EQ(journal, (std::vector<std::string>{"begin 1", "end 1", "begin 2"}));
+    release(1);
+    release(2);
+    EXPECT_TRUE(third->value);
+}
+
 TEST_F(SerialCallsTest, AStoppedCallersWaitEndsAndItsCallKeepsItsTurn) {
     std::stop_source stop;
     const auto first = start("1", stop.get_token());
