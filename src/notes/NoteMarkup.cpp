@@ -76,29 +76,35 @@ Item item(QStringView line) {
     return {};
 }
 
+QLatin1String entity(QChar unit) {
+    switch (unit.unicode()) {
+    case u'&':
+        return QLatin1String("&amp;");
+    case u'<':
+        return QLatin1String("&lt;");
+    case u'>':
+        return QLatin1String("&gt;");
+    case u'"':
+        return QLatin1String("&quot;");
+    case u'\'':
+        return QLatin1String("&#39;");
+    default:
+        return {};
+    }
+}
+
 // Replacements in place move the rest of a text again and again, so escaping appends.
 void appendEscaped(QString& output, QStringView text) {
-    for (const QChar unit : text) {
-        switch (unit.unicode()) {
-        case u'&':
-            output += u"&amp;";
-            break;
-        case u'<':
-            output += u"&lt;";
-            break;
-        case u'>':
-            output += u"&gt;";
-            break;
-        case u'"':
-            output += u"&quot;";
-            break;
-        case u'\'':
-            output += u"&#39;";
-            break;
-        default:
-            output += unit;
+    qsizetype begin = 0;
+    for (qsizetype index = 0; index < text.size(); ++index) {
+        const QLatin1String replacement = entity(text[index]);
+        if (!replacement.isEmpty()) {
+            output += text.mid(begin, index - begin);
+            output += replacement;
+            begin = index + 1;
         }
     }
+    output += text.mid(begin);
 }
 
 void appendInline(QString& output, QStringView text) {
