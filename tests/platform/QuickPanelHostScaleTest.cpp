@@ -124,6 +124,8 @@ TEST_P(QuickPanelHostScaleTest, APanelStaysWhereItIsWhenItsMonitorGoes) {
     EXPECT_EQ(desktop.pixel(pixels.center()), red);
     model->setSurface(Qt::white);
     EXPECT_TRUE(desktop.waitForPixel(pixels.center(), white)) << "it still draws";
+    EXPECT_TRUE(desktop.waitForPixel(pixels.topLeft(), white));
+    EXPECT_TRUE(desktop.waitForPixel(pixels.bottomRight(), white));
     EXPECT_EQ(desktop.windowsAt(pixels).size(), 1U);
     panel.reset();
     EXPECT_EQ(desktop.windowsAt(pixels).size(), 0U);

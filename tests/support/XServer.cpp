@@ -77,10 +77,9 @@ void XServer::startCompositor() {
     const xcb_window_t above = client.show({.area = area, .seed = 2, .depth = 32});
     const QRgb front = XTestClient::patternPixel(2, 0, 0, 32);
     const QRgb back = XTestClient::patternPixel(1, 0, 0, 24);
-    const int blended = qBlue(front) + qBlue(back) * (255 - qAlpha(front)) / 255;
+    const int blended = qRed(front) + qRed(back) * (255 - qAlpha(front)) / 255;
     const bool paints = client.waitUntil(seconds(20), [&] {
-        return client.hasCompositor() &&
-               qAbs(qBlue(client.screen(area).pixel(0, 0)) - blended) <= 1;
+        return client.hasCompositor() && qAbs(qRed(client.screen(area).pixel(0, 0)) - blended) <= 1;
     });
     client.hide(above);
     client.hide(below);
