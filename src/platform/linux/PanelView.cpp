@@ -43,7 +43,9 @@ void PanelView::fill(QQmlComponent& component, std::shared_ptr<QObject> model) {
     // A window whose monitor goes comes under the scale of another one, though it keeps its pixels.
     item->setTransformOrigin(QQuickItem::TopLeft);
     connect(&m_window, &QWindow::screenChanged, item,
-            [this, item] { item->setScale(m_window.width() / item->width()); });
+            [this, item, scale = m_window.devicePixelRatio()] {
+                item->setScale(scale / m_window.devicePixelRatio());
+            });
 }
 
 void PanelView::close() {
