@@ -213,6 +213,7 @@ TEST_F(QuickPanelHostLookTest, AGlideKeepsTheSeeThroughColourItWasGiven) {
     desktop.startCompositor();
     ASSERT_TRUE(runsCompositor(true));
     XLoggingWindow below(desktop.server().displayName(), QRect(200, 150, 700, 400));
+    ASSERT_TRUE(desktop.waitForPixel(place.center(), white));
     model->surface = Qt::transparent;
     const auto panel = open(requestAt(place));
     panel->glide({.strip = {20, 90, 360, 4},

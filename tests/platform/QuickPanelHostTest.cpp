@@ -124,6 +124,30 @@ TEST_P(QuickPanelHostTest, APanelStandsAboveAFullScreenWindow) {
     EXPECT_EQ(desktop.pixel(place.bottomRight() + QPoint(1, 1)), white);
 }
 
+TEST_P(QuickPanelHostTest, AFullScreenWindowThatComesLaterStandsBelow) {
+    const auto panel = openDrawn(requestAt(place), place);
+    const auto other = otherProgram(QRect(0, 0, 1280, 800), XLoggingWindow::Kind::fullScreen);
+    EXPECT_TRUE(desktop.waitForPixel({20, 20}, white));
+    EXPECT_TRUE(desktop.waitForPixel(place.center(), red));
+}
+
+TEST_P(QuickPanelHostTest, AnOrdinaryWindowThatRaisesItselfStandsBelow) {
+    const auto other = otherProgram(QRect(50, 50, 600, 400));
+    const auto panel = openDrawn(requestAt(place), place);
+    for (int i = 0; i < 3; ++i) {
+        other->raise();
+        EXPECT_TRUE(desktop.waitForPixel(place.center(), red));
+    }
+}
+
+TEST_P(QuickPanelHostTest, WhatLocksTheScreenMayStandAbove) {
+    const auto panel = openDrawn(requestAt(place), place);
+    const auto lock = desktop.client().show({.area = QRect(0, 0, 1280, 800), .seed = 9});
+    desktop.client().sync();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(desktop.windows().back(), lock);
+}
+
 TEST_P(QuickPanelHostTest, AKeyboardPanelHearsItsKeysAndGivesTheKeyboardBack) {
     const auto other = otherProgram();
     auto request = requestAt(place);

@@ -75,6 +75,17 @@ void ToolkitServer::setFocus(xcb_window_t window) const {
     xcb_discard_reply(m_connection, cookie.sequence);
 }
 
+void ToolkitServer::raise(xcb_window_t window) const {
+    const std::uint32_t mode = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(m_connection, window, XCB_CONFIG_WINDOW_STACK_MODE, &mode);
+}
+
+void ToolkitServer::lower(xcb_window_t window, xcb_window_t above) const {
+    const std::uint32_t place[] = {above, XCB_STACK_MODE_BELOW};
+    xcb_configure_window(m_connection, window,
+                         XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE, place);
+}
+
 void ToolkitServer::unmap(xcb_window_t window) const { xcb_unmap_window(m_connection, window); }
 
 void ToolkitServer::flush() const { xcb_flush(m_connection); }
