@@ -18,8 +18,11 @@ xcb_rectangle_t toRectangle(const QRect& area) {
 } // namespace
 
 std::unique_ptr<ToolkitServer> ToolkitServer::find() {
+    // Other platforms of the toolkit may hold a connection too, but their windows are none of X.
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 == nullptr ? nullptr : std::make_unique<ToolkitServer>(x11->connection());
+    return x11 == nullptr || QGuiApplication::platformName() != u"xcb"_qs
+               ? nullptr
+               : std::make_unique<ToolkitServer>(x11->connection());
 }
 
 ToolkitServer::ToolkitServer(xcb_connection_t* connection)
