@@ -1,0 +1,175 @@
+// Takes a picture of every panel in every state, without a display, and one contact sheet of them.
+
+#include "Catalogue.h"
+#include "ContactSheet.h"
+#include "Photographer.h"
+#include "support/ToolMain.h"
+
+#include <QCommandLineParser>
+#include <QDir>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace lumivane {
+
+namespace {
+
+using namespace tools;
+
+struct Options {
+    QString folder;
+    QString sheetFile; ///< empty: none
+    std::vector<double> scales;
+    QString only;
+    std::vector<Specimen> specimens;
+};
+
+const char* const scaleVariable = "QT_SCALE_FACTOR";
+
+void describe(QCommandLineParser& parser) {
+    parser.setApplicationDescription(
+        u"Draws every floating panel in every state, without a display: one PNG file for each in "
+        u"FOLDER, and a contact sheet."_qs);
+    parser.addPositionalArgument(u"FOLDER"_qs, u"Where the pictures go."_qs);
+    parser.addOption({u"sheet"_qs, u"Write the contact sheet to FILE."_qs, u"FILE"_qs});
+    parser.addOption({u"scale"_qs,
+                      u"Pixels per point; may be repeated. 1, 1.5 and 2 if not given."_qs,
+                      u"S"_qs});
+    parser.addOption({u"only"_qs, u"Only panels whose name fits, such as \"panels/error-*\"."_qs,
+                      u"PATTERN"_qs});
+    parser.addOption({u"list"_qs, u"Print the names of the panels and end."_qs});
+}
+
+std::vector<double> scalesFrom(const QCommandLineParser& parser) {
+    constexpr double largest = 4;
+    std::vector<double> scales;
+    for (const QString& text : parser.values(u"scale"_qs)) {
+        bool isNumber = false;
+        const double scale = text.toDouble(&isNumber);
+        if (!isNumber || !(scale > 0) || scale > largest) {
+            throw u"--scale needs a number above 0, at most %1"_qs.arg(largest);
+        }
+        scales.push_back(scale);
+    }
+    return scales.empty() ? std::vector<double>{1, 1.5, 2} : scales;
+}
+
+std::vector<Specimen> specimensLike(const QString& pattern) {
+    std::vector<Specimen> specimens = catalogue();
+    if (pattern.isEmpty()) {
+        return specimens;
+    }
+    const auto expression = QRegularExpression::fromWildcard(
+        pattern, Qt::CaseSensitive, QRegularExpression::NonPathWildcardConversion);
+    std::erase_if(specimens, [&](const Specimen& specimen) {
+        return !expression.match(specimen.name).hasMatch();
+    });
+    if (specimens.empty()) {
+        throw u"no panel is called %1; see --list"_qs.arg(pattern);
+    }
+    return specimens;
+}
+
+/// Throws the words that say what is wrong.
+Options optionsFrom(const QCommandLineParser& parser) {
+    Options options;
+    options.only = parser.value(u"only"_qs);
+    options.specimens = specimensLike(options.only);
+    if (parser.isSet(u"list"_qs)) {
+        return options;
+    }
+    if (parser.positionalArguments().size() != 1) {
+        throw u"one FOLDER is needed; see --help"_qs;
+    }
+    options.folder = parser.positionalArguments().constFirst();
+    options.scales = scalesFrom(parser);
+    options.sheetFile = parser.value(u"sheet"_qs);
+    return options;
+}
+
+void write(const QImage& image, const QString& file) {
+    constexpr int fastQuality = 70;
+    if (!QDir().mkpath(QFileInfo(file).path()) || !image.save(file, "PNG", fastQuality)) {
+        throw std::runtime_error(u"cannot write %1"_qs.arg(file).toStdString());
+    }
+}
+
+void takePictures(const Options& options) {
+    Photographer photographer;
+    const double scale = options.scales.front();
+    for (const Specimen& specimen : options.specimens) {
+        write(photographer.picture(specimen), picturePath(options.folder, specimen.name, scale));
+    }
+}
+
+/// The scale of a process is fixed when it starts, so each has one of its own.
+int startAtScale(const Options& options, double scale) {
+    const QString number = QString::number(scale);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QString::fromLatin1(scaleVariable), number);
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    QStringList arguments{options.folder, u"--scale"_qs, number};
+    if (!options.only.isEmpty()) {
+        arguments += {u"--only"_qs, options.only};
+    }
+    process.start(QCoreApplication::applicationFilePath(), arguments);
+    if (!process.waitForFinished(-1) || process.exitStatus() != QProcess::NormalExit) {
+        return fail(failure, u"the pictures at scale %1 could not be taken"_qs.arg(number));
+    }
+    return process.exitCode();
+}
+
+void writeSheet(const Options& options) {
+    if (options.sheetFile.isEmpty()) {
+        return;
+    }
+    write(contactSheet(options.folder, options.specimens, options.scales), options.sheetFile);
+    std::printf("%s\n", qUtf8Printable(QFileInfo(options.sheetFile).absoluteFilePath()));
+}
+
+int run(const Options& options) {
+    if (options.folder.isEmpty()) {
+        for (const Specimen& specimen : options.specimens) {
+            std::printf("%s\n", qUtf8Printable(specimen.name));
+        }
+        return success;
+    }
+    try {
+        const QByteArray number = QByteArray::number(options.scales.front());
+        if (options.scales.size() == 1 && qgetenv(scaleVariable) == number) {
+            takePictures(options);
+            writeSheet(options);
+            return success;
+        }
+        for (const double scale : options.scales) {
+            const int code = startAtScale(options, scale);
+            if (code != success) {
+                return code;
+            }
+        }
+        writeSheet(options);
+        return success;
+    } catch (const std::exception& error) {
+        return fail(failure, QString::fromUtf8(error.what()));
+    }
+}
+
+} // namespace
+
+} // namespace lumivane
+
+int main(int argc, char** argv) {
+    using namespace lumivane;
+    // No window ever shows, whatever desktop the tool is started on.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    return tools::toolMain<QGuiApplication>(argc, argv, u"overlay-gallery"_qs, describe,
+                                            optionsFrom, run);
+}
