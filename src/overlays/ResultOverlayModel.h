@@ -1,6 +1,7 @@
 #pragma once
 
 #include "overlays/CountdownBarModel.h"
+#include "overlays/NotesStatusModel.h"
 #include "overlays/OverlaySurface.h"
 #include "overlays/ResultFooterModel.h"
 #include "overlays/ResultOverlayState.h"
@@ -48,6 +49,9 @@ class ResultOverlayModel final : public QObject {
     Q_PROPERTY(QColor statusChipColor READ statusChipColor CONSTANT)
     Q_PROPERTY(QString notesFailure READ notesFailure NOTIFY notesFailureChanged)
     Q_PROPERTY(bool hasNotesFailure READ hasNotesFailure NOTIFY notesFailureChanged)
+    Q_PROPERTY(QString notesFailureLabel READ notesFailureLabel CONSTANT)
+    Q_PROPERTY(QString notesFailureSymbol READ notesFailureSymbol CONSTANT)
+    Q_PROPERTY(QString notesDismissLabel READ notesDismissLabel CONSTANT)
     Q_PROPERTY(QString answer READ answer CONSTANT)
     Q_PROPERTY(lumivane::StyledText renderedText READ renderedText CONSTANT)
     Q_PROPERTY(double answerSize READ answerSize CONSTANT)
@@ -89,6 +93,13 @@ public:
     QString notesFailure() const { return m_state->notesFailure().value_or(QString()); }
 
     bool hasNotesFailure() const { return m_state->notesFailure().has_value(); }
+
+    /// For assistive technology.
+    const QString& notesFailureLabel() const { return NotesFailureWords::label; }
+
+    const QString& notesFailureSymbol() const { return NotesFailureWords::symbol; }
+
+    const QString& notesDismissLabel() const { return NotesFailureWords::dismissLabel; }
 
     const QString& answer() const { return m_content.text; }
 
