@@ -69,7 +69,7 @@ QImage backdrop(Appearance appearance, const QSize& size, double scale) {
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);
     const Colours colours = coloursOf(appearance);
-    const QRectF area(QPointF(), QSizeF(size));
+    const QRectF area{QPointF(), QSizeF(size)};
     drawLandscape(painter, area, colours);
     const QRectF window(area.width() * 0.42, area.height() * 0.24, area.width() * 0.6,
                         area.height() * 0.62);

@@ -67,14 +67,17 @@ public:
     void answer(const QString& name, ResultKind kind, const QString& text,
                 Copying copying = Copying::alreadyCopied,
                 Countdown countdown = Countdown::running) {
-        ResultLook look{.copying = copying, .countdown = countdown};
+        ResultLook look;
+        look.copying = copying;
+        look.countdown = countdown;
         look.content.kind = kind;
         look.content.text = text;
         result(name, look);
     }
 
     void error(const QString& name, const QString& text, Copying copying = Copying::offered) {
-        ResultLook look{.copying = copying};
+        ResultLook look;
+        look.copying = copying;
         look.content.isError = true;
         look.content.text = text;
         result(name, look);
@@ -84,7 +87,9 @@ public:
                   std::optional<LeetCodeAnswerStatus> status,
                   std::optional<QString> notesFailure = std::nullopt,
                   OverlayScreen screen = laptop) {
-        ResultLook look{.notesFailure = std::move(notesFailure), .screen = screen};
+        ResultLook look;
+        look.notesFailure = std::move(notesFailure);
+        look.screen = screen;
         look.content.kind = ResultKind::leetCode;
         look.content.text = text;
         look.content.questionTitle = std::move(title);

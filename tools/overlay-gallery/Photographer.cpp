@@ -30,7 +30,6 @@ Photographer::Photographer()
                          }
                      });
     m_window->setColor(Qt::transparent);
-    m_control.initialize();
 }
 
 Photographer::~Photographer() = default;
@@ -39,23 +38,24 @@ void Photographer::render(QImage& image) {
     m_window->setRenderTarget(QQuickRenderTarget::fromPaintDevice(&image));
     image.fill(Qt::transparent);
     m_control.polishItems();
-    m_control.beginFrame();
     m_control.sync();
     m_control.render();
-    m_control.endFrame();
 }
 
 QImage Photographer::panel(const Specimen& specimen) {
     m_settings.setReduceTransparency(specimen.reduceTransparency);
     const PanelContent content = specimen.makeContent({m_pasteboard, m_announcer});
     QQmlComponent component(&m_engine, content.view);
+    if (!component.isReady()) {
+        throw std::runtime_error(
+            u"the view of %1 does not load: %2"_qs.arg(specimen.name, component.errorString())
+                .toStdString());
+    }
     const std::unique_ptr<QObject> object(component.createWithInitialProperties(
         {{u"model"_qs, QVariant::fromValue(content.model.get())}}));
     auto* item = qobject_cast<QQuickItem*>(object.get());
     if (item == nullptr) {
-        throw std::runtime_error(
-            u"the view of %1 does not load: %2"_qs.arg(specimen.name, component.errorString())
-                .toStdString());
+        throw std::runtime_error(u"the view of %1 is no item"_qs.arg(specimen.name).toStdString());
     }
     const QSizeF size(specimen.request.frame.width, specimen.request.frame.height);
     m_window->resize(size.toSize());

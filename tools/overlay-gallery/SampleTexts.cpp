@@ -95,7 +95,10 @@ QString SampleTexts::mixedDirections() {
 }
 
 QString SampleTexts::emoji() {
-    return u"Ready ✅ 🎉 family 👨‍👩‍👧‍👦, thumbs 👍🏽, flag 🇩🇪, rainbow 🏳️‍🌈, key cap "
+    return u"Ready ✅ 🎉 family 👨‍👩‍👧‍👦, thumbs 👍🏽, flag 🇩🇪, rainbow "
+           u"🏳️‍🌈, "
+           u"key "
+           u"cap "
            u"3️⃣, heart ❤️, "
            "astronaut 👩🏿‍🚀 done."_qs;
 }

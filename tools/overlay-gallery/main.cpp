@@ -64,8 +64,7 @@ std::vector<Specimen> specimensLike(const QString& pattern) {
     if (pattern.isEmpty()) {
         return specimens;
     }
-    const auto expression = QRegularExpression::fromWildcard(
-        pattern, Qt::CaseSensitive, QRegularExpression::NonPathWildcardConversion);
+    const auto expression = QRegularExpression::fromWildcard(pattern, Qt::CaseSensitive);
     std::erase_if(specimens, [&](const Specimen& specimen) {
         return !expression.match(specimen.name).hasMatch();
     });
@@ -169,7 +168,7 @@ int main(int argc, char** argv) {
     using namespace lumivane;
     // No window ever shows, whatever desktop the tool is started on.
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    QQuickWindow::setSceneGraphBackend(u"software"_qs);
     return tools::toolMain<QGuiApplication>(argc, argv, u"overlay-gallery"_qs, describe,
                                             optionsFrom, run);
 }
