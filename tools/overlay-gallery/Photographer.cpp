@@ -7,9 +7,13 @@
 #include <QPainter>
 #include <QQmlComponent>
 #include <QQuickItem>
+#include <QQuickRenderControl>
 #include <QQuickRenderTarget>
+#include <QQuickWindow>
 
+#include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace lumivane::tools {
 
@@ -20,62 +24,78 @@ void PosedAccessibilitySettings::setReduceTransparency(bool reduceTransparency) 
     }
 }
 
-Photographer::Photographer()
-    : m_window(std::make_unique<QQuickWindow>(&m_control)) {
+namespace {
+
+/// A window without a surface that paints its items into a picture.
+class Darkroom {
+public:
+    explicit Darkroom(const QSize& size)
+        : m_window(&m_control)
+        , m_image((QSizeF(size) * m_window.devicePixelRatio()).toSize(),
+                  QImage::Format_ARGB32_Premultiplied) {
+        m_image.setDevicePixelRatio(m_window.devicePixelRatio());
+        m_image.fill(Qt::transparent);
+        m_window.setColor(Qt::transparent);
+        m_window.resize(size);
+        m_window.contentItem()->setSize(size);
+        m_window.setRenderTarget(QQuickRenderTarget::fromPaintDevice(&m_image));
+    }
+
+    void hang(QQuickItem& item) {
+        item.setParentItem(m_window.contentItem());
+        item.setSize(m_window.contentItem()->size());
+    }
+
+    /// What a view puts off to a later turn is there by the second frame.
+    const QImage& develop() {
+        constexpr int frames = 2;
+        for (int frame = 0; frame < frames; ++frame) {
+            QCoreApplication::processEvents();
+            m_control.polishItems();
+            m_control.sync();
+            m_control.render();
+        }
+        return m_image;
+    }
+
+private:
+    QQuickRenderControl m_control;
+    QQuickWindow m_window;
+    QImage m_image;
+};
+
+} // namespace
+
+Photographer::Photographer() {
     OverlayViews::install(m_settings);
+    m_engine.addImportPath(u":/qt/qml"_qs);
     QObject::connect(&m_engine, &QQmlEngine::warnings, &m_engine,
                      [this](const QList<QQmlError>& warnings) {
                          for (const QQmlError& warning : warnings) {
                              m_complaints += warning.toString();
                          }
                      });
-    m_window->setColor(Qt::transparent);
 }
 
-Photographer::~Photographer() = default;
-
-void Photographer::render(QImage& image) {
-    m_window->setRenderTarget(QQuickRenderTarget::fromPaintDevice(&image));
-    image.fill(Qt::transparent);
-    m_control.polishItems();
-    m_control.sync();
-    m_control.render();
-}
+QStringList Photographer::takeComplaints() { return std::exchange(m_complaints, {}); }
 
 QImage Photographer::panel(const Specimen& specimen) {
     m_settings.setReduceTransparency(specimen.reduceTransparency);
     const PanelContent content = specimen.makeContent({m_pasteboard, m_announcer});
     QQmlComponent component(&m_engine, content.view);
     if (!component.isReady()) {
-        throw std::runtime_error(
-            u"the view of %1 does not load: %2"_qs.arg(specimen.name, component.errorString())
-                .toStdString());
+        throw std::runtime_error(component.errorString().toStdString());
     }
+    const Rect& frame = specimen.request.frame;
+    Darkroom darkroom(QSizeF(frame.width, frame.height).toSize());
     const std::unique_ptr<QObject> object(component.createWithInitialProperties(
         {{u"model"_qs, QVariant::fromValue(content.model.get())}}));
     auto* item = qobject_cast<QQuickItem*>(object.get());
     if (item == nullptr) {
-        throw std::runtime_error(u"the view of %1 is no item"_qs.arg(specimen.name).toStdString());
+        throw std::runtime_error("the view is no item");
     }
-    const QSizeF size(specimen.request.frame.width, specimen.request.frame.height);
-    m_window->resize(size.toSize());
-    m_window->contentItem()->setSize(size);
-    item->setParentItem(m_window->contentItem());
-    item->setSize(size);
-    const double scale = m_window->devicePixelRatio();
-    QImage image((size * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
-    image.setDevicePixelRatio(scale);
-    // What a view puts off to a later turn is there by the second frame.
-    render(image);
-    QCoreApplication::processEvents();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    render(image);
-    if (!m_complaints.isEmpty()) {
-        throw std::runtime_error(
-            u"the view of %1 complains: %2"_qs.arg(specimen.name, m_complaints.join(u'\n'))
-                .toStdString());
-    }
-    return image;
+    darkroom.hang(*item);
+    return darkroom.develop().copy();
 }
 
 QImage Photographer::picture(const Specimen& specimen) {

@@ -6,11 +6,7 @@
 
 #include <QImage>
 #include <QQmlEngine>
-#include <QQuickRenderControl>
-#include <QQuickWindow>
 #include <QStringList>
-
-#include <memory>
 
 namespace lumivane::tools {
 
@@ -50,17 +46,18 @@ public:
     static constexpr int margin = 40;
 
     Photographer();
-    ~Photographer();
     Photographer(const Photographer&) = delete;
     Photographer& operator=(const Photographer&) = delete;
 
-    /// The panel with its shadow on a piece of desktop. Throws std::runtime_error where
-    /// the view does not load or complains.
+    /// The panel with its shadow on a piece of desktop. Throws std::runtime_error where the view
+    /// does not load.
     QImage picture(const Specimen& specimen);
+
+    /// What the views complained of since the last call, a line each.
+    QStringList takeComplaints();
 
 private:
     QImage panel(const Specimen& specimen);
-    void render(QImage& image);
 
     PosedAccessibilitySettings m_settings;
     BlindPasteboard m_blindPasteboard;
@@ -68,8 +65,6 @@ private:
     MuteAnnouncer m_announcer;
     QQmlEngine m_engine;
     QStringList m_complaints;
-    QQuickRenderControl m_control;
-    std::unique_ptr<QQuickWindow> m_window;
 };
 
 } // namespace lumivane::tools

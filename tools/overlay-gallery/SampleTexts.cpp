@@ -95,7 +95,8 @@ QString SampleTexts::mixedDirections() {
 }
 
 QString SampleTexts::emoji() {
-    return u"Ready ✅ 🎉 family 👨‍👩‍👧‍👦, thumbs 👍🏽, flag 🇩🇪, rainbow "
+    return u"Ready ✅ 🎉 family 👨‍👩‍👧‍👦, thumbs 👍🏽, flag 🇩🇪, "
+           u"rainbow "
            u"🏳️‍🌈, "
            u"key "
            u"cap "

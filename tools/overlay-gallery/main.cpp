@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QProcess>
+#include <QQuickWindow>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -98,12 +99,23 @@ void write(const QImage& image, const QString& file) {
     }
 }
 
-void takePictures(const Options& options) {
+/// Goes on where a view complains, so that there is something to look at.
+int takePictures(const Options& options) {
     Photographer photographer;
+    int code = success;
     const double scale = options.scales.front();
     for (const Specimen& specimen : options.specimens) {
-        write(photographer.picture(specimen), picturePath(options.folder, specimen.name, scale));
+        try {
+            write(photographer.picture(specimen),
+                  picturePath(options.folder, specimen.name, scale));
+        } catch (const std::exception& error) {
+            code = fail(failure, specimen.name + u": "_qs + QString::fromUtf8(error.what()));
+        }
+        for (const QString& complaint : photographer.takeComplaints()) {
+            code = fail(failure, specimen.name + u": "_qs + complaint);
+        }
     }
+    return code;
 }
 
 /// The scale of a process is fixed when it starts, so each has one of its own.
@@ -140,24 +152,21 @@ int run(const Options& options) {
         }
         return success;
     }
-    try {
-        const QByteArray number = QByteArray::number(options.scales.front());
-        if (options.scales.size() == 1 && qgetenv(scaleVariable) == number) {
-            takePictures(options);
-            writeSheet(options);
-            return success;
-        }
+    const QByteArray number = QByteArray::number(options.scales.front());
+    int code = success;
+    if (options.scales.size() == 1 && qgetenv(scaleVariable) == number) {
+        code = takePictures(options);
+    } else {
         for (const double scale : options.scales) {
-            const int code = startAtScale(options, scale);
-            if (code != success) {
-                return code;
-            }
+            code = std::max(code, startAtScale(options, scale));
         }
+    }
+    try {
         writeSheet(options);
-        return success;
     } catch (const std::exception& error) {
         return fail(failure, QString::fromUtf8(error.what()));
     }
+    return code;
 }
 
 } // namespace
