@@ -31,6 +31,7 @@ XServer::XServer(const QSize& size) {
 }
 
 XServer::~XServer() {
+    endGroup(m_compositor);
     endGroup(m_windowManager);
     endGroup(m_server);
 }
@@ -61,6 +62,21 @@ void XServer::startWindowManager() {
     }
     throw std::runtime_error("the window manager did not come up");
 }
+
+void XServer::stopWindowManager() { endGroup(m_windowManager); }
+
+void XServer::startCompositor() {
+    m_compositor.setProcessEnvironment(environment());
+    m_compositor.setProcessChannelMode(QProcess::SeparateChannels);
+    startInOwnGroup(m_compositor, u"picom"_qs,
+                    {u"--backend"_qs, u"xrender"_qs, u"--config"_qs, u"/dev/null"_qs});
+    XTestClient client(m_displayName);
+    if (!client.waitUntil(seconds(20), [&] { return client.hasCompositor(); })) {
+        throw std::runtime_error("the compositor did not come up");
+    }
+}
+
+void XServer::stopCompositor() { endGroup(m_compositor); }
 
 void XServer::addMonitor(const QString& name, const QRect& area) {
     const QString place =

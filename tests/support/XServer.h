@@ -26,6 +26,11 @@ public:
 
     /// Starts a window manager and waits until it has taken over.
     void startWindowManager();
+    void stopWindowManager();
+
+    /// Starts a compositor and waits until it has taken over.
+    void startCompositor();
+    void stopCompositor();
 
     /// Declares a part of the screen a monitor. Where none has the server's own output, it takes
     /// that over and becomes the primary one.
@@ -41,6 +46,7 @@ private:
     QTemporaryDir m_home; ///< what programs write goes here
     QProcess m_server;
     QProcess m_windowManager;
+    QProcess m_compositor;
     QByteArray m_displayName;
     QString m_outputMonitor; ///< the monitor that has the server's own output
 };

@@ -149,12 +149,24 @@ void XTestClient::setWallpaper(std::uint32_t seed, const QSize& size) {
     setItems(root(), "_XROOTPMAP_ID", XCB_ATOM_PIXMAP, {content});
 }
 
-void XTestClient::claimCompositor() {
+void XTestClient::claimCompositor() { m_compositorWindow = claimSelection("_NET_WM_CM_S0"); }
+
+xcb_window_t XTestClient::claimSelection(std::string_view name) {
     const xcb_window_t owner = xcb_generate_id(m_connection);
     check(xcb_create_window_checked(m_connection, 0, owner, root(), -10, -10, 1, 1, 0,
                                     XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr));
-    check(xcb_set_selection_owner_checked(m_connection, owner, atom("_NET_WM_CM_S0"),
-                                          XCB_CURRENT_TIME));
+    check(xcb_set_selection_owner_checked(m_connection, owner, atom(name), XCB_CURRENT_TIME));
+    return owner;
+}
+
+void XTestClient::releaseCompositor() {
+    check(xcb_destroy_window_checked(m_connection, m_compositorWindow));
+}
+
+bool XTestClient::hasCompositor() {
+    const auto reply = owned(xcb_get_selection_owner_reply(
+        m_connection, xcb_get_selection_owner(m_connection, atom("_NET_WM_CM_S0")), nullptr));
+    return reply && reply->owner != XCB_NONE;
 }
 
 void XTestClient::becomeWindowManager() {

@@ -59,6 +59,11 @@ public:
 
     /// Says that a compositor runs, though none does.
     void claimCompositor();
+    void releaseCompositor();
+    bool hasCompositor();
+
+    /// Becomes the owner of a selection with a new window, which it answers.
+    xcb_window_t claimSelection(std::string_view name);
 
     /// Takes the place of a window manager without doing its work.
     void becomeWindowManager();
@@ -90,6 +95,7 @@ private:
     const xcb_screen_t* m_screen;
     xcb_visualid_t m_transparentVisual = 0;
     xcb_colormap_t m_transparentColours = 0;
+    xcb_window_t m_compositorWindow = XCB_NONE;
 };
 
 } // namespace lumivane::test

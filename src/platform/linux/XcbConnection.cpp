@@ -19,10 +19,9 @@ const xcb_screen_t* screenAt(xcb_connection_t* connection, int number) {
 } // namespace
 
 XcbConnection::XcbConnection(const QByteArray& displayName) {
-    int screenNumber = 0;
     m_connection =
-        xcb_connect(displayName.isEmpty() ? nullptr : displayName.constData(), &screenNumber);
-    m_screen = isAlive() ? screenAt(m_connection, screenNumber) : nullptr;
+        xcb_connect(displayName.isEmpty() ? nullptr : displayName.constData(), &m_screenNumber);
+    m_screen = isAlive() ? screenAt(m_connection, m_screenNumber) : nullptr;
     if (m_screen == nullptr) {
         xcb_disconnect(m_connection);
         throw DisplayServerError("The display server cannot be reached.");

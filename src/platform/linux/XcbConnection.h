@@ -38,6 +38,9 @@ public:
 
     xcb_window_t root() const { return m_screen->root; }
 
+    /// The number of the screen that the display's name asks for.
+    int screenNumber() const { return m_screenNumber; }
+
     bool isAlive() const { return xcb_connection_has_error(m_connection) == 0; }
 
     /// Throws DisplayServerError when the server lacks the extension.
@@ -94,6 +97,7 @@ private:
 
     xcb_connection_t* m_connection;
     const xcb_screen_t* m_screen = nullptr;
+    int m_screenNumber = 0;
 };
 
 } // namespace lumivane
