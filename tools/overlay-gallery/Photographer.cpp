@@ -2,6 +2,7 @@
 
 #include "Backdrop.h"
 #include "overlays/qml/OverlayViewsInstall.h"
+#include "platform/linux/PanelShadow.h"
 
 #include <QCoreApplication>
 #include <QPainter>
@@ -98,12 +99,32 @@ QImage Photographer::panel(const Specimen& specimen) {
     return darkroom.develop().copy();
 }
 
+namespace {
+
+/// What the panel casts where a compositor runs.
+void drawShadow(QPainter& painter, const PanelRequest& request, const QSize& pixels, double scale) {
+    const ShadowImage shadow(pixels, request.cornerRadius * scale, scale);
+    QImage image(shadow.size(), QImage::Format_ARGB32_Premultiplied);
+    for (int y = 0; y < image.height(); ++y) {
+        shadow.copyRow(y, reinterpret_cast<std::uint32_t*>(image.scanLine(y)));
+    }
+    image.setDevicePixelRatio(scale);
+    painter.drawImage(QPointF(Photographer::margin - shadow.reach() / scale,
+                              Photographer::margin + (shadow.drop() - shadow.reach()) / scale),
+                      image);
+}
+
+} // namespace
+
 QImage Photographer::picture(const Specimen& specimen) {
     const QImage front = panel(specimen);
     const double scale = front.devicePixelRatio();
     const QSize size = QSizeF(specimen.request.frame.width, specimen.request.frame.height).toSize();
     QImage picture = backdrop(specimen.desktop, size + QSize(2 * margin, 2 * margin), scale);
     QPainter painter(&picture);
+    if (specimen.request.hasShadow) {
+        drawShadow(painter, specimen.request, front.size(), scale);
+    }
     painter.drawImage(QPointF(margin, margin), front);
     return picture;
 }

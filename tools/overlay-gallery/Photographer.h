@@ -43,7 +43,7 @@ public:
 class Photographer {
 public:
     /// Points of desktop around a panel.
-    static constexpr int margin = 40;
+    static constexpr int margin = 44;
 
     Photographer();
     Photographer(const Photographer&) = delete;
