@@ -76,6 +76,7 @@ int run() {
     QtHttpTransport transport(clock);
     AnalysisClient client(std::nullopt, StoredFiles::applicationInformation(), transport);
     QtPasteboard pasteboard(*QApplication::clipboard());
+    OverlayPasteboard overlayPasteboard(pasteboard);
     QtSoundPlayer sound;
     TriggerController triggers(hotKeys, displays, clock);
 
@@ -89,7 +90,8 @@ int run() {
     const AppSettings settings = StoredFiles::settings();
 
     AppModel model({client, capture, warmUp, reducer, extractor, notifications, notes, pasteboard,
-                    sound, displays, triggers, overlays, session, settingsWindow, clock},
+                    sound, displays, triggers, overlays, overlayPasteboard, session, settingsWindow,
+                    clock},
                    settings);
     session.onSessionCleared = [&model] { model.authenticationDidClearSession(); };
     // While the pointer waits in the corner, the recogniser loads beside the capture path.

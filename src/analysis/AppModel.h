@@ -10,6 +10,7 @@
 #include "domain/AppSettings.h"
 #include "domain/Readiness.h"
 #include "notes/NotesServing.h"
+#include "overlays/OverlayPasteboard.h"
 #include "overlays/OverlayPresenting.h"
 #include "platform/DisplayServer.h"
 #include "platform/LumivanePasteboard.h"
@@ -45,6 +46,7 @@ struct AppModelPorts {
     DisplayServer& displays;
     TriggerController& triggerController;
     OverlayPresenting& overlays;
+    OverlayPasteboard& overlayPasteboard;
     SessionServing& authentication;
     SettingsPresenting& settingsPresenter;
     Clock& clock;

@@ -25,6 +25,9 @@ AppModel::AppModel(AppModelPorts ports, AppSettings settings)
             self->warmUpCapturePath();
         }
     };
+    // What the user copies at a panel is cleared at the end of the session like a delivered copy.
+    connect(&m_ports.overlayPasteboard, &OverlayPasteboard::didWrite, this,
+            [this](qint64 changeCount) { m_copiedPasteboardChangeCount = changeCount; });
     LumivaneLog::lifecycle.log("App model initialized");
 }
 

@@ -30,6 +30,8 @@ TEST_F(OverlayScreenTest, ADisplayIsFoundByItsNumberWithItsUsablePart) {
 
 TEST_F(OverlayScreenTest, AnUnknownNumberIsNoDisplay) {
     EXPECT_EQ(screenWithDisplayID(server, 4), std::nullopt);
+    server.setVisibleFrame(4, leftFrame);
+    EXPECT_EQ(screenWithDisplayID(server, 4), std::nullopt) << "only the list says what is there";
 }
 
 TEST_F(OverlayScreenTest, ADisplayThatWentSinceIsNoDisplay) {

@@ -52,11 +52,11 @@ protected:
 
     /// The same over another service.
     AppModel& makeWith(AnalysisServing& otherService) {
-        model = std::make_unique<AppModel>(AppModelPorts{otherService, capture, capture, reducer,
-                                                         extractor, notifications, notes,
-                                                         pasteboard, sound, displays, triggers,
-                                                         overlays, session, presenter, clock},
-                                           settings);
+        model = std::make_unique<AppModel>(
+            AppModelPorts{otherService, capture, capture, reducer, extractor, notifications, notes,
+                          pasteboard, sound, displays, triggers, overlays, overlayPasteboard,
+                          session, presenter, clock},
+            settings);
         drainEvents();
         journal.clear();
         return *model;
@@ -91,6 +91,7 @@ protected:
     FakeNotes notes{journal};
     FakeNotifications notifications{journal};
     FakePasteboard pasteboard{journal};
+    OverlayPasteboard overlayPasteboard{pasteboard};
     FakeSound sound{journal};
     FakeSettingsPresenter presenter{journal};
     TriggerController triggers{hotKeys, displays, clock};
