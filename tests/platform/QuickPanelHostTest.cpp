@@ -68,13 +68,12 @@ TEST_P(QuickPanelHostTest, AClosedPanelIsGoneAtOnce) {
 TEST_P(QuickPanelHostTest, ADisplayThatIsNotThereShowsNothing) {
     auto request = requestAt(place);
     request.displayID = 1;
-    const auto before = desktop.windows();
     const auto panel = open(request);
     ASSERT_NE(panel, nullptr);
     panel->glide({});
     panel->stopGlide();
     drainEvents();
-    EXPECT_EQ(desktop.windows(), before);
+    EXPECT_THAT(QGuiApplication::allWindows(), IsEmpty());
 }
 
 TEST_P(QuickPanelHostTest, TheKeyboardStaysWhereItIsWhilePanelsComeAndGo) {

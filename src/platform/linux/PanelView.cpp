@@ -34,11 +34,18 @@ void PanelView::fill(QQmlComponent& component, std::shared_ptr<QObject> model) {
                                               m_context.get()));
     auto* item = qobject_cast<QQuickItem*>(object.get());
     Q_ASSERT_X(item != nullptr, "PanelView", qPrintable(component.errorString()));
-    if (item != nullptr) {
-        object.release();
-        m_item.reset(item);
-        item->setParentItem(m_window.contentItem());
+    if (item == nullptr) {
+        return;
     }
+    object.release();
+    m_item.reset(item);
+    item->setParentItem(m_window.contentItem());
+    // A window whose monitor goes comes under the scale of another one, though it keeps its pixels.
+    item->setTransformOrigin(QQuickItem::TopLeft);
+    connect(&m_window, &QWindow::screenChanged, item,
+            [this, item, scale = m_window.devicePixelRatio()] {
+                item->setScale(scale / m_window.devicePixelRatio());
+            });
 }
 
 void PanelView::close() {

@@ -95,12 +95,14 @@ public:
 
 private:
     void add(xcb_window_t window, xcb_window_t parent, const QRect& area, std::uint32_t pixel) {
+        // The toolkit takes requests to show a child of a window without input for itself.
+        const std::uint32_t values[] = {pixel, 1};
         xcb_create_window(m_connection.raw(), XCB_COPY_FROM_PARENT, window, parent,
                           static_cast<std::int16_t>(area.x()), static_cast<std::int16_t>(area.y()),
                           static_cast<std::uint16_t>(std::max(1, area.width())),
                           static_cast<std::uint16_t>(std::max(1, area.height())), 0,
-                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL,
-                          &pixel);
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                          XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
         m_isTrackHidden = true;
     }
 
