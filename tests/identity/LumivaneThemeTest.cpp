@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cctype>
 #include <set>
 #include <string>
@@ -104,15 +105,20 @@ TEST(LumivaneTheme, RequiredAssetNamesHoldOneNamePerToken) {
     }
 }
 
-TEST(LumivaneTheme, RequiredAssetNamesStandGroupByGroup) {
-    std::size_t group = 0;
-    for (const std::string_view name : LumivaneTheme::requiredAssetNames) {
-        ASSERT_LT(groupOf(name), groupOrder.size()) << name;
-        EXPECT_GE(groupOf(name), group) << name;
-        group = groupOf(name);
+TEST(LumivaneTheme, RequiredAssetNamesStandGroupByGroupAndInTheirOrderWithin) {
+    std::vector<std::string_view> expected;
+    for (const NamedToken& token : allTokens) {
+        ASSERT_LT(groupOf(token.color.assetName), groupOrder.size()) << token.token;
+        expected.push_back(token.color.assetName);
     }
-    EXPECT_EQ(LumivaneTheme::requiredAssetNames.front(), "SurfaceWindow");
-    EXPECT_EQ(LumivaneTheme::requiredAssetNames.back(), "OverlayCodeBackground");
+    std::stable_sort(
+        expected.begin(), expected.end(),
+        [](std::string_view one, std::string_view other) { return groupOf(one) < groupOf(other); });
+    const std::vector<std::string_view> names(LumivaneTheme::requiredAssetNames.begin(),
+                                              LumivaneTheme::requiredAssetNames.end());
+    EXPECT_EQ(names, expected);
+    EXPECT_EQ(names.front(), "SurfaceWindow");
+    EXPECT_EQ(names.back(), "OverlayCodeBackground");
 }
 
 TEST(LumivaneTheme, EachColourResolvesToItsTwoValues) {

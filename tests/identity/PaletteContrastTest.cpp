@@ -181,6 +181,7 @@ TEST(PaletteContrast, SurfacesThatMeetCanBeToldApart) {
         EXPECT_GE(apart(surfaceTitlebar, surfaceWindow), 1.04);
         EXPECT_GE(apart(surfaceInset, surfaceCard), 1.08);
         EXPECT_GE(apart(surfaceControlHover, surfaceControl), 1.08);
+        EXPECT_GE(apart(surfaceActivationCellIdle, surfaceCard), 1.2);
         EXPECT_GE(apart(selectFill, surfaceSegmentIdle), 1.06);
         EXPECT_GE(apart(selectFill, surfaceCard), 1.15);
         EXPECT_GE(apart(accentFillHover, accentFill), 1.15);

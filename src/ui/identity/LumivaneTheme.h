@@ -51,8 +51,8 @@ inline constexpr ThemeColor surfaceControl{"SurfaceControl", 0xF8FAFA, 0x293134}
 inline constexpr ThemeColor surfaceControlBorder{"SurfaceControlBorder", 0x78878A, 0x7D8C8F};
 inline constexpr ThemeColor surfaceControlHover{"SurfaceControlHover", 0xEAF0F0, 0x313B3E};
 inline constexpr ThemeColor surfaceSegmentIdle{"SurfaceSegmentIdle", 0xE7EDEE, 0x181F21};
-inline constexpr ThemeColor surfaceActivationCellIdle{"SurfaceActivationCellIdle", 0xEDF2F2,
-                                                      0x252D30};
+inline constexpr ThemeColor surfaceActivationCellIdle{"SurfaceActivationCellIdle", 0xE3EAEB,
+                                                      0x313B3E};
 inline constexpr ThemeColor surfaceSliderTrack{"SurfaceSliderTrack", 0xCED9DB, 0x3A4548};
 
 // What acts. `accentStatusText` also serves words that act, such as a text button.
