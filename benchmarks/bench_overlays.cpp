@@ -40,6 +40,7 @@
 #include <cstdlib>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -78,12 +79,18 @@ private:
     std::vector<double> m_values;
 };
 
-/// Knows how long the main thread was with one event at most.
+/// Knows how long the main thread was with one event at most, and when panels painted.
 class MeteredApplication final : public QGuiApplication {
 public:
     using QGuiApplication::QGuiApplication;
 
     bool notify(QObject* receiver, QEvent* event) override {
+        auto* window = qobject_cast<QQuickWindow*>(receiver);
+        if (window != nullptr && event->type() == QEvent::Show) {
+            connect(window, &QQuickWindow::frameSwapped, this,
+                    [this] { frame = frame.value_or(systemClock.now()); });
+            connect(window, &QQuickWindow::beforeSynchronizing, this, [this] { ++syncs; });
+        }
         if (m_isInside) {
             return QGuiApplication::notify(receiver, event);
         }
@@ -95,7 +102,9 @@ public:
         return isHandled;
     }
 
-    double longest = 0;
+    double longest = 0;                    ///< milliseconds
+    std::optional<MonotonicInstant> frame; ///< the first one since it was reset
+    int syncs = 0;
 
 private:
     bool m_isInside = false;
@@ -150,7 +159,10 @@ public:
 
 /// The coordinator and all that is under it, as in the program.
 struct Panels {
-    Panels() { engine.addImportPath(u":/qt/qml"_qs); }
+    explicit Panels(MeteredApplication& itsApplication)
+        : application(itsApplication) {
+        engine.addImportPath(u":/qt/qml"_qs);
+    }
 
     static QQuickWindow& window() {
         for (QWindow* candidate : QGuiApplication::topLevelWindows()) {
@@ -162,25 +174,21 @@ struct Panels {
         throw std::runtime_error("no panel is up");
     }
 
-    /// Runs the loop until the one panel that is up has painted a frame; when that was.
-    MonotonicInstant waitForFrame() const {
-        std::optional<MonotonicInstant> painted;
-        const QMetaObject::Connection connection =
-            QObject::connect(&window(), &QQuickWindow::frameSwapped,
-                             [&painted] { painted = painted.value_or(systemClock.now()); });
-        const bool isPainted = waitUntil([&painted] { return painted.has_value(); });
-        QObject::disconnect(connection);
-        if (!isPainted) {
+    /// Runs the loop until a panel has painted a frame; when that was.
+    MonotonicInstant waitForFrame() {
+        if (!waitUntil([this] { return application.frame.has_value(); })) {
             throw std::runtime_error("a panel did not paint");
         }
-        return *painted;
+        return *std::exchange(application.frame, std::nullopt);
     }
 
     void clear() {
         overlays.clearAll();
         drainEvents();
+        application.frame.reset();
     }
 
+    MeteredApplication& application;
     ScreenScales scales;
     XcbDisplayServer displays{[this](const QString& name) { return scales.scaleOf(name); }};
     const std::uint32_t displayID = displays.displays().at(0).displayID;
@@ -249,8 +257,8 @@ bool measureWorking(Panels& panels, XTestClient& screen, int shows) {
     settings.overlayPosition = OverlayPosition::middleCenter;
     AppModel model({road.service, road.capture, road.warmUp, road.reducer, road.extractor,
                     road.notifications, road.notes, panels.blindPasteboard, road.sound,
-                    panels.displays, road.triggers, panels.overlays, road.session, road.presenter,
-                    panels.clock},
+                    panels.displays, road.triggers, panels.overlays, panels.pasteboard,
+                    road.session, road.presenter, panels.clock},
                    settings);
     drainEvents();
     const QRect spot(desktopSize.width() / 2, desktopSize.height() / 2 - 40, 1, 1);
@@ -262,9 +270,6 @@ bool measureWorking(Panels& panels, XTestClient& screen, int shows) {
     for (int show = 0; show <= shows; ++show) {
         const MonotonicInstant begin = systemClock.now();
         model.analyze(panels.displayID);
-        if (!waitUntil([] { return !QGuiApplication::topLevelWindows().isEmpty(); })) {
-            throw std::runtime_error("a trigger showed nothing");
-        }
         const double frame = milliseconds(panels.waitForFrame() - begin);
         if (!waitUntil(isOnScreen)) {
             throw std::runtime_error("a panel is not on the screen");
@@ -334,7 +339,7 @@ bool measureLongAnswer(Panels& panels) {
 }
 
 /// Every step of the wheel, down the whole answer and back.
-bool measureScrolling(Panels& panels, MeteredApplication& application) {
+bool measureScrolling(Panels& panels) {
     constexpr int steps = 150;
     constexpr int notch = 120;
     showSolution(panels, solution(40000));
@@ -344,13 +349,14 @@ bool measureScrolling(Panels& panels, MeteredApplication& application) {
     const QPointF middle(window.width() / 2.0, window.height() / 2.0);
     Samples blocks;
     for (int step = 0; step < 2 * steps; ++step) {
-        application.longest = 0;
+        panels.application.longest = 0;
+        panels.application.frame.reset();
         QWheelEvent wheel(middle, window.mapToGlobal(middle), QPoint(),
                           QPoint(0, step < steps ? -notch : notch), Qt::NoButton, Qt::NoModifier,
                           Qt::NoScrollPhase, false);
         QCoreApplication::sendEvent(&window, &wheel);
         panels.waitForFrame();
-        blocks.add(application.longest);
+        blocks.add(panels.application.longest);
     }
     panels.clear();
     const double longest = blocks.quantile(1);
@@ -369,12 +375,10 @@ bool measureCountdown(Panels& panels) {
     panels.overlays.showResult(u"The harbour office opens at seven."_qs, ResultKind::text,
                                std::nullopt, std::nullopt, panels.displayID, settings, true);
     panels.waitForFrame();
-    int syncs = 0;
-    QQuickWindow& window = Panels::window();
-    QObject::connect(&window, &QQuickWindow::beforeSynchronizing, [&syncs] { ++syncs; });
+    panels.application.syncs = 0;
     waitUntil([] { return QGuiApplication::topLevelWindows().isEmpty(); });
     Samples& ticks = panels.clock.ticks;
-    const double rate = syncs / seconds;
+    const double rate = panels.application.syncs / seconds;
     const bool isQuiet =
         tell(rate <= syncsBar, "a countdown of 5 s: %.1f syncs of the scene a second (bar %.0f)",
              rate, syncsBar);
@@ -425,6 +429,26 @@ void showPanel(Panels& panels, int number) {
     }
 }
 
+/// Without a bar of their own: what the others than the working panel take to be there.
+void measureKinds(Panels& panels) {
+    constexpr int rounds = 20;
+    const char* const names[] = {
+        "working", "text", "choice", "LeetCode", "error", "notes status", "signed out elsewhere"};
+    int kind = 0;
+    std::printf("first frame, medians of %d:", rounds);
+    for (const char* name : names) {
+        Samples times;
+        for (int round = 0; round < rounds; ++round) {
+            const MonotonicInstant begin = systemClock.now();
+            showPanel(panels, kind);
+            times.add(milliseconds(panels.waitForFrame() - begin));
+            panels.clear();
+        }
+        std::printf("%s %s %.1f ms", kind++ == 0 ? "" : ",", name, times.quantile(0.5));
+    }
+    std::printf("\n");
+}
+
 bool measureRemains(Panels& panels) {
     constexpr int warmUp = 300;
     constexpr int shows = 1000;
@@ -452,10 +476,11 @@ int run(MeteredApplication& application, const XServer& server, int shows) {
     screen.setWallpaper(3, desktopSize);
     Settings settings;
     OverlayViews::install(settings);
-    Panels panels;
+    Panels panels(application);
     bool isMet = measureWorking(panels, screen, shows);
+    measureKinds(panels);
     isMet = measureLongAnswer(panels) && isMet;
-    isMet = measureScrolling(panels, application) && isMet;
+    isMet = measureScrolling(panels) && isMet;
     isMet = measureCountdown(panels) && isMet;
     isMet = measureRemains(panels) && isMet;
     return isMet ? 0 : 1;

@@ -4,6 +4,8 @@
 #include <QPainter>
 #include <QPainterPath>
 
+#include <iterator>
+
 namespace lumivane::tools {
 
 namespace {
@@ -40,25 +42,23 @@ void drawLandscape(QPainter& painter, const QRectF& area, const Colours& colours
     painter.drawPath(hill);
 }
 
-/// A document whose left edge and title bar lie under the panel.
+/// A document whose left edge and title bar lie under the panel. Its lines are bars: letters would
+/// make the pictures three times as big.
 void drawWindow(QPainter& painter, const QRectF& area, const Colours& colours) {
     constexpr double titleHeight = 26;
-    constexpr double lineHeight = 17;
+    constexpr double lineHeight = 18;
+    constexpr double barHeight = 6;
+    constexpr double inset = 14;
+    constexpr double shares[] = {0.82, 0.9, 0.74, 0.88, 0.35};
     painter.fillRect(area, colours.window);
     painter.fillRect(QRectF(area.topLeft(), QSizeF(area.width(), titleHeight)), colours.titleBar);
-    QFont font = painter.font();
-    font.setPixelSize(12);
-    painter.setFont(font);
-    painter.setPen(colours.ink);
-    painter.drawText(QPointF(area.left() + 12, area.top() + 18), u"Minutes of the harbour"_qs);
-    painter.setClipRect(area);
-    int line = 0;
-    for (double y = area.top() + titleHeight + lineHeight; y < area.bottom(); y += lineHeight) {
-        const QString words = u"%1. The harbour office opens at seven, and nobody expected the "
-                              "archive to be open at that hour of a working day."_qs.arg(++line);
-        painter.drawText(QPointF(area.left() + 12, y), words);
+    painter.fillRect(QRectF(area.left() + inset, area.top() + 10, 120, barHeight), colours.ink);
+    std::size_t line = 0;
+    for (double y = area.top() + titleHeight + inset; y + barHeight < area.bottom();
+         y += lineHeight) {
+        const double width = (area.width() - 2 * inset) * shares[line++ % std::size(shares)];
+        painter.fillRect(QRectF(area.left() + inset, y, width, barHeight), colours.ink);
     }
-    painter.setClipping(false);
 }
 
 } // namespace
@@ -71,8 +71,9 @@ QImage backdrop(Appearance appearance, const QSize& size, double scale) {
     const Colours colours = coloursOf(appearance);
     const QRectF area{QPointF(), QSizeF(size)};
     drawLandscape(painter, area, colours);
-    const QRectF window(area.width() * 0.42, area.height() * 0.24, area.width() * 0.6,
-                        area.height() * 0.62);
+    // On whole points, so that its edges are sharp.
+    const QRect window(size.width() * 42 / 100, size.height() * 24 / 100, size.width() * 55 / 100,
+                       size.height() * 62 / 100);
     drawWindow(painter, window, colours);
     return picture;
 }

@@ -40,8 +40,6 @@ public:
         m_reduceTransparency = reduceTransparency;
     }
 
-    void setOnSheet(bool isOnSheet) { m_isOnSheet = isOnSheet; }
-
     AppSettings& settings() { return m_settings; }
 
     void working(const QString& name, bool isSlow) {
@@ -150,15 +148,13 @@ private:
              .request = request,
              .makeContent = std::move(makeContent),
              .desktop = m_settings.useDarkAppearance ? Appearance::dark : Appearance::light,
-             .reduceTransparency = m_reduceTransparency,
-             .isOnSheet = m_isOnSheet});
+             .reduceTransparency = m_reduceTransparency});
     }
 
     std::vector<Specimen>& m_specimens;
     QString m_group;
     AppSettings m_settings;
     bool m_reduceTransparency = false;
-    bool m_isOnSheet = false;
 };
 
 AppSettings defaultsOn(Appearance desktop) {
@@ -198,7 +194,6 @@ void addPanels(Shelf& shelf, const QString& ending) {
                    memoryValidated);
     shelf.leetCode(u"leetcode-unvalidated"_qs + ending, solution, std::nullopt, liveUnvalidated,
                    notesFailure);
-    shelf.setOnSheet(false);
     shelf.leetCode(u"leetcode-without-status"_qs + ending, u"No title and no status here."_qs,
                    std::nullopt, std::nullopt);
     shelf.settings().dismissWithEscape = false;
@@ -210,7 +205,6 @@ void addPanels(Shelf& shelf, const QString& ending) {
 void addPanels(std::vector<Specimen>& specimens) {
     for (const Appearance desktop : {Appearance::dark, Appearance::light}) {
         Shelf shelf(specimens, u"panels"_qs, defaultsOn(desktop));
-        shelf.setOnSheet(true);
         addPanels(shelf, u'-' + nameOf(desktop));
     }
     for (const Appearance desktop : {Appearance::dark, Appearance::light}) {
@@ -311,15 +305,12 @@ void addStyles(std::vector<Specimen>& specimens, Appearance desktop) {
                                     QString::fromUtf8(color.rawValue.data()), nameOf(desktop));
             for (const auto& size : tables::overlayTextSize) {
                 settings.overlayTextSize = size.value;
-                shelf.setOnSheet(desktop == Appearance::dark &&
-                                 size.value == OverlayTextSize::medium);
                 const bool isMiddle = size.value == OverlayTextSize::medium;
                 shelf.answer(u"text"_qs + look + u'-' + QString::fromUtf8(size.rawValue.data()),
                              ResultKind::text, text,
                              isMiddle ? Copying::offered : Copying::alreadyCopied);
             }
             settings.overlayTextSize = OverlayTextSize::medium;
-            shelf.setOnSheet(false);
             shelf.working(u"working"_qs + look, false);
         }
     }

@@ -1,5 +1,7 @@
 #include "ContactSheet.h"
 
+#include "domain/Vocabulary.h"
+
 #include <QPainter>
 
 #include <algorithm>
@@ -9,7 +11,7 @@ namespace lumivane::tools {
 
 namespace {
 
-constexpr int sheetWidth = 2440;
+constexpr int sheetWidth = 2460;
 constexpr int gap = 20;
 constexpr int captionHeight = 22;
 constexpr int headingHeight = 56;
@@ -23,12 +25,66 @@ QFont font(int pixelSize, QFont::Weight weight) {
     return font;
 }
 
+struct Section {
+    QString heading;
+    QStringList names;
+};
+
+const QString scaledPanel = u"panels/text-offers-copy-dark"_qs;
+
+QStringList prefixed(const QString& prefix, QStringList names) {
+    for (QString& name : names) {
+        name.prepend(prefix);
+    }
+    return names;
+}
+
+/// Every background with every text colour.
+QStringList styles(const QString& pattern) {
+    QStringList names;
+    for (const auto& style : tables::overlayBackgroundStyle) {
+        for (const auto& color : tables::overlayTextColor) {
+            names += pattern.arg(QString::fromUtf8(style.rawValue.data()),
+                                 QString::fromUtf8(color.rawValue.data()));
+        }
+    }
+    return names;
+}
+
+std::vector<Section> sections() {
+    return {
+        {u"Panels"_qs,
+         prefixed(u"panels/"_qs,
+                  {u"working-dark"_qs, u"working-slow-dark"_qs, u"choice-dark"_qs,
+                   u"answers-dark"_qs, u"text-dark"_qs, u"text-offers-copy-dark"_qs,
+                   u"text-just-copied-dark"_qs, u"text-until-dismissed-dark"_qs, u"error-dark"_qs,
+                   u"notes-status-dark"_qs, u"login-required-dark"_qs,
+                   u"signed-out-before-capture-dark"_qs, u"signed-out-after-upload-dark"_qs,
+                   u"leetcode-checked-dark"_qs, u"leetcode-unvalidated-dark"_qs})},
+        {u"On a light desktop"_qs,
+         prefixed(u"panels/"_qs,
+                  {u"working-light"_qs, u"choice-light"_qs, u"text-offers-copy-light"_qs,
+                   u"error-light"_qs, u"notes-status-light"_qs, u"login-required-light"_qs,
+                   u"leetcode-unvalidated-light"_qs})},
+        {u"Without transparency"_qs,
+         prefixed(u"solid/"_qs, {u"working-light"_qs, u"text-offers-copy-light"_qs,
+                                 u"error-light"_qs, u"login-required-light"_qs})},
+        {u"Difficult texts"_qs,
+         prefixed(u"texts/"_qs,
+                  {u"choice-20-characters"_qs, u"choice-20-wide"_qs, u"choice-letters"_qs,
+                   u"text-empty"_qs, u"text-long-word"_qs, u"text-hebrew"_qs, u"text-arabic"_qs,
+                   u"text-chinese"_qs, u"text-emoji"_qs, u"answers-5000-characters"_qs,
+                   u"error-300-characters-large"_qs, u"notes-status-long"_qs,
+                   u"leetcode-title-300-characters"_qs, u"leetcode-40000-characters"_qs})},
+        {u"Backgrounds and text colours"_qs, styles(u"styles/text-%1-%2-dark-medium"_qs)},
+        {u"On a light desktop"_qs, styles(u"styles/working-%1-%2-light"_qs)},
+    };
+}
+
 struct Tile {
     QRect area; ///< of the picture; the caption stands under it
     QString caption;
     QString file; ///< empty: a heading
-
-    QSize size() const { return area.size(); }
 };
 
 QImage read(const QString& file) {
@@ -102,26 +158,22 @@ QString picturePath(const QString& folder, const QString& specimenName, double s
     return u"%1/%2x/%3.png"_qs.arg(folder, QString::number(scale), specimenName);
 }
 
-QImage contactSheet(const QString& folder, const std::vector<Specimen>& specimens,
+QImage contactSheet(const QString& folder, const QStringList& names,
                     const std::vector<double>& scales) {
     Layout layout;
-    QString group;
-    for (const Specimen& specimen : specimens) {
-        if (!specimen.isOnSheet) {
-            continue;
+    for (const Section& section : sections()) {
+        layout.addHeading(section.heading);
+        for (const QString& name : section.names) {
+            if (names.contains(name)) {
+                layout.addPicture(name, picturePath(folder, name, scales.front()));
+            }
         }
-        const QString its = specimen.name.section(u'/', 0, 0);
-        if (its != group) {
-            group = its;
-            layout.addHeading(group);
-        }
-        layout.addPicture(specimen.name.section(u'/', 1),
-                          picturePath(folder, specimen.name, scales.front()));
     }
-    layout.addHeading(u"scales"_qs);
+    layout.addHeading(u"Pixels per point"_qs);
     for (const double scale : scales) {
-        layout.addPicture(u"%1 pixels per point"_qs.arg(scale),
-                          picturePath(folder, scaledSpecimen, scale));
+        if (names.contains(scaledPanel)) {
+            layout.addPicture(QString::number(scale), picturePath(folder, scaledPanel, scale));
+        }
     }
     QImage sheet(layout.finish(), QImage::Format_RGB32);
     sheet.fill(paper);

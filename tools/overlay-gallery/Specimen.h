@@ -24,7 +24,6 @@ struct Specimen {
     std::function<PanelContent(const ModelPorts&)> makeContent;
     Appearance desktop = Appearance::dark; ///< what lies behind it
     bool reduceTransparency = false;
-    bool isOnSheet = false;
 };
 
 } // namespace lumivane::tools

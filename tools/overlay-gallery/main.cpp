@@ -23,6 +23,7 @@ namespace {
 using namespace tools;
 
 struct Options {
+    bool onlyLists = false;
     QString folder;
     QString sheetFile; ///< empty: none
     std::vector<double> scales;
@@ -80,34 +81,41 @@ Options optionsFrom(const QCommandLineParser& parser) {
     Options options;
     options.only = parser.value(u"only"_qs);
     options.specimens = specimensLike(options.only);
-    if (parser.isSet(u"list"_qs)) {
+    options.onlyLists = parser.isSet(u"list"_qs);
+    if (options.onlyLists) {
         return options;
     }
-    if (parser.positionalArguments().size() != 1) {
+    options.folder = parser.positionalArguments().value(0);
+    if (options.folder.isEmpty() || parser.positionalArguments().size() != 1) {
         throw u"one FOLDER is needed; see --help"_qs;
     }
-    options.folder = parser.positionalArguments().constFirst();
     options.scales = scalesFrom(parser);
     options.sheetFile = parser.value(u"sheet"_qs);
     return options;
 }
 
-void write(const QImage& image, const QString& file) {
-    constexpr int fastQuality = 70;
-    if (!QDir().mkpath(QFileInfo(file).path()) || !image.save(file, "PNG", fastQuality)) {
+// What the toolkit calls the quality of a picture without loss.
+constexpr int fast = 70;
+constexpr int smallest = 0;
+
+void write(const QImage& image, const QString& file, int quality) {
+    if (!QDir().mkpath(QFileInfo(file).path()) || !image.save(file, "PNG", quality)) {
         throw std::runtime_error(u"cannot write %1"_qs.arg(file).toStdString());
     }
 }
 
 /// Goes on where a view complains, so that there is something to look at.
 int takePictures(const Options& options) {
+    if (!QDir().mkpath(options.folder)) {
+        return fail(failure, u"cannot write to %1"_qs.arg(options.folder));
+    }
     Photographer photographer;
     int code = success;
     const double scale = options.scales.front();
     for (const Specimen& specimen : options.specimens) {
         try {
-            write(photographer.picture(specimen),
-                  picturePath(options.folder, specimen.name, scale));
+            write(photographer.picture(specimen), picturePath(options.folder, specimen.name, scale),
+                  fast);
         } catch (const std::exception& error) {
             code = fail(failure, specimen.name + u": "_qs + QString::fromUtf8(error.what()));
         }
@@ -141,12 +149,16 @@ void writeSheet(const Options& options) {
     if (options.sheetFile.isEmpty()) {
         return;
     }
-    write(contactSheet(options.folder, options.specimens, options.scales), options.sheetFile);
+    QStringList names;
+    for (const Specimen& specimen : options.specimens) {
+        names += specimen.name;
+    }
+    write(contactSheet(options.folder, names, options.scales), options.sheetFile, smallest);
     std::printf("%s\n", qUtf8Printable(QFileInfo(options.sheetFile).absoluteFilePath()));
 }
 
 int run(const Options& options) {
-    if (options.folder.isEmpty()) {
+    if (options.onlyLists) {
         for (const Specimen& specimen : options.specimens) {
             std::printf("%s\n", qUtf8Printable(specimen.name));
         }
