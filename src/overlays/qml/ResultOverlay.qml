@@ -67,6 +67,8 @@ PanelSurface {
         }
 
         Loader {
+            // A long answer is laid out once, at its width.
+            active: width > 0
             Layout.fillWidth: true
             Layout.fillHeight: true
             Layout.topMargin: OverlayStyle.answerTopMargin
