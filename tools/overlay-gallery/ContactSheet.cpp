@@ -119,6 +119,9 @@ public:
         endRow();
         int width = 0;
         for (const Tile& tile : m_tiles) {
+            if (tile.file.isEmpty()) {
+                continue;
+            }
             width = std::max(width, tile.area.right() + 1 + gap);
         }
         return {width, m_y};
@@ -161,17 +164,18 @@ QString picturePath(const QString& folder, const QString& specimenName, double s
 QImage contactSheet(const QString& folder, const QStringList& names,
                     const std::vector<double>& scales) {
     Layout layout;
-    for (const Section& section : sections()) {
-        layout.addHeading(section.heading);
+    for (Section section : sections()) {
+        section.names.removeIf([&names](const QString& name) { return !names.contains(name); });
+        if (!section.names.isEmpty()) {
+            layout.addHeading(section.heading);
+        }
         for (const QString& name : section.names) {
-            if (names.contains(name)) {
-                layout.addPicture(name, picturePath(folder, name, scales.front()));
-            }
+            layout.addPicture(name, picturePath(folder, name, scales.front()));
         }
     }
-    layout.addHeading(u"Pixels per point"_qs);
-    for (const double scale : scales) {
-        if (names.contains(scaledPanel)) {
+    if (names.contains(scaledPanel) && scales.size() > 1) {
+        layout.addHeading(u"Pixels per point"_qs);
+        for (const double scale : scales) {
             layout.addPicture(QString::number(scale), picturePath(folder, scaledPanel, scale));
         }
     }
