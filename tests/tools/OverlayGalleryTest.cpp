@@ -140,14 +140,20 @@ TEST_F(OverlayGalleryTest, ScalesAreDrawnAndNotBlownUp) {
         EXPECT_EQ(image.size(), withMargin(panel, scale)) << scale;
     }
     // A picture that was blown up has pairs of equal columns.
-    const QImage large = picture(u"2"_qs, u"panels/text-dark"_qs);
-    int differentPairs = 0;
-    for (int y = 2 * margin; y < 2 * (margin + panel.height()); ++y) {
-        for (int x = 2 * margin; x < 2 * (margin + panel.width() / 3); x += 2) {
-            differentPairs += large.pixel(x, y) != large.pixel(x + 1, y) ? 1 : 0;
-        }
-    }
-    EXPECT_GT(differentPairs, 500);
+    const auto differentPairs =
+        [large = picture(u"2"_qs, u"panels/text-dark"_qs)](const QRect& points) {
+            int count = 0;
+            for (int y = 2 * points.top(); y <= 2 * points.bottom(); ++y) {
+                for (int x = 2 * points.left(); x <= 2 * points.right(); x += 2) {
+                    count += large.pixel(x, y) != large.pixel(x + 1, y) ? 1 : 0;
+                }
+            }
+            return count;
+        };
+    const QRect words(margin + 18, margin + 50, 200, 120);
+    EXPECT_GT(differentPairs(words), 500);
+    const QRect mark(margin + 18, margin + 22, 12, 12);
+    EXPECT_GT(differentPairs(mark), 15);
 }
 
 TEST_F(OverlayGalleryTest, TransparencyLetsTheDesktopThroughAndIsTakenAway) {

@@ -39,7 +39,9 @@ public:
         m_window.setColor(Qt::transparent);
         m_window.resize(size);
         m_window.contentItem()->setSize(size);
-        m_window.setRenderTarget(QQuickRenderTarget::fromPaintDevice(&m_image));
+        QQuickRenderTarget target = QQuickRenderTarget::fromPaintDevice(&m_image);
+        target.setDevicePixelRatio(m_window.devicePixelRatio()); // the toolkit does not ask
+        m_window.setRenderTarget(target);
     }
 
     void hang(QQuickItem& item) {
