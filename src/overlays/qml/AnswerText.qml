@@ -6,9 +6,7 @@ Item {
     id: root
 
     required property ResultOverlayModel model
-    property alias text: content.text
-    property alias plainText: content.plainText
-    property alias lineSpacing: content.lineSpacing
+    readonly property alias document: content
     property alias selectByMouse: field.selectByMouse
     // Of the text, where nothing around it speaks for it.
     property string spokenName
@@ -18,7 +16,7 @@ Item {
     signal selectionGrew(top: real, bottom: real)
 
     // The last line has none behind it.
-    implicitHeight: Math.ceil(field.implicitHeight / detail - lineSpacing)
+    implicitHeight: Math.ceil(field.implicitHeight / detail - content.lineSpacing)
 
     TextEdit {
         id: field

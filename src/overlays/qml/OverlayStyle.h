@@ -121,6 +121,7 @@ class OverlayStyle : public QObject {
     Q_PROPERTY(QColor accountIcon MEMBER accountIcon CONSTANT)
     Q_PROPERTY(QColor accountFill MEMBER accountFill CONSTANT)
     Q_PROPERTY(QColor accountOutline MEMBER accountOutline CONSTANT)
+    Q_PROPERTY(double buttonMargin MEMBER buttonMargin CONSTANT)
     Q_PROPERTY(double buttonHeight MEMBER buttonHeight CONSTANT)
     Q_PROPERTY(double buttonPadding MEMBER buttonPadding CONSTANT)
     Q_PROPERTY(double buttonMinimumWidth MEMBER buttonMinimumWidth CONSTANT)
@@ -209,7 +210,7 @@ private:
     const double copyButtonSpacing = 5;
     const double copyButtonRadius = 6;
     const double copyButtonOutlineOpacity = 0.35;
-    const double copyButtonSymbol = 11;
+    const double copyButtonSymbol = 12;
     const double copyButtonSize = 9;
     const double symbolButtonOpacity = 0.7; ///< at rest
     const double hoveredOpacity = 0.85;
@@ -254,6 +255,7 @@ private:
     const QColor accountIcon{0x6C, 0xD9, 0xD8};
     const QColor accountFill = QColor::fromRgbF(0.08F, 0.09F, 0.12F, 0.98F);
     const QColor accountOutline = QColor::fromRgbF(1, 1, 1, 0.16F);
+    const double buttonMargin = 1; ///< around what is drawn
     const double buttonHeight = 28;
     const double buttonPadding = 16;
     const double buttonMinimumWidth = 84;

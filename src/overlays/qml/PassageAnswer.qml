@@ -14,7 +14,7 @@ ScrollArea {
         width: root.width
         model: root.model
         enabled: false // a press is for the panel
-        lineSpacing: root.model.answerLineSpacing
-        plainText: root.model.answer
+        document.lineSpacing: root.model.answerLineSpacing
+        document.plainText: root.model.answer
     }
 }

@@ -2,6 +2,8 @@ import QtQuick
 import QtQuick.Layouts
 import Lumivane.Overlays
 
+// The optional parts are components of their own, which the linter takes for unbound.
+// qmllint disable unqualified
 PanelSurface {
     id: root
 

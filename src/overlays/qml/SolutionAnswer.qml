@@ -17,7 +17,7 @@ ScrollArea {
         model: root.model
         selectByMouse: true
         spokenName: root.model.spokenTitle
-        text: root.model.renderedText
+        document.text: root.model.renderedText // qmllint disable
         onSelectionGrew: (top, bottom) => root.reveal(top, bottom)
     }
 }
