@@ -3,7 +3,7 @@
 JOBS ?= $(shell nproc)
 export CTEST_OUTPUT_ON_FAILURE = 1
 
-.PHONY: run test bench local-up local-down format lint check clean deps-run deps-test build
+.PHONY: run test bench gallery local-up local-down format lint check clean deps-run deps-test build
 
 run: deps-run
 	scripts/run
@@ -13,6 +13,13 @@ test: deps-test build
 
 bench: deps-test
 	scripts/bench
+
+# A picture of every floating panel in every state, and one contact sheet of them.
+gallery: deps-run
+	cmake --preset dev
+	cmake --build --preset dev --parallel $(JOBS) --target overlay-gallery
+	build/dev/tools/overlay-gallery/overlay-gallery build/dev/gallery \
+	  --sheet build/dev/gallery/sheet.png
 
 local-up: deps-run
 	cmake --preset dev

@@ -77,6 +77,7 @@ int run(int runs) {
     FakeNotes notes(journal);
     FakeNotifications notifications(journal);
     FakePasteboard pasteboard(journal);
+    OverlayPasteboard overlayPasteboard(pasteboard);
     FakeSound sound(journal);
     FakeSettingsPresenter presenter(journal);
     FakeHotKeyRegistrar hotKeys;
@@ -84,7 +85,8 @@ int run(int runs) {
     AppSettings settings;
     settings.configured = true;
     AppModel model({service, capture, warmUp, reducer, extractor, notifications, notes, pasteboard,
-                    sound, displays, triggers, overlays, session, presenter, clock},
+                    sound, displays, triggers, overlays, overlayPasteboard, session, presenter,
+                    clock},
                    settings);
 
     std::vector<double> times;

@@ -22,7 +22,7 @@ build_packages=(
   # reading text
   libtesseract-dev libleptonica-dev
   # inline Markdown
-  libmd4c-dev
+  libmd4c-dev libmd4c-html0-dev
   # keyring, probes
   libsecret-1-dev systemtap-sdt-dev
   # the display server

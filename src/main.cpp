@@ -95,7 +95,7 @@ int run() {
     AtspiAnnouncer announcer;
     OverlayViews::install(accessibility);
     QQmlEngine viewEngine;
-    viewEngine.addImportPath(u"qrc:/qt/qml"_qs);
+    viewEngine.addImportPath(OverlayViews::importPath);
     QuickPanelHost panels(displays, clock, viewEngine, compositor);
     OverlayCoordinator overlays(panels, hotKeys, displays, announcer, overlayPasteboard, clock);
 

@@ -18,7 +18,8 @@ CountdownBarModel::CountdownBarModel(double total, const SrgbColor& tint,
                                      std::shared_ptr<ResultOverlayState> state)
     : m_total(total)
     , m_tint(tint)
-    , m_state(std::move(state)) {
+    , m_state(std::move(state))
+    , m_fraction(total > 0 ? 1 : 0) {
     connect(m_state.get(), &ResultOverlayState::isPausedChanged, this,
             &CountdownBarModel::followState);
     // In the same frame as the label: the view stays true wherever the glide does not paint.
@@ -72,9 +73,7 @@ void CountdownBarModel::hold() {
 
 void CountdownBarModel::run() {
     m_isRunning = m_total > 0 && m_state->preciseRemaining() > 0;
-    if (m_isRunning) {
-        hold();
-    }
+    hold();
 }
 
 void CountdownBarModel::passOn() {

@@ -65,7 +65,7 @@ private:
     Glider m_glider;
     QRectF m_strip;
     SrgbColor m_surface;
-    double m_fraction = 1;
+    double m_fraction;
     bool m_reduceMotion = false;
     bool m_isRunning = false;
 };

@@ -6,6 +6,16 @@
 
 namespace lumivane {
 
+namespace {
+
+/// Held to what whole seconds can tell of a setting that nobody checked: no number is no time.
+double boundedSeconds(double seconds) {
+    constexpr double limit = 1e15;
+    return std::isnan(seconds) ? 0 : std::clamp(seconds, -limit, limit);
+}
+
+} // namespace
+
 void ResultOverlayState::setNotesFailure(std::optional<QString> message) {
     if (m_notesFailure != message) {
         m_notesFailure = std::move(message);
@@ -14,13 +24,13 @@ void ResultOverlayState::setNotesFailure(std::optional<QString> message) {
 }
 
 void ResultOverlayState::beginCountdown(double total) {
-    m_countdownTotal = total;
+    m_countdownTotal = boundedSeconds(total);
     tick(total, m_isPaused);
 }
 
 void ResultOverlayState::tick(double remaining, bool paused) {
-    m_preciseRemaining = remaining;
-    const auto seconds = static_cast<std::int64_t>(std::ceil(remaining));
+    m_preciseRemaining = boundedSeconds(remaining);
+    const auto seconds = static_cast<std::int64_t>(std::ceil(m_preciseRemaining));
     if (m_secondsRemaining != seconds) {
         m_secondsRemaining = seconds;
         Q_EMIT secondsRemainingChanged();

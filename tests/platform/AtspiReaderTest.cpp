@@ -119,6 +119,13 @@ TEST_F(AtspiReading, AChangedNameIsToldAndRead) {
     EXPECT_EQ(reader.read(event.service, event.path).name, u"Busy"_qs);
 }
 
+TEST_F(AtspiReading, WhatIsToComeCanBeWaitedFor) {
+    read();
+    window.setStatus(u"Done"_qs);
+
+    EXPECT_TRUE(reader.waitForApplication(window.processID(), u"label"_qs, u"Done"_qs));
+}
+
 TEST_F(AtspiReading, EventsAreForgottenOnRequest) {
     read();
     reader.listen(u"object:property-change"_qs);

@@ -1,80 +1,14 @@
-#include "platform/linux/DesktopAccessibilitySettings.h"
-
 #include "async/SystemClock.h"
-#include "support/EventLoop.h"
-#include "support/PrivateBus.h"
-#include "support/SettingsPortal.h"
+#include "platform/DesktopAccessibilitySettingsFixture.h"
+#include "support/XTestProcess.h"
 
-#include <QApplication>
 #include <QDBusVariant>
-#include <QProxyStyle>
-#include <QStyleFactory>
+#include <QFile>
 
-#include <gtest/gtest.h>
-
-#include <ostream>
+#include <stdexcept>
 
 namespace lumivane::test {
 namespace {
-
-using Manner = SettingsPortal::Manner;
-
-const auto appearance = u"org.freedesktop.appearance"_qs;
-const auto gnome = u"org.gnome.desktop.interface"_qs;
-const auto gnomeAccessibility = u"org.gnome.desktop.a11y.interface"_qs;
-const auto kde = u"org.kde.kdeglobals.KDE"_qs;
-
-/// A style whose animations take that many milliseconds.
-class StyleWithDuration : public QProxyStyle {
-public:
-    explicit StyleWithDuration(int duration)
-        : m_duration(duration) {}
-
-    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
-                  QStyleHintReturn* more) const override {
-        return hint == SH_Widget_Animation_Duration
-                   ? m_duration
-                   : QProxyStyle::styleHint(hint, option, widget, more);
-    }
-
-private:
-    int m_duration;
-};
-
-class DesktopNeeds : public testing::Test {
-protected:
-    DesktopNeeds() { QApplication::setStyle(new StyleWithDuration(200)); }
-
-    ~DesktopNeeds() override { QApplication::setStyle(QStyleFactory::create(u"fusion"_qs)); }
-
-    /// Settings that count their changes.
-    struct Subject {
-        explicit Subject(const QDBusConnection& bus, std::function<bool()> canShow = {})
-            : settings(bus, std::move(canShow)) {
-            QObject::connect(&settings, &AccessibilitySettings::changed, &settings,
-                             [this] { ++changes; });
-        }
-
-        DesktopAccessibilitySettings settings;
-        int changes = 0;
-    };
-
-    /// Everything that was sent on the bus before this has been looked at after it.
-    void settle(SettingsPortal& portal, Subject& subject) {
-        const auto before = subject.settings.reduceTransparency();
-        portal.change(appearance, u"contrast"_qs, uint(before ? 0 : 1));
-        waitUntil([&] { return subject.settings.reduceTransparency() != before; });
-        portal.change(appearance, u"contrast"_qs, uint(before ? 1 : 0));
-        waitUntil([&] { return subject.settings.reduceTransparency() == before; });
-        subject.changes -= 2;
-    }
-
-    static bool isRead(const SettingsPortal& portal) {
-        return waitUntil([&] { return !portal.questions().isEmpty(); });
-    }
-
-    PrivateBus bus;
-};
 
 TEST_F(DesktopNeeds, APortalThatSaysNothingAsksForNothing) {
     SettingsPortal portal(bus, PortalSettings{});
@@ -95,96 +29,6 @@ TEST_F(DesktopNeeds, OnlyTheGroupsThatMatterAreAskedFor) {
     EXPECT_EQ(portal.questions().first(),
               (QStringList{appearance, gnome, kde, gnomeAccessibility}));
 }
-
-struct Wish {
-    QString group;
-    QString key;
-    QVariant value;
-    bool asksForLess = false;
-};
-
-void PrintTo(const Wish& wish, std::ostream* out) {
-    *out << wish.group.toStdString() << ' ' << wish.key.toStdString() << ' '
-         << wish.value.typeName();
-}
-
-class MotionWish : public DesktopNeeds, public testing::WithParamInterface<Wish> {};
-
-TEST_P(MotionWish, IsReadAtTheStart) {
-    const auto& [group, key, value, asksForLess] = GetParam();
-    SettingsPortal portal(bus, PortalSettings{{group, {{key, value}}}});
-    Subject subject(bus.connect());
-    ASSERT_TRUE(isRead(portal));
-    settle(portal, subject);
-
-    EXPECT_EQ(subject.settings.reduceMotion(), asksForLess);
-    EXPECT_EQ(subject.changes, asksForLess ? 1 : 0);
-}
-
-TEST_P(MotionWish, IsFollowedLive) {
-    const auto& [group, key, value, asksForLess] = GetParam();
-    SettingsPortal portal(bus, PortalSettings{});
-    Subject subject(bus.connect());
-    ASSERT_TRUE(isRead(portal));
-    portal.change(group, key, value);
-    settle(portal, subject);
-
-    EXPECT_EQ(subject.settings.reduceMotion(), asksForLess);
-    EXPECT_FALSE(subject.settings.reduceTransparency());
-    EXPECT_EQ(subject.changes, asksForLess ? 1 : 0);
-}
-
-const auto doubleWrapped =
-    QVariant::fromValue(QDBusVariant(QVariant::fromValue(QDBusVariant(false))));
-
-INSTANTIATE_TEST_SUITE_P(
-    Motion, MotionWish,
-    testing::Values(Wish{appearance, u"reduced-motion"_qs, uint(1), true},
-                    Wish{appearance, u"reduced-motion"_qs, uint(0), false},
-                    Wish{appearance, u"reduced-motion"_qs, uint(2), false},
-                    Wish{appearance, u"reduced-motion"_qs, 1, false},
-                    Wish{appearance, u"reduced-motion"_qs, true, false},
-                    Wish{appearance, u"reduced-motion"_qs, u"1"_qs, false},
-                    Wish{appearance, u"something"_qs, uint(1), false},
-                    Wish{gnome, u"enable-animations"_qs, false, true},
-                    Wish{gnome, u"enable-animations"_qs, doubleWrapped, true},
-                    Wish{gnome, u"enable-animations"_qs, true, false},
-                    Wish{gnome, u"enable-animations"_qs, u"false"_qs, false},
-                    Wish{gnome, u"enable-animations"_qs, uint(0), false},
-                    Wish{gnome, u"enable-animations"_qs, QStringList{u"false"_qs}, false},
-                    Wish{kde, u"enable-animations"_qs, false, false},
-                    Wish{kde, u"AnimationDurationFactor"_qs, 0.0, true},
-                    Wish{kde, u"AnimationDurationFactor"_qs, 0, true},
-                    Wish{kde, u"AnimationDurationFactor"_qs, u"0"_qs, true},
-                    Wish{kde, u"AnimationDurationFactor"_qs, u"0.5"_qs, false},
-                    Wish{kde, u"AnimationDurationFactor"_qs, 1.0, false},
-                    Wish{kde, u"AnimationDurationFactor"_qs, u""_qs, false},
-                    Wish{kde, u"AnimationDurationFactor"_qs, u"none"_qs, false},
-                    Wish{kde, u"AnimationDurationFactor"_qs, false, false}));
-
-class ContrastWish : public DesktopNeeds, public testing::WithParamInterface<Wish> {};
-
-TEST_P(ContrastWish, ReducesTransparency) {
-    const auto& [group, key, value, asksForLess] = GetParam();
-    SettingsPortal portal(bus, PortalSettings{{group, {{key, value}}}});
-    Subject subject(bus.connect());
-    ASSERT_TRUE(isRead(portal));
-    // Motion serves as the mark behind which the answer has been looked at.
-    portal.change(gnome, u"enable-animations"_qs, false);
-    ASSERT_TRUE(waitUntil([&] { return subject.settings.reduceMotion(); }));
-
-    EXPECT_EQ(subject.settings.reduceTransparency(), asksForLess);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Contrast, ContrastWish,
-    testing::Values(Wish{appearance, u"contrast"_qs, uint(1), true},
-                    Wish{appearance, u"contrast"_qs, uint(0), false},
-                    Wish{appearance, u"contrast"_qs, uint(7), false},
-                    Wish{appearance, u"contrast"_qs, true, false},
-                    Wish{gnomeAccessibility, u"high-contrast"_qs, true, true},
-                    Wish{gnomeAccessibility, u"high-contrast"_qs, false, false},
-                    Wish{gnomeAccessibility, u"high-contrast"_qs, u"true"_qs, false}));
 
 TEST_F(DesktopNeeds, OneSettingThatAsksIsEnough) {
     SettingsPortal portal(bus, PortalSettings{{appearance, {{u"reduced-motion"_qs, uint(0)}}},
@@ -304,6 +148,75 @@ TEST_F(DesktopNeeds, APortalThatEndsLeavesItsLastWordAndTheNextOneIsRead) {
     EXPECT_FALSE(subject.settings.reduceMotion()) << "the new one does not speak of motion";
     portal->change(gnome, u"enable-animations"_qs, false);
     EXPECT_TRUE(waitUntil([&] { return subject.settings.reduceMotion(); }));
+}
+
+TEST_F(DesktopNeeds, OfTwoPortalsInARowOnlyTheSecondIsBelieved) {
+    SettingsPortal first(bus, PortalSettings{{gnome, {{u"enable-animations"_qs, false}}}},
+                         Manner::staysSilent);
+    Subject subject(bus.connect());
+    ASSERT_TRUE(isRead(first));
+    first.stepDown();
+    SettingsPortal second(bus, PortalSettings{{appearance, {{u"contrast"_qs, uint(1)}}}});
+    ASSERT_TRUE(waitUntil([&] { return subject.settings.reduceTransparency(); }));
+    first.answerNow();
+    first.change(appearance, u"contrast"_qs, uint(0));
+    settle(second, subject);
+
+    EXPECT_FALSE(subject.settings.reduceMotion());
+    EXPECT_TRUE(subject.settings.reduceTransparency());
+}
+
+TEST_F(DesktopNeeds, APortalThatAnswersInAnotherWayLeavesTheLastWord) {
+    SettingsPortal first(bus, PortalSettings{{gnome, {{u"enable-animations"_qs, false}}}});
+    Subject subject(bus.connect());
+    ASSERT_TRUE(waitUntil([&] { return subject.settings.reduceMotion(); }));
+    first.stepDown();
+    SettingsPortal second(bus, QVariant(u"garbage"_qs));
+    ASSERT_TRUE(isRead(second));
+    second.stepDown();
+    SettingsPortal third(bus, PortalSettings{}, Manner::staysSilent);
+    ASSERT_TRUE(isRead(third)) << "by now the answer of the second has come";
+
+    EXPECT_TRUE(subject.settings.reduceMotion());
+    EXPECT_EQ(subject.changes, 1);
+}
+
+/// The real portal, with the test as the desktop behind it.
+class RealPortal {
+public:
+    explicit RealPortal(const PrivateBus& bus) {
+        QFile description(bus.folder() + u"/test.portal"_qs);
+        if (!description.open(QIODevice::WriteOnly)) {
+            throw std::runtime_error("cannot describe the desktop to the portal");
+        }
+        description.write("[portal]\nDBusName=" + SettingsPortal::desktopName().toUtf8() +
+                          "\nInterfaces=org.freedesktop.impl.portal.Settings;\nUseIn=test\n");
+        auto environment = bus.environment();
+        environment.insert(u"XDG_DESKTOP_PORTAL_DIR"_qs, bus.folder());
+        environment.insert(u"XDG_CURRENT_DESKTOP"_qs, u"test"_qs);
+        m_process.setProcessEnvironment(environment);
+        m_process.setStandardErrorFile(QProcess::nullDevice());
+        startInOwnGroup(m_process, u"/usr/libexec/xdg-desktop-portal"_qs, {});
+    }
+
+    ~RealPortal() { endGroup(m_process); }
+
+private:
+    QProcess m_process;
+};
+
+TEST_F(DesktopNeeds, TheRealPortalPassesTheDesktopsWordsOn) {
+    SettingsPortal desktop(bus, PortalSettings{{gnome, {{u"enable-animations"_qs, false}}}},
+                           Manner::answers, SettingsPortal::Seat::desktop);
+    Subject subject(bus.connect());
+    const RealPortal portal(bus);
+    ASSERT_TRUE(waitUntil([&] { return subject.settings.reduceMotion(); }));
+    EXPECT_FALSE(subject.settings.reduceTransparency());
+    desktop.change(appearance, u"contrast"_qs, uint(1));
+    EXPECT_TRUE(waitUntil([&] { return subject.settings.reduceTransparency(); }));
+    desktop.change(gnome, u"enable-animations"_qs, true);
+
+    EXPECT_TRUE(waitUntil([&] { return !subject.settings.reduceMotion(); }));
 }
 
 TEST_F(DesktopNeeds, WhatTheDesktopCannotShowIsReduced) {

@@ -5,38 +5,19 @@
 #include "analysis/SettingsPresenting.h"
 #include "notes/NotesServing.h"
 #include "overlays/OverlayPresenting.h"
-#include "platform/LumivanePasteboard.h"
 #include "platform/SoundPlayer.h"
 #include "screen/ScreenCapturing.h"
 #include "screen/ScreenImageEncoding.h"
 #include "screen/ScreenTextExtracting.h"
 #include "service/AnalysisServing.h"
+#include "support/FakePasteboard.h"
+#include "support/Journal.h"
 #include "support/ScriptedCall.h"
 
-#include <QStringList>
-
 #include <functional>
-#include <map>
 #include <memory>
 
 namespace lumivane::test {
-
-/// What the fakes were asked to do, in order, over all of them.
-class Journal {
-public:
-    void add(const QString& entry) { m_entries.append(entry); }
-
-    const QStringList& entries() const { return m_entries; }
-
-    bool holds(const QString& entry) const { return m_entries.contains(entry); }
-
-    qsizetype count(const QString& entry) const { return m_entries.count(entry); }
-
-    void clear() { m_entries.clear(); }
-
-private:
-    QStringList m_entries;
-};
 
 class FakeCapture final : public ScreenCapturing, public CaptureWarming {
 public:
@@ -315,38 +296,6 @@ public:
     }
 
     ScriptedCall<bool> copied{true};
-
-private:
-    Journal& m_journal;
-};
-
-class FakePasteboard final : public LumivanePasteboard {
-public:
-    explicit FakePasteboard(Journal& journal)
-        : m_journal(journal) {}
-
-    std::int64_t changeCount() const override { return count; }
-
-    void clear() override {
-        m_journal.add(u"clearPasteboard"_qs);
-        contents.clear();
-        ++count;
-    }
-
-    void setString(const QString& text, PasteboardType type) override {
-        m_journal.add(type == PasteboardType::string ? u"setString"_qs : u"setTransient"_qs);
-        contents[type] = text;
-        ++count;
-    }
-
-    /// Somebody else copies.
-    void copyElsewhere(const QString& text) {
-        contents = {{PasteboardType::string, text}};
-        ++count;
-    }
-
-    std::map<PasteboardType, QString> contents;
-    std::int64_t count = 40;
 
 private:
     Journal& m_journal;

@@ -62,13 +62,20 @@ AtspiReader::AtspiReader(const QString& address)
 
 AtspiReader::~AtspiReader() { QDBusConnection::disconnectFromBus(m_name); }
 
-std::optional<AccessibleNode> AtspiReader::waitForApplication(std::int64_t processID) {
+std::optional<AccessibleNode> AtspiReader::waitForApplication(std::int64_t processID,
+                                                              const QString& wantedRole,
+                                                              const QString& wantedName) {
     std::optional<AccessibleNode> found;
-    waitUntil([&] {
-        found = application(processID);
-        return found && !found->children.empty();
+    const bool isThere = waitUntil([&] {
+        try {
+            found = application(processID);
+        } catch (const std::runtime_error&) {
+            found.reset(); // something of it went while it was read
+        }
+        return found && (wantedRole.isNull() ? !found->children.empty()
+                                             : found->find(wantedRole, wantedName) != nullptr);
     });
-    return found;
+    return isThere ? found : std::nullopt;
 }
 
 std::optional<AccessibleNode> AtspiReader::application(std::int64_t processID) {

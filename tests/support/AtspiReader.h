@@ -30,9 +30,12 @@ public:
     explicit AtspiReader(const QString& address);
     ~AtspiReader() override;
 
-    /// Waits until the program with that process is there and has shown a window, and returns all
-    /// of it as it stands now. Where it does not come, std::nullopt.
-    std::optional<AccessibleNode> waitForApplication(std::int64_t processID);
+    /// Waits until the program with that process is there and shows something of that role and name
+    /// (without them, a window), and returns all of it as it stands then. Where it does not come,
+    /// std::nullopt.
+    std::optional<AccessibleNode> waitForApplication(std::int64_t processID,
+                                                     const QString& wantedRole = {},
+                                                     const QString& wantedName = {});
 
     /// The program as it stands now, or std::nullopt.
     std::optional<AccessibleNode> application(std::int64_t processID);

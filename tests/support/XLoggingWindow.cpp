@@ -74,6 +74,12 @@ bool XLoggingWindow::hasFocus() {
     return reply && reply->focus == m_window;
 }
 
+void XLoggingWindow::raise() {
+    const std::uint32_t mode = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(m_connection, m_window, XCB_CONFIG_WINDOW_STACK_MODE, &mode);
+    hasFocus();
+}
+
 std::vector<std::string> XLoggingWindow::takeEvents() {
     hasFocus(); // a round trip brings all that is on its way
     readEvents();

@@ -30,6 +30,9 @@ public:
 
     bool hasFocus();
 
+    /// Asks to stand above all windows.
+    void raise();
+
     /// What has come since the last call, in order: "key 36 down", "key 36 up", "button 1 down",
     /// "button 1 up", "focus in", "focus out".
     std::vector<std::string> takeEvents();

@@ -70,8 +70,20 @@ void XServer::startCompositor() {
     m_compositor.setProcessChannelMode(QProcess::SeparateChannels);
     startInOwnGroup(m_compositor, u"picom"_qs,
                     {u"--backend"_qs, u"xrender"_qs, u"--config"_qs, u"/dev/null"_qs});
+    // It announces itself before it paints, and the screen is black in between.
     XTestClient client(m_displayName);
-    if (!client.waitUntil(seconds(20), [&] { return client.hasCompositor(); })) {
+    const QRect area(0, 0, 8, 8);
+    const xcb_window_t below = client.show({.area = area, .seed = 1});
+    const xcb_window_t above = client.show({.area = area, .seed = 2, .depth = 32});
+    const QRgb front = XTestClient::patternPixel(2, 0, 0, 32);
+    const QRgb back = XTestClient::patternPixel(1, 0, 0, 24);
+    const int blended = qRed(front) + qRed(back) * (255 - qAlpha(front)) / 255;
+    const bool paints = client.waitUntil(seconds(20), [&] {
+        return client.hasCompositor() && qAbs(qRed(client.screen(area).pixel(0, 0)) - blended) <= 1;
+    });
+    client.hide(above);
+    client.hide(below);
+    if (!paints) {
         throw std::runtime_error("the compositor did not come up");
     }
 }

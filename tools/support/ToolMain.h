@@ -38,10 +38,11 @@ inline double scaleFrom(const QCommandLineParser& parser) {
 
 /// The main function of a tool: strict options, help, and an exit status of 0, 1 or 2.
 /// `optionsFrom` throws the words that say what is wrong, as a QString; `run` gives the status.
-template <typename Describe, typename OptionsFrom, typename Run>
+template <typename Application = QCoreApplication, typename Describe, typename OptionsFrom,
+          typename Run>
 int toolMain(int argc, char** argv, const QString& name, Describe describe, OptionsFrom optionsFrom,
              Run run) {
-    const QCoreApplication application(argc, argv);
+    const Application application(argc, argv);
     QCoreApplication::setApplicationName(name);
     QCommandLineParser parser;
     describe(parser);

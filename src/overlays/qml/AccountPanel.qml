@@ -7,6 +7,8 @@ PanelSurface {
     id: root
 
     required property AccountPanelModel model
+    // A panel that is spoken as a whole is not read line by line as well.
+    readonly property bool isReadInLines: model.spoken === ""
 
     objectName: model.identifier
     fill: OverlayStyle.accountFill
@@ -26,68 +28,82 @@ PanelSurface {
         onActivated: root.model.dismiss()
     }
 
-    RowLayout {
+    ColumnLayout {
         anchors {
             fill: parent
             margins: OverlayStyle.accountPadding
         }
-        spacing: OverlayStyle.accountSpacing
+        spacing: OverlayStyle.accountLineSpacing
 
-        Symbol {
-            name: root.model.symbol
-            color: OverlayStyle.defaultButtonFill
-            Layout.alignment: Qt.AlignTop
-            Layout.preferredWidth: OverlayStyle.accountIconSize
-            Layout.preferredHeight: OverlayStyle.accountIconSize
-        }
+        RowLayout {
+            spacing: OverlayStyle.accountSpacing
 
-        ColumnLayout {
-            spacing: OverlayStyle.accountLineSpacing
+            Symbol {
+                name: root.model.symbol
+                color: OverlayStyle.accountIcon
+                Layout.preferredWidth: OverlayStyle.accountIconSize
+                Layout.preferredHeight: OverlayStyle.accountIconSize
+            }
 
             OverlayText {
                 text: root.model.eyebrow
                 size: OverlayStyle.accountEyebrowSize
                 weight: Font.Bold
                 color: OverlayStyle.foregroundOnFill
+                maximumLineCount: 1
                 elide: Text.ElideRight
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+                Accessible.ignored: !root.isReadInLines
                 Layout.fillWidth: true
             }
+        }
 
-            OverlayText {
-                text: root.model.headline
-                size: OverlayStyle.accountHeadlineSize
-                weight: Font.DemiBold
-                color: OverlayStyle.foregroundOnFill
-                elide: Text.ElideRight
-                Layout.fillWidth: true
+        FittingText {
+            text: root.model.headline
+            fullSize: OverlayStyle.accountHeadlineSize
+            weight: Font.DemiBold
+            minimumScale: OverlayStyle.accountMinimumScale
+            color: OverlayStyle.foregroundOnFill
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+            Accessible.ignored: !root.isReadInLines
+            Layout.fillWidth: true
+        }
+
+        OverlayText {
+            text: root.model.body
+            size: OverlayStyle.sizeInBox(text, OverlayStyle.systemFont(OverlayStyle.accountBodySize,
+                                                                       weight),
+                                         OverlayStyle.accountBodySize,
+                                         OverlayStyle.accountMinimumScale, width, height)
+            color: OverlayStyle.foregroundOnFill
+            opacity: OverlayStyle.accountBodyOpacity
+            wrapMode: Text.Wrap
+            // The room decides its size, not the other way round.
+            implicitHeight: 0
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+            Accessible.ignored: !root.isReadInLines
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+        }
+
+        RowLayout {
+            spacing: OverlayStyle.buttonSpacing
+            Layout.alignment: Qt.AlignRight
+
+            PanelButton {
+                objectName: root.model.dismissIdentifier
+                label: root.model.dismissLabel
+                onActivated: root.model.dismiss()
             }
 
-            OverlayText {
-                text: root.model.body
-                size: OverlayStyle.accountBodySize
-                color: OverlayStyle.foregroundOnFill
-                opacity: OverlayStyle.accountBodyOpacity
-                wrapMode: Text.Wrap
-                Layout.fillWidth: true
-                Layout.fillHeight: true
-            }
-
-            RowLayout {
-                spacing: OverlayStyle.buttonSpacing
-                Layout.alignment: Qt.AlignRight
-
-                PanelButton {
-                    objectName: root.model.dismissIdentifier
-                    label: root.model.dismissLabel
-                    onActivated: root.model.dismiss()
-                }
-
-                PanelButton {
-                    objectName: root.model.actionIdentifier
-                    label: root.model.actionLabel
-                    isDefault: true
-                    onActivated: root.model.act()
-                }
+            PanelButton {
+                objectName: root.model.actionIdentifier
+                label: root.model.actionLabel
+                isDefault: true
+                onActivated: root.model.act()
             }
         }
     }

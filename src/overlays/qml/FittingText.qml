@@ -7,12 +7,12 @@ OverlayText {
 
     property real fullSize: OverlayStyle.calloutSize
     property real minimumScale: 1
-    property real availableWidth: width
+    readonly property font fullFont: fixedWidth ? OverlayStyle.fixedFont(fullSize, weight)
+                                                : OverlayStyle.systemFont(fullSize, weight)
 
-    size: OverlayStyle.sizeInLine(text,
-                                  fixedWidth ? OverlayStyle.fixedFont(fullSize, weight)
-                                             : OverlayStyle.systemFont(fullSize, weight),
-                                  fullSize, minimumScale, availableWidth)
+    // Of the full size, whatever the text shrinks to.
+    implicitWidth: OverlayStyle.lineWidthOf(text, fullFont, fullSize)
+    size: OverlayStyle.sizeInLine(text, fullFont, fullSize, minimumScale, width)
     maximumLineCount: 1
     elide: Text.ElideRight
 }

@@ -12,6 +12,7 @@ Rectangle {
     radius: height / 2
     Accessible.role: Accessible.StaticText
     Accessible.name: text
+    Accessible.ignored: !visible
 
     OverlayText {
         id: word

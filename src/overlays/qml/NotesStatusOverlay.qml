@@ -26,13 +26,14 @@ PanelSurface {
         Symbol {
             name: root.model.symbol
             color: OverlayStyle.notesIcon
-            Layout.alignment: Qt.AlignTop
             Layout.preferredWidth: OverlayStyle.notesIconSize
             Layout.preferredHeight: OverlayStyle.notesIconSize
         }
 
         ColumnLayout {
             spacing: OverlayStyle.notesLineSpacing
+            Layout.fillHeight: false
+            Layout.maximumHeight: root.height - 2 * OverlayStyle.notesPadding
 
             OverlayText {
                 text: root.model.eyebrow
@@ -52,6 +53,7 @@ PanelSurface {
                 elide: Text.ElideRight
                 Layout.fillWidth: true
                 Layout.fillHeight: true
+                Layout.maximumHeight: implicitHeight
             }
         }
 

@@ -21,8 +21,7 @@ QFont sized(QFont font, double size, int weight, int detail) {
 
 /// Walks down from `size`, so that the first one that fits is the largest.
 template <typename Fits>
-double largest(double size, double minimumScale, Fits&& fits) {
-    const double minimum = size * minimumScale;
+double largest(double size, double minimum, Fits&& fits) {
     for (double candidate = size; candidate > minimum; candidate -= 1.0 / finestDetail) {
         if (fits(candidate)) {
             return candidate;
@@ -30,6 +29,8 @@ double largest(double size, double minimumScale, Fits&& fits) {
     }
     return minimum;
 }
+
+QString firstLine(const QString& text) { return text.section(u'\n', 0, 0); }
 
 } // namespace
 
@@ -56,16 +57,22 @@ QFont OverlayStyle::fixedFont(double size, int weight) const {
 
 double OverlayStyle::sizeInLine(const QString& text, const QFont& font, double size,
                                 double minimumScale, double width) const {
-    return largest(size, minimumScale, [&](double candidate) {
-        const int factor = detail(candidate);
-        const QFontMetricsF metrics(sized(font, candidate, font.weight(), factor));
-        return metrics.horizontalAdvance(text.section(u'\n', 0, 0)) <= width * factor;
+    const QString line = firstLine(text);
+    // Widths grow nearly in line with sizes: a guess from one of them spares most of the search.
+    const double full = lineWidthOf(line, font, size);
+    if (full <= width) {
+        return size;
+    }
+    const double guess = std::floor(size * width / full * finestDetail + 2) / finestDetail;
+    return largest(std::min(size, guess), size * minimumScale, [&](double candidate) {
+        const QFont smaller = sized(font, candidate, font.weight(), detail(candidate));
+        return QFontMetricsF(smaller).horizontalAdvance(line) <= width * detail(candidate);
     });
 }
 
 double OverlayStyle::sizeInBox(const QString& text, const QFont& font, double size,
                                double minimumScale, double width, double height) const {
-    return largest(size, minimumScale, [&](double candidate) {
+    return largest(size, size * minimumScale, [&](double candidate) {
         const int factor = detail(candidate);
         const QFontMetricsF metrics(sized(font, candidate, font.weight(), factor));
         const QRectF box(0, 0, width * factor, height * factor);
@@ -73,8 +80,8 @@ double OverlayStyle::sizeInBox(const QString& text, const QFont& font, double si
     });
 }
 
-double OverlayStyle::lineHeight(const QFont& font, double size) const {
-    return QFontMetricsF(font).height() / detail(size);
+double OverlayStyle::lineWidthOf(const QString& text, const QFont& font, double size) const {
+    return std::ceil(QFontMetricsF(font).horizontalAdvance(firstLine(text)) / detail(size));
 }
 
 QColor OverlayStyle::faded(QColor color, double opacity) const {

@@ -84,10 +84,12 @@ class OverlayStyle : public QObject {
 
     // What scrolls.
     Q_PROPERTY(double wheelStep MEMBER wheelStep CONSTANT)
+    Q_PROPERTY(double wheelNotch MEMBER wheelNotch CONSTANT)
     Q_PROPERTY(double indicatorWidth MEMBER indicatorWidth CONSTANT)
     Q_PROPERTY(double indicatorMargin MEMBER indicatorMargin CONSTANT)
     Q_PROPERTY(double indicatorMinimumLength MEMBER indicatorMinimumLength CONSTANT)
     Q_PROPERTY(double indicatorOpacity MEMBER indicatorOpacity CONSTANT)
+    Q_PROPERTY(double indicatorPressedOpacity MEMBER indicatorPressedOpacity CONSTANT)
     Q_PROPERTY(double selectionOpacity MEMBER selectionOpacity CONSTANT)
 
     // What is said of a note that was not saved.
@@ -115,9 +117,11 @@ class OverlayStyle : public QObject {
     Q_PROPERTY(double accountHeadlineSize MEMBER accountHeadlineSize CONSTANT)
     Q_PROPERTY(double accountBodySize MEMBER accountBodySize CONSTANT)
     Q_PROPERTY(double accountBodyOpacity MEMBER accountBodyOpacity CONSTANT)
-    Q_PROPERTY(double accountBodyMinimumScale MEMBER accountBodyMinimumScale CONSTANT)
+    Q_PROPERTY(double accountMinimumScale MEMBER accountMinimumScale CONSTANT)
+    Q_PROPERTY(QColor accountIcon MEMBER accountIcon CONSTANT)
     Q_PROPERTY(QColor accountFill MEMBER accountFill CONSTANT)
     Q_PROPERTY(QColor accountOutline MEMBER accountOutline CONSTANT)
+    Q_PROPERTY(double buttonMargin MEMBER buttonMargin CONSTANT)
     Q_PROPERTY(double buttonHeight MEMBER buttonHeight CONSTANT)
     Q_PROPERTY(double buttonPadding MEMBER buttonPadding CONSTANT)
     Q_PROPERTY(double buttonMinimumWidth MEMBER buttonMinimumWidth CONSTANT)
@@ -148,8 +152,8 @@ public:
     Q_INVOKABLE double sizeInBox(const QString& text, const QFont& font, double size,
                                  double minimumScale, double width, double height) const;
 
-    /// The height of a line of `font`, which is of `size`.
-    Q_INVOKABLE double lineHeight(const QFont& font, double size) const;
+    /// The width of one line of `text` in `font`, which is of `size`.
+    Q_INVOKABLE double lineWidthOf(const QString& text, const QFont& font, double size) const;
 
     Q_INVOKABLE QColor faded(QColor color, double opacity) const;
 
@@ -206,7 +210,7 @@ private:
     const double copyButtonSpacing = 5;
     const double copyButtonRadius = 6;
     const double copyButtonOutlineOpacity = 0.35;
-    const double copyButtonSymbol = 11;
+    const double copyButtonSymbol = 12;
     const double copyButtonSize = 9;
     const double symbolButtonOpacity = 0.7; ///< at rest
     const double hoveredOpacity = 0.85;
@@ -215,11 +219,13 @@ private:
     const double focusRingWidth = 2;
     const double focusRingMargin = 2;
 
-    const double wheelStep = 60;
+    const double wheelStep = 60;   ///< for each notch of the wheel
+    const double wheelNotch = 120; ///< what the toolkit counts for one
     const double indicatorWidth = 4;
     const double indicatorMargin = 6;
     const double indicatorMinimumLength = 24;
     const double indicatorOpacity = 0.35;
+    const double indicatorPressedOpacity = 0.6;
     const double selectionOpacity = 0.3;
 
     const double notesRadius = 13;
@@ -238,16 +244,18 @@ private:
 
     const double accountRadius = 14;
     const double accountPadding = 22;
-    const double accountSpacing = 16;
+    const double accountSpacing = 8;
     const double accountLineSpacing = 6;
-    const double accountIconSize = 32;
+    const double accountIconSize = 20;
     const double accountEyebrowSize = 12;
     const double accountHeadlineSize = 16;
     const double accountBodySize = 13;
     const double accountBodyOpacity = 0.78;
-    const double accountBodyMinimumScale = 0.75;
+    const double accountMinimumScale = 0.75;
+    const QColor accountIcon{0x6C, 0xD9, 0xD8};
     const QColor accountFill = QColor::fromRgbF(0.08F, 0.09F, 0.12F, 0.98F);
     const QColor accountOutline = QColor::fromRgbF(1, 1, 1, 0.16F);
+    const double buttonMargin = 1; ///< around what is drawn
     const double buttonHeight = 28;
     const double buttonPadding = 16;
     const double buttonMinimumWidth = 84;

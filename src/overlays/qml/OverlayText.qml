@@ -17,7 +17,6 @@ Item {
     property int weight: Font.Normal
     property real tracking: 0
     property bool fixedWidth: false
-    property real lineSpacing: 0
     readonly property int detail: OverlayStyle.detail(size)
 
     implicitWidth: Math.ceil(label.implicitWidth / detail)
@@ -33,8 +32,5 @@ Item {
         textFormat: Text.PlainText
         font: root.fixedWidth ? OverlayStyle.fixedFont(root.size, root.weight)
                               : OverlayStyle.systemFont(root.size, root.weight, root.tracking)
-        lineHeightMode: root.lineSpacing > 0 ? Text.FixedHeight : Text.ProportionalHeight
-        lineHeight: root.lineSpacing > 0
-                    ? (OverlayStyle.lineHeight(font, root.size) + root.lineSpacing) * root.detail : 1
     }
 }

@@ -15,7 +15,8 @@ PanelSurface::PanelSurface(QQuickItem* parent)
 }
 
 void PanelSurface::paint(QPainter* painter) {
-    const QRectF whole(0, 0, width(), height());
+    const QRectF whole =
+        QRectF(0, 0, width(), height()).adjusted(m_margin, m_margin, -m_margin, -m_margin);
     QPainterPath outline;
     outline.addRoundedRect(whole, m_radius, m_radius);
     painter->fillPath(outline, m_fill);

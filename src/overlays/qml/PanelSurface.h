@@ -15,6 +15,8 @@ class PanelSurface : public QQuickPaintedItem {
     Q_PROPERTY(QColor outline MEMBER m_outline NOTIFY changed)
     Q_PROPERTY(double radius MEMBER m_radius NOTIFY changed)
     Q_PROPERTY(double lineWidth MEMBER m_lineWidth NOTIFY changed)
+    /// Points left free on each side, for what may lie between two pixels and so lose part of one.
+    Q_PROPERTY(double margin MEMBER m_margin NOTIFY changed)
 
 public:
     explicit PanelSurface(QQuickItem* parent = nullptr);
@@ -29,6 +31,7 @@ private:
     QColor m_outline{Qt::transparent};
     double m_radius = 0;
     double m_lineWidth = 1;
+    double m_margin = 0;
 };
 
 } // namespace lumivane

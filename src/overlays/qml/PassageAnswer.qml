@@ -7,17 +7,14 @@ ScrollArea {
     required property ResultOverlayModel model
 
     tint: model.foreground
-    onTapped: model.tap()
+    Accessible.role: Accessible.StaticText
+    Accessible.name: model.answer
 
-    OverlayText {
+    AnswerText {
         width: root.width
-        text: root.model.answer
-        size: root.model.answerSize
-        weight: root.model.answerWeight
-        lineSpacing: root.model.answerLineSpacing
-        color: root.model.foreground
-        wrapMode: Text.Wrap
-        Accessible.role: Accessible.StaticText
-        Accessible.name: text
+        model: root.model
+        enabled: false // a press is for the panel
+        document.lineSpacing: root.model.answerLineSpacing
+        document.plainText: root.model.answer
     }
 }

@@ -24,6 +24,7 @@ RowLayout {
     }
 
     OverlayText {
+        objectName: "resultCopied"
         visible: !root.model.offersCopy
         text: root.model.copiedText
         fixedWidth: true
@@ -33,6 +34,7 @@ RowLayout {
         maximumLineCount: 1
         Accessible.role: Accessible.StaticText
         Accessible.name: text
+        Accessible.ignored: !visible
     }
 
     CopyButton {

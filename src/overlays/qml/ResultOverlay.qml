@@ -2,6 +2,8 @@ import QtQuick
 import QtQuick.Layouts
 import Lumivane.Overlays
 
+// The optional parts are components of their own, which the linter takes for unbound.
+// qmllint disable unqualified
 PanelSurface {
     id: root
 
@@ -67,6 +69,8 @@ PanelSurface {
         }
 
         Loader {
+            // A long answer is laid out once, at its width.
+            active: width > 0
             Layout.fillWidth: true
             Layout.fillHeight: true
             Layout.topMargin: OverlayStyle.answerTopMargin

@@ -9,13 +9,20 @@ Item {
     property color tint
     // Whether a drag moves the content; otherwise it is the content's own, as for selecting.
     property bool isDraggable: true
-    readonly property real scrollable: Math.max(0, flickable.contentHeight - flickable.height)
-    readonly property alias flickable: flickable
+    property alias contentY: flickable.contentY
+    readonly property real scrollable: Math.max(0, holder.height - height)
 
-    signal tapped()
-
-    function scrollTo(y) {
+    function scrollTo(y: real) {
         flickable.contentY = Math.max(0, Math.min(scrollable, y));
+    }
+
+    // Scrolls as little as it takes to show a line of the content.
+    function reveal(top: real, bottom: real) {
+        if (top < contentY) {
+            scrollTo(top);
+        } else if (bottom > contentY + height) {
+            scrollTo(bottom - height);
+        }
     }
 
     Flickable {
@@ -25,8 +32,8 @@ Item {
         clip: true
         contentWidth: width
         contentHeight: holder.height
-        interactive: root.isDraggable && root.scrollable > 0
-        boundsBehavior: Flickable.StopAtBounds
+        // It would keep every press from the panel under it.
+        interactive: false
 
         Item {
             id: holder
@@ -34,31 +41,61 @@ Item {
             width: flickable.width
             height: childrenRect.height
 
-            // The flickable keeps a press from the panel under it.
-            TapHandler {
-                enabled: flickable.interactive
-                onTapped: root.tapped()
+            WheelHandler {
+                onWheel: event => root.scrollTo(flickable.contentY - event.angleDelta.y
+                                                * OverlayStyle.wheelStep / OverlayStyle.wheelNotch)
             }
         }
     }
 
-    WheelHandler {
+    DragHandler {
+        property real grabbedY: 0
+
         target: null
-        onWheel: event => {
-            const pixels = event.pixelDelta.y !== 0
-                         ? event.pixelDelta.y : event.angleDelta.y / 120 * OverlayStyle.wheelStep;
-            root.scrollTo(flickable.contentY - pixels);
+        enabled: root.isDraggable && root.scrollable > 0
+        xAxis.enabled: false
+        onActiveChanged: grabbedY = flickable.contentY
+        onActiveTranslationChanged: {
+            if (active) {
+                root.scrollTo(grabbedY - activeTranslation.y);
+            }
         }
     }
 
     Rectangle {
+        id: indicator
+
+        readonly property real travel: root.height - height
+
+        objectName: "scrollIndicator"
         visible: root.scrollable > 0
         x: root.width + OverlayStyle.indicatorMargin
-        y: flickable.visibleArea.yPosition * root.height
+        y: root.scrollable > 0 ? travel * flickable.contentY / root.scrollable : 0
         width: OverlayStyle.indicatorWidth
-        height: Math.max(OverlayStyle.indicatorMinimumLength,
-                         flickable.visibleArea.heightRatio * root.height)
+        height: Math.min(root.height, Math.max(OverlayStyle.indicatorMinimumLength,
+                                               root.height * root.height / holder.height))
         radius: width / 2
-        color: OverlayStyle.faded(root.tint, OverlayStyle.indicatorOpacity)
+        color: OverlayStyle.faded(root.tint, grip.pressed ? OverlayStyle.indicatorPressedOpacity
+                                                          : OverlayStyle.indicatorOpacity)
+
+        MouseArea {
+            id: grip
+
+            property real grabbed: 0
+
+            anchors {
+                fill: parent
+                leftMargin: -OverlayStyle.indicatorMargin
+                rightMargin: -OverlayStyle.indicatorMargin
+            }
+            preventStealing: true
+            onPressed: event => grabbed = event.y
+            onPositionChanged: event => {
+                if (indicator.travel > 0) {
+                    root.scrollTo((indicator.y + event.y - grabbed) * root.scrollable
+                                  / indicator.travel);
+                }
+            }
+        }
     }
 }

@@ -10,33 +10,14 @@ ScrollArea {
     tint: model.foreground
     isDraggable: false
 
-    Item {
+    AnswerText {
+        id: answer
+
         width: root.width
-        height: edit.height / edit.detail
-
-        TextEdit {
-            id: edit
-
-            readonly property int detail: OverlayStyle.detail(root.model.answerSize)
-
-            width: parent.width * detail
-            scale: 1 / detail
-            transformOrigin: Item.TopLeft
-            font: OverlayStyle.systemFont(root.model.answerSize, root.model.answerWeight)
-            color: root.model.foreground
-            selectionColor: OverlayStyle.faded(root.model.foreground, OverlayStyle.selectionOpacity)
-            selectedTextColor: color
-            wrapMode: TextEdit.Wrap
-            readOnly: true
-            selectByMouse: true
-            persistentSelection: true
-            activeFocusOnPress: false
-
-            SolutionDocument {
-                document: edit.textDocument
-                detail: edit.detail
-                text: root.model.renderedText
-            }
-        }
+        model: root.model
+        selectByMouse: true
+        spokenName: root.model.spokenTitle
+        document.text: root.model.renderedText // qmllint disable
+        onSelectionGrew: (top, bottom) => root.reveal(top, bottom)
     }
 }

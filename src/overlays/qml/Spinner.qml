@@ -9,6 +9,7 @@ SpokeWheel {
     implicitHeight: OverlayStyle.spinnerSize
 
     Timer {
+        objectName: "spinnerClock"
         interval: Accessibility.reduceMotion ? OverlayStyle.calmSpinnerInterval
                                              : OverlayStyle.spinnerInterval
         running: root.visible

@@ -9,9 +9,13 @@ PanelSurface {
 
     fill: model.surface(Accessibility.reduceTransparency)
     radius: OverlayStyle.workingRadius
-    Accessible.role: Accessible.StaticText
-    Accessible.name: model.accessibilityLabel
-    Accessible.description: model.status
+
+    SpokenValue {
+        anchors.fill: parent
+        label: root.model.accessibilityLabel
+        value: root.model.status
+        Accessible.role: Accessible.Pane
+    }
 
     ColumnLayout {
         anchors {
@@ -36,12 +40,14 @@ PanelSurface {
 
         RowLayout {
             spacing: OverlayStyle.workingRowSpacing
+            Layout.fillWidth: true
 
             Spinner {
                 color: root.model.foreground
             }
 
             FittingText {
+                objectName: "workingStatus"
                 text: root.model.status
                 fullSize: root.model.statusSize
                 weight: Font.DemiBold

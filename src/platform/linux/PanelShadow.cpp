@@ -138,9 +138,7 @@ PanelShadow::PanelShadow(const ToolkitServer& server, xcb_window_t panel, const 
         values);
     draw(image);
     server.ignorePointer(m_window);
-    const std::uint32_t place[] = {panel, XCB_STACK_MODE_BELOW};
-    xcb_configure_window(connection, m_window,
-                         XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE, place);
+    server.lower(m_window, panel);
     xcb_map_window(connection, m_window);
 }
 

@@ -48,6 +48,8 @@ public:
     PanelShadow(const PanelShadow&) = delete;
     PanelShadow& operator=(const PanelShadow&) = delete;
 
+    xcb_window_t window() const { return m_window; }
+
 private:
     void draw(const ShadowImage& image);
 

@@ -27,18 +27,25 @@ void PanelView::fill(QQmlComponent& component, std::shared_ptr<QObject> model) {
     m_model = std::move(model);
     QQmlEngine::setObjectOwnership(m_model.get(), QQmlEngine::CppOwnership);
     m_context = std::make_unique<QQmlContext>(component.engine()->rootContext());
-    std::unique_ptr<QObject> object(
+    QObject* object =
         component.createWithInitialProperties({{u"model"_qs, QVariant::fromValue(m_model.get())},
                                                {u"width"_qs, m_window.width()},
                                                {u"height"_qs, m_window.height()}},
-                                              m_context.get()));
-    auto* item = qobject_cast<QQuickItem*>(object.get());
+                                              m_context.get());
+    auto* item = qobject_cast<QQuickItem*>(object);
     Q_ASSERT_X(item != nullptr, "PanelView", qPrintable(component.errorString()));
-    if (item != nullptr) {
-        object.release();
-        m_item.reset(item);
-        item->setParentItem(m_window.contentItem());
+    if (item == nullptr) {
+        delete object;
+        return;
     }
+    m_item.reset(item);
+    item->setParentItem(m_window.contentItem());
+    // A window whose monitor goes comes under the scale of another one, though it keeps its pixels.
+    item->setTransformOrigin(QQuickItem::TopLeft);
+    connect(&m_window, &QWindow::screenChanged, item,
+            [this, item, scale = m_window.devicePixelRatio()] {
+                item->setScale(scale / m_window.devicePixelRatio());
+            });
 }
 
 void PanelView::close() {

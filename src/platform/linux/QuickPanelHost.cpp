@@ -3,6 +3,7 @@
 #include "platform/linux/PanelFocus.h"
 #include "platform/linux/PanelShadow.h"
 #include "platform/linux/PanelShape.h"
+#include "platform/linux/PanelStacking.h"
 #include "platform/linux/PanelView.h"
 #include "platform/linux/StripPainter.h"
 #include "platform/linux/ToolkitServer.h"
@@ -62,6 +63,7 @@ public:
         , server(ToolkitServer::find()) {
         if (server) {
             focus.emplace(*server);
+            stacking = std::make_unique<PanelStacking>(displayName, [this] { raisePanels(); });
         }
     }
 
@@ -75,10 +77,13 @@ public:
     const QByteArray displayName;
     const std::unique_ptr<ToolkitServer> server; ///< null on other platforms
     std::optional<PanelFocus> focus;
-    QObject views; ///< those that are closed and not gone yet included
+    std::unique_ptr<PanelStacking> stacking;
+    std::vector<OpenPanel*> panels; ///< those on screen, oldest first
+    QObject views;                  ///< those that are closed and not gone yet included
 
 private:
     QScreen* screenOf(std::uint32_t displayID, std::size_t index) const;
+    void raisePanels();
 
     std::map<QUrl, std::unique_ptr<QQmlComponent>> m_components;
 };
@@ -143,6 +148,8 @@ public:
     void glide(const StripGlide& glide) override;
     void stopGlide() override;
 
+    void raise();
+
 private:
     void dress();
 
@@ -171,18 +178,23 @@ QuickPanelHost::OpenPanel::OpenPanel(Core& core, const PanelRequest& request,
                                        [this] { dress(); });
     }
     m_view->window().show();
-    if (core.focus && request.acceptsKeyboard) {
+    if (!core.server) {
+        return;
+    }
+    if (request.acceptsKeyboard) {
         core.focus->take(window());
     }
-    if (core.server) {
-        core.server->flush();
-    }
+    core.panels.push_back(this);
+    core.stacking->add(window());
+    core.server->flush();
 }
 
 QuickPanelHost::OpenPanel::~OpenPanel() {
     QObject::disconnect(m_following);
     m_painter.reset();
     if (m_core.server) {
+        std::erase(m_core.panels, this);
+        m_core.stacking->remove(window());
         m_core.focus->giveBack(window());
         // The toolkit's own way to hide would tell the view, which is told nothing any more.
         m_core.server->unmap(window());
@@ -192,6 +204,20 @@ QuickPanelHost::OpenPanel::~OpenPanel() {
         m_view->window().hide();
     }
     m_view->close();
+}
+
+void QuickPanelHost::Core::raisePanels() {
+    for (OpenPanel* panel : panels) {
+        panel->raise();
+    }
+    server->flush();
+}
+
+void QuickPanelHost::OpenPanel::raise() {
+    m_core.server->raise(window());
+    if (m_shadow) {
+        m_core.server->lower(m_shadow->window(), window());
+    }
 }
 
 /// Gives the window the edges that fit the desktop as it is now.

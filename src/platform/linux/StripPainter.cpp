@@ -64,8 +64,8 @@ public:
             xcb_configure_window(m_connection.raw(), m_fill, XCB_CONFIG_WINDOW_WIDTH, &width);
         }
         if ((pixels > 0) != (m_filled > 0)) {
-            pixels > 0 ? xcb_map_window(m_connection.raw(), m_fill)
-                       : xcb_unmap_window(m_connection.raw(), m_fill);
+            const auto change = pixels > 0 ? xcb_map_window : xcb_unmap_window;
+            change(m_connection.raw(), m_fill);
         }
         m_filled = pixels;
         if (std::exchange(m_isTrackHidden, false)) {
@@ -95,12 +95,14 @@ public:
 
 private:
     void add(xcb_window_t window, xcb_window_t parent, const QRect& area, std::uint32_t pixel) {
+        // The toolkit takes requests to show a child of a window without input for itself.
+        const std::uint32_t values[] = {pixel, 1};
         xcb_create_window(m_connection.raw(), XCB_COPY_FROM_PARENT, window, parent,
                           static_cast<std::int16_t>(area.x()), static_cast<std::int16_t>(area.y()),
                           static_cast<std::uint16_t>(std::max(1, area.width())),
                           static_cast<std::uint16_t>(std::max(1, area.height())), 0,
-                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL,
-                          &pixel);
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                          XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
         m_isTrackHidden = true;
     }
 
@@ -129,10 +131,10 @@ void StripPainter::start(const GlidingStrip& strip) {
 
 void StripPainter::stop() { put(std::nullopt); }
 
-void StripPainter::put(std::optional<Order> order) {
+void StripPainter::put(const std::optional<Order>& order) {
     {
         const std::lock_guard lock(m_mutex);
-        m_order = std::move(order);
+        m_order = order;
         ++m_orderCount;
     }
     m_changed.notify_one();
@@ -152,31 +154,32 @@ void StripPainter::carryOut(Windows& windows, std::stop_token stop) {
     std::uint64_t seen = 0;
     std::optional<Order> order;
     while (!stop.stop_requested() && windows.isServerThere()) {
-        const bool isNew = seen != m_orderCount;
-        seen = m_orderCount;
-        order = isNew ? m_order : order;
+        const bool isNew = std::exchange(seen, m_orderCount) != m_orderCount;
+        order = m_order;
         lock.unlock();
         if (isNew) {
             windows.hide();
         }
-        std::optional<std::chrono::nanoseconds> pause;
-        if (order) {
-            if (isNew) {
-                windows.show(order->strip);
-            }
-            const auto elapsed = m_clock.now() - order->begin;
-            windows.fill(filledPixels(order->strip, elapsed));
-            if (!windows.areThere()) {
-                order.reset();
-            } else if (const auto next = nextChange(order->strip, elapsed)) {
-                pause = std::max(shortestStep, *next - elapsed);
-            }
+        if (isNew && order) {
+            windows.show(order->strip);
         }
+        const auto pause = order ? paint(windows, *order) : std::nullopt;
         lock.lock();
         const auto hasNews = [this, seen] { return seen != m_orderCount; };
-        pause ? m_changed.wait_for(lock, stop, *pause, hasNews)
-              : m_changed.wait(lock, stop, hasNews);
+        if (pause) {
+            m_changed.wait_for(lock, stop, *pause, hasNews);
+        } else {
+            m_changed.wait(lock, stop, hasNews);
+        }
     }
+}
+
+std::optional<std::chrono::nanoseconds> StripPainter::paint(Windows& windows,
+                                                            const Order& order) const {
+    const auto elapsed = m_clock.now() - order.begin;
+    windows.fill(filledPixels(order.strip, elapsed));
+    const auto next = windows.areThere() ? nextChange(order.strip, elapsed) : std::nullopt;
+    return next ? std::optional(std::max(shortestStep, *next - elapsed)) : std::nullopt;
 }
 
 } // namespace lumivane

@@ -62,7 +62,10 @@ private:
 
     void run(std::stop_token stop);
     void carryOut(Windows& windows, std::stop_token stop);
-    void put(std::optional<Order> order);
+    void put(const std::optional<Order>& order);
+
+    /// How long nothing changes then; none: until the next order.
+    std::optional<std::chrono::nanoseconds> paint(Windows& windows, const Order& order) const;
 
     const Clock& m_clock;
     const QByteArray m_displayName;

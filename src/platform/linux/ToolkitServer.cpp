@@ -18,8 +18,11 @@ xcb_rectangle_t toRectangle(const QRect& area) {
 } // namespace
 
 std::unique_ptr<ToolkitServer> ToolkitServer::find() {
+    // Other platforms of the toolkit may hold a connection too, but their windows are none of X.
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 == nullptr ? nullptr : std::make_unique<ToolkitServer>(x11->connection());
+    return x11 == nullptr || QGuiApplication::platformName() != u"xcb"_qs
+               ? nullptr
+               : std::make_unique<ToolkitServer>(x11->connection());
 }
 
 ToolkitServer::ToolkitServer(xcb_connection_t* connection)
@@ -73,6 +76,17 @@ void ToolkitServer::setFocus(xcb_window_t window) const {
     const auto cookie = xcb_set_input_focus_checked(m_connection, XCB_INPUT_FOCUS_POINTER_ROOT,
                                                     window, XCB_CURRENT_TIME);
     xcb_discard_reply(m_connection, cookie.sequence);
+}
+
+void ToolkitServer::raise(xcb_window_t window) const {
+    const std::uint32_t mode = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(m_connection, window, XCB_CONFIG_WINDOW_STACK_MODE, &mode);
+}
+
+void ToolkitServer::lower(xcb_window_t window, xcb_window_t above) const {
+    const std::uint32_t place[] = {above, XCB_STACK_MODE_BELOW};
+    xcb_configure_window(m_connection, window,
+                         XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE, place);
 }
 
 void ToolkitServer::unmap(xcb_window_t window) const { xcb_unmap_window(m_connection, window); }

@@ -46,6 +46,12 @@ public:
     /// or cannot be seen.
     void setFocus(xcb_window_t window) const;
 
+    /// To the top of all windows.
+    void raise(xcb_window_t window) const;
+
+    /// Directly under another window.
+    void lower(xcb_window_t window, xcb_window_t above) const;
+
     void unmap(xcb_window_t window) const;
 
     /// Sends what waits.

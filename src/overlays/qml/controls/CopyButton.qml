@@ -16,7 +16,11 @@ PressArea {
     Accessible.name: help
 
     PanelSurface {
-        anchors.fill: parent
+        anchors {
+            fill: parent
+            margins: -OverlayStyle.buttonMargin
+        }
+        margin: OverlayStyle.buttonMargin
         radius: OverlayStyle.copyButtonRadius
         lineWidth: OverlayStyle.lineWidth
         fill: OverlayStyle.faded(root.tint, root.hovered ? OverlayStyle.hoveredFillOpacity : 0)

@@ -13,7 +13,11 @@ PressArea {
     activeFocusOnTab: true
 
     PanelSurface {
-        anchors.fill: parent
+        anchors {
+            fill: parent
+            margins: -OverlayStyle.buttonMargin
+        }
+        margin: OverlayStyle.buttonMargin
         radius: OverlayStyle.buttonRadius
         fill: root.isDefault ? OverlayStyle.defaultButtonFill : OverlayStyle.buttonFill
         outline: root.isDefault ? "transparent" : OverlayStyle.buttonOutline

@@ -16,6 +16,7 @@ Item {
     signal activated()
 
     Accessible.role: Accessible.Button
+    Accessible.ignored: !visible
     Accessible.name: label
     Accessible.description: help === label ? "" : help
     Accessible.focusable: activeFocusOnTab

@@ -8,6 +8,13 @@
 
 namespace lumivane {
 
+namespace {
+
+/// Points left free on each side: an item that lies between two pixels loses part of one.
+constexpr double margin = 0.5;
+
+} // namespace
+
 Symbol::Symbol(QQuickItem* parent)
     : QQuickPaintedItem(parent) {
     setAntialiasing(true);
@@ -30,7 +37,8 @@ void Symbol::setColor(const QColor& color) {
 }
 
 void Symbol::paint(QPainter* painter) {
-    const double scale = std::min(width(), height()) / LumivaneSymbols::gridSize;
+    const double scale =
+        std::max(0.0, std::min(width(), height()) - 2 * margin) / LumivaneSymbols::gridSize;
     painter->translate(width() / 2, height() / 2);
     painter->scale(scale, scale);
     painter->translate(-LumivaneSymbols::gridSize / 2, -LumivaneSymbols::gridSize / 2);
