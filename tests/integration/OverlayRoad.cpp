@@ -27,9 +27,9 @@ QQuickItem* findBelow(QQuickItem* item, const QString& objectName) {
     return nullptr;
 }
 
-/// Whether a part of the view feels the pointer.
+/// Whether the view itself feels the pointer.
 bool isHovered(const QQuickWindow& window) {
-    const auto parts = window.contentItem()->findChildren<QObject*>();
+    const auto parts = window.contentItem()->childItems().constFirst()->children();
     return std::any_of(parts.begin(), parts.end(), [](const QObject* part) {
         return part->inherits("QQuickHoverHandler") && part->property("hovered").toBool();
     });
@@ -141,10 +141,11 @@ QRect OverlayRoad::areaOf(const QQuickItem& item) {
 }
 
 void OverlayRoad::click(const QString& objectName) {
-    const QQuickItem* item = find(objectName);
+    QQuickItem* item = find(objectName);
     if (item == nullptr) {
         throw std::runtime_error("nothing is called " + objectName.toStdString());
     }
+    item->window()->grabWindow(); // lays out what has come since it was drawn
     desktop.click(areaOf(*item).center());
 }
 
@@ -159,7 +160,10 @@ void OverlayRoad::leave() {
 }
 
 bool OverlayRoad::waitForHover(bool isOver) {
-    return waitUntil([isOver] { return isHovered(panel()) == isOver; });
+    return waitUntil([isOver] {
+        drainEvents();
+        return panels().empty() || isHovered(panel()) == isOver;
+    });
 }
 
 QString OverlayRoad::remaining() {

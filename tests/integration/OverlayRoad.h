@@ -61,7 +61,8 @@ public:
     /// Clicks in the middle of an item that has to be there.
     void click(const QString& objectName);
 
-    /// Moves the pointer onto the panel, or away from it, and waits until the panel knows.
+    /// Moves the pointer onto the panel, or away from it, and waits until the panel knows or is
+    /// gone.
     void hover();
     void leave();
 
