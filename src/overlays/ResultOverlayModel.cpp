@@ -42,8 +42,9 @@ ResultOverlayModel::ResultOverlayModel(ResultOverlayContent content,
                                          m_content.settings.dismissWithEscape),
         resolveCopyState(delivered, m_content.isError), m_content.text, m_content.settings,
         pasteboard, announcer);
+    // Behind the tick that changes them: laying out a label costs a hundred times what a tick may.
     connect(m_state.get(), &ResultOverlayState::secondsRemainingChanged, this,
-            &ResultOverlayModel::remainingChanged);
+            &ResultOverlayModel::remainingChanged, Qt::QueuedConnection);
     connect(m_state.get(), &ResultOverlayState::notesFailureChanged, this,
             &ResultOverlayModel::notesFailureChanged);
 }
