@@ -17,6 +17,12 @@ std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
     return {reply, &std::free};
 }
 
+/// Whoever takes a single key away makes the server tell so as well; the focus stays.
+bool movesFocus(const xcb_generic_event_t& event) {
+    const auto mode = reinterpret_cast<const xcb_focus_in_event_t&>(event).mode;
+    return mode == XCB_NOTIFY_MODE_NORMAL || mode == XCB_NOTIFY_MODE_WHILE_GRABBED;
+}
+
 } // namespace
 
 XLoggingWindow::XLoggingWindow(const QByteArray& displayName, const QRect& area, Kind kind)
@@ -111,10 +117,10 @@ void XLoggingWindow::readEvents() {
             m_events.push_back("button " + detail + " up");
             break;
         case XCB_FOCUS_IN:
-            m_events.emplace_back("focus in");
-            break;
         case XCB_FOCUS_OUT:
-            m_events.emplace_back("focus out");
+            if (movesFocus(*event)) {
+                m_events.emplace_back(type == XCB_FOCUS_IN ? "focus in" : "focus out");
+            }
             break;
         default:
             break;

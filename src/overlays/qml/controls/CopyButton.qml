@@ -14,6 +14,7 @@ PressArea {
     ringRadius: OverlayStyle.copyButtonRadius
     ringColor: tint
     Accessible.name: help
+    Accessible.description: "" // the name says it all
 
     PanelSurface {
         anchors {
