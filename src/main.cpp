@@ -95,7 +95,7 @@ int run() {
                                                [&compositor] { return compositor.isRunning(); });
     QObject::connect(&compositor, &CompositorWatch::changed, &accessibility,
                      &DesktopAccessibilitySettings::transparencySupportChanged);
-    AtspiAnnouncer announcer;
+    AtspiAnnouncer announcer(clock);
     OverlayViews::install(accessibility);
     QQmlEngine viewEngine;
     viewEngine.addImportPath(OverlayViews::importPath);
