@@ -1,7 +1,7 @@
 #include "overlays/ResultOverlayModel.h"
 
 #include "overlays/LeetCodeSolutionRenderer.h"
-#include "overlays/ViewColor.h"
+#include "ui/identity/PaintColor.h"
 
 #include <QFont>
 
@@ -89,11 +89,11 @@ QColor ResultOverlayModel::statusColor() const {
     const ThemeColor& color = m_content.answerStatus == LeetCodeAnswerStatus::memoryValidated
                                   ? LumivaneTheme::overlayStatusOk
                                   : LumivaneTheme::overlayStatusPending;
-    return viewColor(color.resolved(appearance()));
+    return paintColor(color.resolved(appearance()));
 }
 
 QColor ResultOverlayModel::statusChipColor() const {
-    return viewColor(LumivaneTheme::overlayStatusChip.resolved(appearance()));
+    return paintColor(LumivaneTheme::overlayStatusChip.resolved(appearance()));
 }
 
 StyledText ResultOverlayModel::renderedText() const {
@@ -134,18 +134,18 @@ double ResultOverlayModel::answerLineSpacing() const {
     return m_content.kind == ResultKind::text ? answerSize() * textLineSpacing : 0;
 }
 
-QColor ResultOverlayModel::foreground() const { return viewColor(foregroundColor()); }
+QColor ResultOverlayModel::foreground() const { return paintColor(foregroundColor()); }
 
 QColor ResultOverlayModel::outline() const {
     if (m_content.isError) {
-        return viewColor(errorOutline);
+        return paintColor(errorOutline);
     }
-    return viewColor(drawsPanelChrome(m_content.settings.overlayBackground) ? panelOutline
-                                                                            : noOutline);
+    return paintColor(drawsPanelChrome(m_content.settings.overlayBackground) ? panelOutline
+                                                                             : noOutline);
 }
 
 QColor ResultOverlayModel::surface(bool reduceTransparency) const {
-    return viewColor(m_surface.painted(reduceTransparency));
+    return paintColor(m_surface.painted(reduceTransparency));
 }
 
 void ResultOverlayModel::tap() {
