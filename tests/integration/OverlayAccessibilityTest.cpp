@@ -6,7 +6,9 @@
 #include "support/AtspiReader.h"
 #include "support/EventLoop.h"
 
+#include <QAccessible>
 #include <QCoreApplication>
+#include <QDBusConnection>
 
 #include <algorithm>
 
@@ -14,6 +16,14 @@ namespace lumivane::test {
 
 class OverlayAccessibilityTest : public testing::Test {
 protected:
+    /// The toolkit looks for the bus without waiting for it.
+    void SetUp() override {
+        ASSERT_TRUE(waitUntil([] {
+            return QAccessible::isActive() &&
+                   QDBusConnection(AtspiAnnouncer::defaultConnectionName()).isConnected();
+        }));
+    }
+
     /// The one panel that is up, once something of that name is in it.
     AccessibleNode panelWith(const QString& name) {
         AccessibleNode found;
