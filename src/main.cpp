@@ -3,6 +3,7 @@
 #include "analysis/AppModel.h"
 #include "async/MainThread.h"
 #include "async/SystemClock.h"
+#include "notes/FolderNotesService.h"
 #include "overlays/OverlayCoordinator.h"
 #include "overlays/OverlayPasteboard.h"
 #include "overlays/OverlayViews.h"
@@ -10,6 +11,7 @@
 #include "platform/linux/AtspiAnnouncer.h"
 #include "platform/linux/CompositorWatch.h"
 #include "platform/linux/DesktopAccessibilitySettings.h"
+#include "platform/linux/LinuxFileStaging.h"
 #include "platform/linux/QtHttpTransport.h"
 #include "platform/linux/QtImageCodec.h"
 #include "platform/linux/QtPasteboard.h"
@@ -35,6 +37,7 @@
 
 #include <QApplication>
 #include <QLocale>
+#include <QStandardPaths>
 #include <QThreadPool>
 
 #include <unistd.h>
@@ -92,17 +95,20 @@ int run() {
                                                [&compositor] { return compositor.isRunning(); });
     QObject::connect(&compositor, &CompositorWatch::changed, &accessibility,
                      &DesktopAccessibilitySettings::transparencySupportChanged);
-    AtspiAnnouncer announcer;
+    AtspiAnnouncer announcer(clock);
     OverlayViews::install(accessibility);
     QQmlEngine viewEngine;
     viewEngine.addImportPath(OverlayViews::importPath);
     QuickPanelHost panels(displays, clock, viewEngine, compositor);
     OverlayCoordinator overlays(panels, hotKeys, displays, announcer, overlayPasteboard, clock);
 
-    // Provisional, each until the real one is built: login, notes, notifications, configuration
-    // window, settings store.
+    LinuxFileStaging noteFiles;
+    FolderNotesService notes(noteFiles, workers,
+                             QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
+
+    // Provisional, each until the real one is built: login, notifications, configuration window,
+    // settings store.
     DevelopmentSession session(StoredFiles::developmentTokenFile());
-    UnavailableNotes notes;
     SilentNotifications notifications;
     NoSettingsWindow settingsWindow;
     const AppSettings settings = StoredFiles::settings();

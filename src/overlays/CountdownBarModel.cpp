@@ -1,7 +1,8 @@
 #include "overlays/CountdownBarModel.h"
 
 #include "async/Clock.h"
-#include "overlays/ViewColor.h"
+#include "overlays/ColorMixing.h"
+#include "ui/identity/PaintColor.h"
 
 #include <utility>
 
@@ -42,9 +43,9 @@ double CountdownBarModel::displayedFraction() const {
     return m_reduceMotion ? m_state->steppedFraction() : m_fraction;
 }
 
-QColor CountdownBarModel::fill() const { return viewColor(withOpacity(m_tint, fillOpacity)); }
+QColor CountdownBarModel::fill() const { return paintColor(withOpacity(m_tint, fillOpacity)); }
 
-QColor CountdownBarModel::track() const { return viewColor(withOpacity(m_tint, trackOpacity)); }
+QColor CountdownBarModel::track() const { return paintColor(withOpacity(m_tint, trackOpacity)); }
 
 void CountdownBarModel::setReduceMotion(bool reduceMotion) {
     if (m_reduceMotion == reduceMotion) {

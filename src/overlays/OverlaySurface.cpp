@@ -1,7 +1,7 @@
 #include "overlays/OverlaySurface.h"
 
+#include "overlays/ColorMixing.h"
 #include "overlays/OverlaySurfaceStyle.h"
-#include "overlays/ViewColor.h"
 
 namespace lumivane {
 

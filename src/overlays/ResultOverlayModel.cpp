@@ -1,7 +1,7 @@
 #include "overlays/ResultOverlayModel.h"
 
 #include "overlays/LeetCodeSolutionRenderer.h"
-#include "overlays/ViewColor.h"
+#include "ui/identity/PaintColor.h"
 
 #include <QFont>
 
@@ -42,8 +42,9 @@ ResultOverlayModel::ResultOverlayModel(ResultOverlayContent content,
                                          m_content.settings.dismissWithEscape),
         resolveCopyState(delivered, m_content.isError), m_content.text, m_content.settings,
         pasteboard, announcer);
+    // Behind the tick that changes them: laying out a label costs a hundred times what a tick may.
     connect(m_state.get(), &ResultOverlayState::secondsRemainingChanged, this,
-            &ResultOverlayModel::remainingChanged);
+            &ResultOverlayModel::remainingChanged, Qt::QueuedConnection);
     connect(m_state.get(), &ResultOverlayState::notesFailureChanged, this,
             &ResultOverlayModel::notesFailureChanged);
 }
@@ -88,11 +89,11 @@ QColor ResultOverlayModel::statusColor() const {
     const ThemeColor& color = m_content.answerStatus == LeetCodeAnswerStatus::memoryValidated
                                   ? LumivaneTheme::overlayStatusOk
                                   : LumivaneTheme::overlayStatusPending;
-    return viewColor(color.resolved(appearance()));
+    return paintColor(color.resolved(appearance()));
 }
 
 QColor ResultOverlayModel::statusChipColor() const {
-    return viewColor(LumivaneTheme::overlayStatusChip.resolved(appearance()));
+    return paintColor(LumivaneTheme::overlayStatusChip.resolved(appearance()));
 }
 
 StyledText ResultOverlayModel::renderedText() const {
@@ -133,18 +134,18 @@ double ResultOverlayModel::answerLineSpacing() const {
     return m_content.kind == ResultKind::text ? answerSize() * textLineSpacing : 0;
 }
 
-QColor ResultOverlayModel::foreground() const { return viewColor(foregroundColor()); }
+QColor ResultOverlayModel::foreground() const { return paintColor(foregroundColor()); }
 
 QColor ResultOverlayModel::outline() const {
     if (m_content.isError) {
-        return viewColor(errorOutline);
+        return paintColor(errorOutline);
     }
-    return viewColor(drawsPanelChrome(m_content.settings.overlayBackground) ? panelOutline
-                                                                            : noOutline);
+    return paintColor(drawsPanelChrome(m_content.settings.overlayBackground) ? panelOutline
+                                                                             : noOutline);
 }
 
 QColor ResultOverlayModel::surface(bool reduceTransparency) const {
-    return viewColor(m_surface.painted(reduceTransparency));
+    return paintColor(m_surface.painted(reduceTransparency));
 }
 
 void ResultOverlayModel::tap() {

@@ -1,7 +1,7 @@
 #include "overlays/WorkingOverlayModel.h"
 
-#include "overlays/ViewColor.h"
 #include "overlays/WorkingOverlayCopy.h"
+#include "ui/identity/PaintColor.h"
 
 #include <utility>
 
@@ -28,11 +28,11 @@ QString WorkingOverlayModel::status() const {
 double WorkingOverlayModel::statusOpacity() const { return m_state->isSlow() ? 1 : normalOpacity; }
 
 QColor WorkingOverlayModel::foreground() const {
-    return viewColor(m_surface.settings.overlayForeground());
+    return paintColor(m_surface.settings.overlayForeground());
 }
 
 QColor WorkingOverlayModel::surface(bool reduceTransparency) const {
-    return viewColor(m_surface.painted(reduceTransparency));
+    return paintColor(m_surface.painted(reduceTransparency));
 }
 
 } // namespace lumivane

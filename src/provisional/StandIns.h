@@ -2,18 +2,8 @@
 
 #include "analysis/NotificationServing.h"
 #include "analysis/SettingsPresenting.h"
-#include "notes/NotesServing.h"
 
 namespace lumivane {
-
-/// Stands in for the notes: nothing is kept, and the user is told so.
-class UnavailableNotes final : public NotesServing {
-public:
-    QCoro::Task<void> createLeetCodeNote(LeetCodeNote, std::stop_token) override {
-        throw NotesServiceError(NotesServiceError::Case::creationFailed);
-        co_return;
-    }
-};
 
 /// Stands in for the notifications: none is posted.
 class SilentNotifications final : public NotificationServing {

@@ -1,5 +1,6 @@
 // The panels as assistive technology reads and presses them.
 
+#include "async/SystemClock.h"
 #include "integration/OverlayRoad.h"
 #include "platform/linux/AtspiAnnouncer.h"
 #include "support/AtspiReader.h"
@@ -69,7 +70,8 @@ protected:
     }
 
     AtspiReader reader{qEnvironmentVariable("LUMIVANE_TEST_ACCESSIBILITY_BUS")};
-    AtspiAnnouncer announcer;
+    SystemClock clock;
+    AtspiAnnouncer announcer{clock};
     OverlayRoad road{PanelDesktop::Manager::none, &announcer};
 };
 

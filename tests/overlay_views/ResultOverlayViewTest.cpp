@@ -1,4 +1,5 @@
 #include "overlay_views/ResultViewFixture.h"
+#include "support/EventLoop.h"
 
 #include <QTest>
 
@@ -26,6 +27,7 @@ TEST(ResultOverlayView, ShowsHeaderAnswerAndFooter) {
     EXPECT_EQ(view->item(u"answerText"_qs)->property("text").toString(), u"Two plans."_qs);
     EXPECT_FALSE(view->item(u"resultClose"_qs)->isVisible());
     view.state().tick(3.9, false);
+    test::drainEvents();
     EXPECT_TRUE(view->shows(u"4s"_qs));
 }
 

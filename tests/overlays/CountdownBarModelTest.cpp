@@ -1,7 +1,7 @@
 #include "overlays/CountdownBarModel.h"
 
 #include "SignalCount.h"
-#include "overlays/ViewColor.h"
+#include "ui/identity/PaintColor.h"
 
 #include <gtest/gtest.h>
 
@@ -33,8 +33,8 @@ protected:
 TEST_F(CountdownBarModelTest, TrackAndFillAreShadesOfTheTint) {
     state->beginCountdown(6);
     const CountdownBarModel tinted(6, SrgbColor{1, 0.5, 0, 1}, state);
-    EXPECT_EQ(tinted.track(), viewColor({1, 0.5, 0, 0.18}));
-    EXPECT_EQ(tinted.fill(), viewColor({1, 0.5, 0, 0.5}));
+    EXPECT_EQ(tinted.track(), paintColor({1, 0.5, 0, 0.18}));
+    EXPECT_EQ(tinted.fill(), paintColor({1, 0.5, 0, 0.5}));
 }
 
 TEST_F(CountdownBarModelTest, IsFullBeforeItsFirstDisplay) {

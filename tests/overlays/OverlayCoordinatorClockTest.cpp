@@ -291,7 +291,8 @@ TEST_F(OverlayCoordinatorClockTest, AViewMayCloseThePanelWhileTheClockTicks) {
 TEST_F(OverlayCoordinatorClockTest, APanelThatComesInsideTheLastTickIsNotClosedByIt) {
     settings.resultSeconds = 1;
     show();
-    QObject::connect(result().get(), &ResultOverlayModel::remainingChanged, [this] {
+    const auto model = result();
+    QObject::connect(model->countdown(), &CountdownBarModel::displayedFractionChanged, [this] {
         settings.keepUntilDismissed = true;
         show(u"the next"_qs);
     });

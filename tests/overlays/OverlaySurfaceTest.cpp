@@ -1,8 +1,9 @@
 #include "overlays/OverlaySurface.h"
 
+#include "overlays/ColorMixing.h"
 #include "overlays/OverlaySurfaceStyle.h"
 #include "overlays/ResultOverlayLayout.h"
-#include "overlays/ViewColor.h"
+#include "ui/identity/PaintColor.h"
 
 #include <gtest/gtest.h>
 
@@ -100,16 +101,16 @@ TEST(OverlaySurface, NoFillPaintsNothing) {
     EXPECT_EQ(surface.painted(true), OverlayPalette::color(0x1C1D1F));
 }
 
-TEST(ViewColor, KeepsChannelsAndOpacity) {
-    const QColor color = viewColor({0.2, 0.4, 0.6, 0.8});
+TEST(PaintColor, KeepsChannelsAndOpacity) {
+    const QColor color = paintColor({0.2, 0.4, 0.6, 0.8});
     EXPECT_EQ(color.rgba(), qRgba(51, 102, 153, 204));
 }
 
-TEST(ViewColor, OpacityIsAShareOfTheColoursOwn) {
+TEST(ColorMixing, OpacityIsAShareOfTheColoursOwn) {
     EXPECT_EQ(withOpacity({0.1, 0.2, 0.3, 0.5}, 0.5), (SrgbColor{0.1, 0.2, 0.3, 0.25}));
 }
 
-TEST(ViewColor, LayersMixByTheUpperOnesOpacity) {
+TEST(ColorMixing, LayersMixByTheUpperOnesOpacity) {
     const SrgbColor white{1, 1, 1, 1};
     const SrgbColor black{0, 0, 0, 1};
     EXPECT_EQ(composited(white, black), white);

@@ -1,9 +1,11 @@
 #include "overlays/ResultOverlayModel.h"
 
 #include "SignalCount.h"
-#include "overlays/ViewColor.h"
+#include "overlays/ColorMixing.h"
+#include "support/EventLoop.h"
 #include "support/FakeAnnouncer.h"
 #include "support/FakePasteboard.h"
+#include "ui/identity/PaintColor.h"
 
 #include <QFont>
 
@@ -75,6 +77,8 @@ TEST_F(ResultOverlayModelTest, RemainingTimeFollowsTheClockOnceASecond) {
         state->tick(6 - tick / 10.0, false);
     }
     EXPECT_EQ(model->remainingLabel(), u"5s"_qs);
+    EXPECT_EQ(changes, 0) << "no label is laid out inside a tick";
+    test::drainEvents();
     EXPECT_EQ(changes, 2);
 }
 
@@ -95,13 +99,13 @@ TEST_F(ResultOverlayModelTest, StatusHasWordsAndColours) {
     content.settings.useDarkAppearance = false;
     content.answerStatus = LeetCodeAnswerStatus::memoryValidated;
     EXPECT_EQ(open().statusLabel(), u"Locally checked"_qs);
-    EXPECT_EQ(model->statusColor(), viewColor(LumivaneTheme::overlayStatusOk.light));
-    EXPECT_EQ(model->statusChipColor(), viewColor(LumivaneTheme::overlayStatusChip.light));
+    EXPECT_EQ(model->statusColor(), paintColor(LumivaneTheme::overlayStatusOk.light));
+    EXPECT_EQ(model->statusChipColor(), paintColor(LumivaneTheme::overlayStatusChip.light));
     content.settings.useDarkAppearance = true;
     content.answerStatus = LeetCodeAnswerStatus::liveUnvalidated;
     EXPECT_EQ(open().statusLabel(), u"Live / Unvalidated"_qs);
-    EXPECT_EQ(model->statusColor(), viewColor(LumivaneTheme::overlayStatusPending.dark));
-    EXPECT_EQ(model->statusChipColor(), viewColor(LumivaneTheme::overlayStatusChip.dark));
+    EXPECT_EQ(model->statusColor(), paintColor(LumivaneTheme::overlayStatusPending.dark));
+    EXPECT_EQ(model->statusChipColor(), paintColor(LumivaneTheme::overlayStatusChip.dark));
 }
 
 TEST_F(ResultOverlayModelTest, NotesBannerComesFromTheStateAndIsEmptiedThere) {
@@ -165,26 +169,26 @@ TEST_F(ResultOverlayModelTest, SolutionIsRenderedInBodySizeAndCopiedWhole) {
 TEST_F(ResultOverlayModelTest, ErrorIsWhiteOnAnyTextColour) {
     for (const auto& row : tables::overlayTextColor) {
         content.settings.overlayTextColor = row.value;
-        EXPECT_EQ(open(ResultKind::text, true).foreground(), viewColor({1, 1, 1, 1}));
+        EXPECT_EQ(open(ResultKind::text, true).foreground(), paintColor({1, 1, 1, 1}));
         EXPECT_EQ(open(ResultKind::text, false).foreground(),
-                  viewColor(OverlayPalette::color(row.colorHex)));
+                  paintColor(OverlayPalette::color(row.colorHex)));
     }
 }
 
 TEST_F(ResultOverlayModelTest, OutlineFollowsErrorAndBackground) {
     content.settings.overlayBackground = OverlayBackgroundStyle::none;
-    EXPECT_EQ(open(ResultKind::text, true).outline(), viewColor({1, 0, 0, 0.7}));
+    EXPECT_EQ(open(ResultKind::text, true).outline(), paintColor({1, 0, 0, 0.7}));
     EXPECT_EQ(open(ResultKind::text, false).outline().alpha(), 0);
     content.settings.overlayBackground = OverlayBackgroundStyle::light;
-    EXPECT_EQ(open().outline(), viewColor({1, 1, 1, 0.12}));
+    EXPECT_EQ(open().outline(), paintColor({1, 1, 1, 0.12}));
 }
 
 TEST_F(ResultOverlayModelTest, SurfaceFollowsErrorAndTransparency) {
     content.settings.overlayBackground = OverlayBackgroundStyle::none;
     EXPECT_EQ(open(ResultKind::text, true).surface(false),
-              viewColor(withOpacity(OverlayPalette::color(0x520F0A), 0.96)));
+              paintColor(withOpacity(OverlayPalette::color(0x520F0A), 0.96)));
     EXPECT_EQ(open(ResultKind::text, false).surface(false).alpha(), 0);
-    EXPECT_EQ(model->surface(true), viewColor(OverlayPalette::color(0x1C1D1F)));
+    EXPECT_EQ(model->surface(true), paintColor(OverlayPalette::color(0x1C1D1F)));
 }
 
 TEST_F(ResultOverlayModelTest, BarIsThereWithACountdownOnlyAndInTheForeground) {
@@ -194,9 +198,9 @@ TEST_F(ResultOverlayModelTest, BarIsThereWithACountdownOnlyAndInTheForeground) {
     state->beginCountdown(6);
     ASSERT_NE(open().countdown(), nullptr);
     EXPECT_EQ(model->countdown()->fill(),
-              viewColor(withOpacity(OverlayPalette::color(0xF5C469), 0.5)));
+              paintColor(withOpacity(OverlayPalette::color(0xF5C469), 0.5)));
     content.isError = true;
-    EXPECT_EQ(open().countdown()->fill(), viewColor({1, 1, 1, 0.5}));
+    EXPECT_EQ(open().countdown()->fill(), paintColor({1, 1, 1, 0.5}));
 }
 
 TEST_F(ResultOverlayModelTest, FooterTellsWhatReallyHappened) {

@@ -1,7 +1,8 @@
 #include "overlays/WorkingOverlayModel.h"
 
 #include "SignalCount.h"
-#include "overlays/ViewColor.h"
+#include "overlays/ColorMixing.h"
+#include "ui/identity/PaintColor.h"
 
 #include <gtest/gtest.h>
 
@@ -43,9 +44,9 @@ TEST(WorkingOverlayModel, LooksAsTheSettingsSay) {
     settings.backgroundOpacity = 40;
     const WorkingOverlayModel model(settings, std::make_shared<WorkingOverlayState>());
     EXPECT_EQ(model.statusSize(), 15);
-    EXPECT_EQ(model.foreground(), viewColor(OverlayPalette::color(0x8FF0C2)));
-    EXPECT_EQ(model.surface(false), viewColor(withOpacity(OverlayPalette::color(0x9A9EA3), 0.4)));
-    EXPECT_EQ(model.surface(true), viewColor(OverlayPalette::color(0x9A9EA3)));
+    EXPECT_EQ(model.foreground(), paintColor(OverlayPalette::color(0x8FF0C2)));
+    EXPECT_EQ(model.surface(false), paintColor(withOpacity(OverlayPalette::color(0x9A9EA3), 0.4)));
+    EXPECT_EQ(model.surface(true), paintColor(OverlayPalette::color(0x9A9EA3)));
 }
 
 TEST(WorkingOverlayModel, SizesFollowTheTextSize) {

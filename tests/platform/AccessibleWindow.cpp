@@ -20,6 +20,10 @@ std::chrono::microseconds AccessibleWindow::announce(const QString& text, const 
     return std::chrono::microseconds(ask(order + ' ' + text.toUtf8().toBase64()).toLongLong());
 }
 
+void AccessibleWindow::pass(std::chrono::milliseconds time) {
+    ask("pass " + QByteArray::number(qint64(time.count())));
+}
+
 void AccessibleWindow::setStatus(const QString& status) {
     ask("status " + status.toUtf8().toBase64());
 }

@@ -23,6 +23,9 @@ public:
     std::chrono::microseconds announce(const QString& text, const char* priority = "high",
                                        int count = 1);
 
+    /// Lets so much time go by for the announcer.
+    void pass(std::chrono::milliseconds time);
+
     /// Changes the name of the label, which is "Ready" at first.
     void setStatus(const QString& status);
 

@@ -1,11 +1,13 @@
 // A program with a window for assistive technology to read, steered over its standard input:
 //   announce PRIORITY COUNT TEXT   announces so many times; answers with the longest call in µs
 //   status TEXT                    changes the name of the label; answers "done"
+//   pass MILLISECONDS              turns the announcer's clock; answers "done"
 //   log                            answers with the names of the buttons pressed so far
 // TEXT is in base 64.
 
 #include "async/SystemClock.h"
 #include "platform/linux/AtspiAnnouncer.h"
+#include "support/ManualClock.h"
 
 #include <QGuiApplication>
 #include <QQmlComponent>
@@ -82,6 +84,11 @@ private:
         } else if (order == "status") {
             m_view->setProperty("status", text(words));
             std::cout << "done" << std::endl;
+        } else if (order == "pass") {
+            std::int64_t milliseconds = 0;
+            words >> milliseconds;
+            m_hands.advance(std::chrono::milliseconds(milliseconds));
+            std::cout << "done" << std::endl;
         } else {
             std::cout << m_view->property("pressed").toString().toStdString() << std::endl;
         }
@@ -112,7 +119,8 @@ private:
 
     QObject* m_view;
     lumivane::SystemClock m_clock;
-    lumivane::AtspiAnnouncer m_announcer;
+    lumivane::test::ManualClock m_hands;
+    lumivane::AtspiAnnouncer m_announcer{m_hands};
     QSocketNotifier m_input{STDIN_FILENO, QSocketNotifier::Read};
 };
 

@@ -79,11 +79,8 @@ std::optional<AccessibleNode> AtspiReader::waitForApplication(std::int64_t proce
 }
 
 std::optional<AccessibleNode> AtspiReader::application(std::int64_t processID) {
-    const Reference bus{u"org.freedesktop.DBus"_qs, u"/org/freedesktop/DBus"_qs};
     for (const Reference& program : children({registry, rootPath})) {
-        const auto reply = ask(bus, u"org.freedesktop.DBus"_qs, u"GetConnectionUnixProcessID"_qs,
-                               {program.service});
-        if (reply.arguments().value(0).toLongLong() == processID) {
+        if (ownerOf(program.service) == processID) {
             return read(program.service, program.path);
         }
     }
@@ -104,6 +101,12 @@ void AtspiReader::listen(const QString& type) {
     ask({registry, u"/org/a11y/atspi/registry"_qs}, registry, u"RegisterEvent"_qs,
         {type, QStringList(), QString()});
 }
+
+void AtspiReader::stopListening(const QString& type) {
+    ask({registry, u"/org/a11y/atspi/registry"_qs}, registry, u"DeregisterEvent"_qs, {type});
+}
+
+std::int64_t AtspiReader::registryProcessID() { return ownerOf(registry); }
 
 std::vector<AccessibleEvent> AtspiReader::events(const QString& kind) const {
     std::vector<AccessibleEvent> found;
@@ -159,6 +162,13 @@ QDBusMessage AtspiReader::ask(const Reference& object, const QString& interface,
                                  object.path.toStdString());
     }
     return answer.reply();
+}
+
+std::int64_t AtspiReader::ownerOf(const QString& service) {
+    const Reference bus{u"org.freedesktop.DBus"_qs, u"/org/freedesktop/DBus"_qs};
+    const auto reply =
+        ask(bus, u"org.freedesktop.DBus"_qs, u"GetConnectionUnixProcessID"_qs, {service});
+    return reply.arguments().value(0).toLongLong();
 }
 
 QVariant AtspiReader::property(const Reference& object, const QString& interface,

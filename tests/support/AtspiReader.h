@@ -49,6 +49,11 @@ public:
     /// now on: nothing is sent that nobody asked for.
     void listen(const QString& type);
 
+    void stopListening(const QString& type);
+
+    /// The program that keeps the list of who listens.
+    std::int64_t registryProcessID();
+
     const std::vector<AccessibleEvent>& events() const { return m_events; }
 
     std::vector<AccessibleEvent> events(const QString& kind) const;
@@ -67,6 +72,7 @@ private:
     Q_SLOT void hear(const QDBusMessage& message);
     QDBusMessage ask(const Reference& object, const QString& interface, const QString& method,
                      const QVariantList& arguments = {});
+    std::int64_t ownerOf(const QString& service);
     QVariant property(const Reference& object, const QString& interface, const QString& name);
     std::vector<Reference> children(const Reference& object);
     QStringList actions(const Reference& object);

@@ -59,8 +59,9 @@ std::vector<Section> sections() {
                    u"answers-dark"_qs, u"text-dark"_qs, u"text-offers-copy-dark"_qs,
                    u"text-just-copied-dark"_qs, u"error-dark"_qs, u"notes-status-dark"_qs,
                    u"login-required-dark"_qs, u"signed-out-before-capture-dark"_qs,
-                   u"signed-out-after-upload-dark"_qs, u"leetcode-checked-dark"_qs,
-                   u"leetcode-unvalidated-dark"_qs})},
+                   u"signed-out-after-upload-dark"_qs})},
+        {u"Worked answers"_qs,
+         prefixed(u"panels/"_qs, {u"leetcode-checked-dark"_qs, u"leetcode-unvalidated-dark"_qs})},
         {u"On a light desktop"_qs,
          prefixed(u"panels/"_qs,
                   {u"working-light"_qs, u"choice-light"_qs, u"text-offers-copy-light"_qs,
@@ -74,8 +75,9 @@ std::vector<Section> sections() {
                   {u"choice-20-characters"_qs, u"choice-20-wide"_qs, u"choice-letters"_qs,
                    u"text-empty"_qs, u"text-long-word"_qs, u"text-hebrew"_qs, u"text-arabic"_qs,
                    u"text-chinese"_qs, u"text-emoji"_qs, u"answers-5000-characters"_qs,
-                   u"error-300-characters-large"_qs, u"notes-status-long"_qs,
-                   u"leetcode-title-300-characters"_qs, u"leetcode-40000-characters"_qs})},
+                   u"error-300-characters-large"_qs, u"notes-status-long"_qs})},
+        {u"Long worked answers"_qs, prefixed(u"texts/"_qs, {u"leetcode-title-300-characters"_qs,
+                                                            u"leetcode-40000-characters"_qs})},
         {u"Backgrounds and text colours"_qs, styles(u"styles/text-%1-%2-dark-medium"_qs)},
         {u"On a light desktop"_qs, styles(u"styles/working-%1-%2-light"_qs)},
     };
@@ -142,14 +144,14 @@ private:
     int m_rowHeight = 0;
 };
 
-/// Leaves out what nobody sees on a sheet; it is a quarter smaller then.
+/// Leaves out what nobody sees on a sheet; it is a fifth smaller then.
 void coarsen(QImage& image) {
-    constexpr QRgb kept = 0xFFF8F8F8;
+    constexpr QRgb kept = 0xFFFCFCFC;
     for (int y = 0; y < image.height(); ++y) {
         auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
         for (int x = 0; x < image.width(); ++x) {
             const QRgb pixel = line[x] & kept;
-            line[x] = pixel | ((pixel >> 5) & ~kept);
+            line[x] = pixel | ((pixel >> 6) & ~kept);
         }
     }
 }

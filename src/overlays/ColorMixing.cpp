@@ -1,4 +1,4 @@
-#include "overlays/ViewColor.h"
+#include "overlays/ColorMixing.h"
 
 namespace lumivane {
 

@@ -2,14 +2,7 @@
 
 #include "domain/SrgbColor.h"
 
-#include <QColor>
-
 namespace lumivane {
-
-inline QColor viewColor(const SrgbColor& color) {
-    return QColor::fromRgbF(float(color.red), float(color.green), float(color.blue),
-                            float(color.opacity));
-}
 
 /// The colour at a share of its own opacity.
 inline SrgbColor withOpacity(SrgbColor color, double opacity) {
