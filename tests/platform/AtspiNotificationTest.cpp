@@ -235,12 +235,14 @@ TEST_F(AtspiNotifying, ARegistryThatHangsHoldsNothingUpAndIsAskedNoMoreThanAFewT
         }
     }
 
+    std::size_t later = 0;
     ASSERT_TRUE(waitUntil([&] {
         window.announce(u"again"_qs);
+        ++later;
         const auto all = words();
         return !all.empty() && all.back() == u"again";
     })) << "it recovers";
-    EXPECT_LE(std::ranges::count(words(), u"text"_qs), 16);
+    EXPECT_LE(showingEvents(1).size(), 16 + later);
 }
 
 TEST_F(AtspiNotifying, ABusThatHangsHoldsNothingUp) {

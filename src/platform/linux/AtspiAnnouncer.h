@@ -21,7 +21,8 @@ namespace lumivane {
 /// with that role, with the words for its name and without a window, which begins to show. They say
 /// "notification" and the words, and cannot be told how much that may interrupt.
 ///
-/// The connection exists while the desktop says that assistive technology is there. Without it, and
+/// The connection exists where the desktop says that assistive technology is there; the toolkit
+/// looks at that once, when the later of program and accessibility service starts. Without it, and
 /// on a bus that has stopped taking messages, an announcement is dropped: the words are on screen,
 /// and later they would be wrong.
 class AtspiAnnouncer final : public QObject, public Announcer {
