@@ -46,7 +46,8 @@ protected:
     /// Settings that count their changes.
     struct Subject {
         explicit Subject(const QDBusConnection& bus, std::function<bool()> canShow = {})
-            : settings(bus, std::move(canShow)) {
+            : settings(std::move(canShow)) {
+            settings.follow(bus);
             QObject::connect(&settings, &AccessibilitySettings::changed, &settings,
                              [this] { ++changes; });
         }
