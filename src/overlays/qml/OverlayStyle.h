@@ -1,6 +1,8 @@
 #pragma once
 
 #include "overlays/ResultOverlayLayout.h"
+#include "ui/identity/LumivaneTheme.h"
+#include "ui/identity/PaintColor.h"
 
 #include <QColor>
 #include <QFont>
@@ -252,7 +254,7 @@ private:
     const double accountBodySize = 13;
     const double accountBodyOpacity = 0.78;
     const double accountMinimumScale = 0.75;
-    const QColor accountIcon{0x6C, 0xD9, 0xD8};
+    const QColor accountIcon = paintColor(LumivaneTheme::accentFill.dark);
     const QColor accountFill = QColor::fromRgbF(0.08F, 0.09F, 0.12F, 0.98F);
     const QColor accountOutline = QColor::fromRgbF(1, 1, 1, 0.16F);
     const double buttonMargin = 1; ///< around what is drawn
@@ -264,8 +266,8 @@ private:
     const double buttonSize = 13;
     const QColor buttonFill = QColor::fromRgbF(1, 1, 1, 0.1F);
     const QColor buttonOutline = QColor::fromRgbF(1, 1, 1, 0.2F);
-    const QColor defaultButtonFill{0x6C, 0xD9, 0xD8};
-    const QColor defaultButtonText{0x0B, 0x14, 0x16};
+    const QColor defaultButtonFill = paintColor(LumivaneTheme::accentFill.dark);
+    const QColor defaultButtonText = paintColor(LumivaneTheme::accentOnFill.dark);
 };
 
 } // namespace lumivane
