@@ -126,6 +126,11 @@ TEST_F(OverlayStyleContrast, WordsOfThePanelsCanBeReadAsTheyComeOutOfTheBox) {
     EXPECT_GE(worst(m_white, number("symbolButtonOpacity"), fill), minimum);
 }
 
+TEST_F(OverlayStyleContrast, WordsOfATipCanBeRead) {
+    EXPECT_GE(worst(color("tipText"), 1, color("tipFill")), minimum);
+    EXPECT_EQ(color("tipFill").opacity, 1) << "it lies over other words";
+}
+
 TEST_F(OverlayStyleContrast, WhatActsHasTheColourOfThePalette) {
     const auto accent = LumivaneTheme::accentFill.dark;
     for (const char* name : {"accountIcon", "defaultButtonFill"}) {

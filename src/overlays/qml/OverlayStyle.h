@@ -83,6 +83,19 @@ class OverlayStyle : public QObject {
     Q_PROPERTY(double hoveredFillOpacity MEMBER hoveredFillOpacity CONSTANT)
     Q_PROPERTY(double focusRingWidth MEMBER focusRingWidth CONSTANT)
     Q_PROPERTY(double focusRingMargin MEMBER focusRingMargin CONSTANT)
+    Q_PROPERTY(QColor noColor MEMBER noColor CONSTANT)
+
+    // What a symbol means, under the pointer that rests on it.
+    Q_PROPERTY(int tipDelay MEMBER tipDelay CONSTANT)
+    Q_PROPERTY(double tipSize MEMBER tipSize CONSTANT)
+    Q_PROPERTY(double tipRadius MEMBER tipRadius CONSTANT)
+    Q_PROPERTY(double tipHorizontalPadding MEMBER tipHorizontalPadding CONSTANT)
+    Q_PROPERTY(double tipVerticalPadding MEMBER tipVerticalPadding CONSTANT)
+    Q_PROPERTY(double tipMargin MEMBER tipMargin CONSTANT)
+    Q_PROPERTY(double tipDistance MEMBER tipDistance CONSTANT)
+    Q_PROPERTY(QColor tipFill MEMBER tipFill CONSTANT)
+    Q_PROPERTY(QColor tipOutline MEMBER tipOutline CONSTANT)
+    Q_PROPERTY(QColor tipText MEMBER tipText CONSTANT)
 
     // What scrolls.
     Q_PROPERTY(double wheelStep MEMBER wheelStep CONSTANT)
@@ -220,6 +233,18 @@ private:
     const double hoveredFillOpacity = 0.12;
     const double focusRingWidth = 2;
     const double focusRingMargin = 2;
+    const QColor noColor{Qt::transparent};
+
+    const int tipDelay = 600; ///< milliseconds
+    const double tipSize = 11;
+    const double tipRadius = 5;
+    const double tipHorizontalPadding = 7;
+    const double tipVerticalPadding = 3;
+    const double tipMargin = 6;   ///< to the edges of the panel
+    const double tipDistance = 4; ///< to what it speaks of
+    const QColor tipFill = paintColor(LumivaneTheme::surfaceControl.dark);
+    const QColor tipOutline = paintColor(LumivaneTheme::surfaceControlBorder.dark);
+    const QColor tipText = paintColor(LumivaneTheme::textPrimary.dark);
 
     const double wheelStep = 60;   ///< for each notch of the wheel
     const double wheelNotch = 120; ///< what the toolkit counts for one
