@@ -67,6 +67,9 @@ class OverlayStyle : public QObject {
     Q_PROPERTY(double chipHorizontalPadding MEMBER chipHorizontalPadding CONSTANT)
     Q_PROPERTY(double chipVerticalPadding MEMBER chipVerticalPadding CONSTANT)
 
+    // A text of several sizes.
+    Q_PROPERTY(int finestDetail MEMBER finestDetail CONSTANT)
+
     // What is pressed.
     Q_PROPERTY(double symbolButtonSize MEMBER symbolButtonSize CONSTANT)
     Q_PROPERTY(double symbolButtonSymbol MEMBER symbolButtonSymbol CONSTANT)
@@ -156,6 +159,8 @@ public:
     /// The system's fonts at `detail(size)` times `size`. `weight` is on the field's scale of 1
     /// to 1000, `tracking` is the extra space behind each letter.
     Q_INVOKABLE QFont systemFont(double size, int weight, double tracking = 0) const;
+    /// At a detail of the caller's, for a text whose parts have sizes of their own.
+    Q_INVOKABLE QFont systemFontAt(int detail, double size, int weight) const;
     Q_INVOKABLE QFont fixedFont(double size, int weight) const;
 
     /// The largest size, in eighths of a point from `size` down to its `minimumScale` share, at
@@ -173,6 +178,7 @@ public:
     Q_INVOKABLE QColor faded(QColor color, double opacity) const;
 
 private:
+    const int finestDetail = 8; ///< a size is off by a sixteenth of a point at most
     const double lineWidth = 1;
     const double eyebrowSize = 9.5;
     const double eyebrowTracking = 1.33;
