@@ -89,6 +89,21 @@ TEST(ResultOverlayView, TapsLeaveALeetCodePanelAloneAndItsButtonCloses) {
     EXPECT_EQ(view->place(view->item(u"resultClose"_qs)).size(), QSizeF(24, 24));
 }
 
+TEST(ResultOverlayView, TheTitleTakesItsOwnWidthAndGivesWayToTheTimeThatIsLeft) {
+    ResultView view(contentOf(u"Two plans."_qs, ResultKind::text));
+    const QQuickItem* title = view->item(u"resultTitle"_qs);
+    const QQuickItem* remaining = view->item(u"remaining"_qs);
+    const auto gap = [&] { return view->place(remaining).left() - view->place(title).right(); };
+    EXPECT_EQ(title->width(), title->implicitWidth());
+    EXPECT_GE(gap(), 100);
+    view->root()->setWidth(180);
+    view->settle();
+    EXPECT_LT(title->width(), title->implicitWidth());
+    EXPECT_TRUE(title->property("truncated").toBool());
+    EXPECT_EQ(remaining->width(), remaining->implicitWidth());
+    EXPECT_GE(gap(), 8);
+}
+
 TEST(ResultOverlayView, HeadingsOfASolutionHaveTheirShareOfTheSizeUnrounded) {
     for (const OverlayTextSize size : allCases<OverlayTextSize>()) {
         ResultOverlayContent content = contentOf(
