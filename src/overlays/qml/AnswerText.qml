@@ -54,6 +54,7 @@ Item {
 
         document: field.textDocument
         detail: root.detail
+        codeBackground: root.model.codeBackground
         onWritten: field.cursorPosition = 0
     }
 }
