@@ -39,6 +39,7 @@ check:
 	scripts/format --check
 	scripts/check-layers
 	scripts/check-clocks
+	scripts/check-views
 
 clean:
 	cmake -E rm -rf build

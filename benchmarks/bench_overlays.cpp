@@ -6,8 +6,8 @@
 //
 // Ends with 1 when a bar is missed.
 
+#include "OverlayMeters.h"
 #include "analysis/AppModel.h"
-#include "async/SystemClock.h"
 #include "overlays/OverlayCoordinator.h"
 #include "overlays/qml/OverlayViewsInstall.h"
 #include "platform/AccessibilitySettings.h"
@@ -25,15 +25,11 @@
 #include "support/XServer.h"
 #include "support/XTestClient.h"
 
-#include <QDir>
-#include <QFile>
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QThreadPool>
 #include <QWheelEvent>
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -47,6 +43,7 @@ namespace {
 
 using namespace lumivane;
 using namespace lumivane::test;
+using namespace lumivane::bench;
 
 constexpr QSize desktopSize(1920, 1080);
 constexpr double paintedBar = 100;    ///< milliseconds, of the 95th percentile
@@ -55,87 +52,6 @@ constexpr double scrollBar = 16;      ///< milliseconds without a turn of the ev
 constexpr double tickBar = 0.1;       ///< milliseconds
 constexpr double syncsBar = 1;        ///< a second
 constexpr double memoryBar = 1024;    ///< KiB
-
-const SystemClock systemClock;
-
-double milliseconds(std::chrono::nanoseconds duration) {
-    return std::chrono::duration<double, std::milli>(duration).count();
-}
-
-class Samples {
-public:
-    void add(double value) { m_values.push_back(value); }
-
-    std::size_t count() const { return m_values.size(); }
-
-    /// 0.5 is the median.
-    double quantile(double share) {
-        std::sort(m_values.begin(), m_values.end());
-        const auto index = std::size_t(share * double(m_values.size()));
-        return m_values.empty() ? 0 : m_values[std::min(index, m_values.size() - 1)];
-    }
-
-private:
-    std::vector<double> m_values;
-};
-
-/// Knows how long the main thread was with one event at most, and when panels painted.
-class MeteredApplication final : public QGuiApplication {
-public:
-    using QGuiApplication::QGuiApplication;
-
-    bool notify(QObject* receiver, QEvent* event) override {
-        auto* window = qobject_cast<QQuickWindow*>(receiver);
-        if (window != nullptr && event->type() == QEvent::Show) {
-            connect(window, &QQuickWindow::frameSwapped, this,
-                    [this] { frame = frame.value_or(systemClock.now()); });
-            connect(window, &QQuickWindow::beforeSynchronizing, this, [this] { ++syncs; });
-        }
-        if (m_isInside) {
-            return QGuiApplication::notify(receiver, event);
-        }
-        m_isInside = true;
-        const MonotonicInstant begin = systemClock.now();
-        const bool isHandled = QGuiApplication::notify(receiver, event);
-        longest = std::max(longest, milliseconds(systemClock.now() - begin));
-        m_isInside = false;
-        return isHandled;
-    }
-
-    double longest = 0;                    ///< milliseconds
-    std::optional<MonotonicInstant> frame; ///< the first one since it was reset
-    int syncs = 0;
-
-private:
-    bool m_isInside = false;
-};
-
-/// Measures what repeated timers do with their turns.
-class MeteredClock final : public Clock {
-public:
-    MonotonicInstant now() const override { return m_clock.now(); }
-
-    QDateTime wallNow() const override { return m_clock.wallNow(); }
-
-    std::unique_ptr<ClockTimer> after(std::chrono::nanoseconds delay,
-                                      std::function<void()> callback) override {
-        return m_clock.after(delay, std::move(callback));
-    }
-
-    std::unique_ptr<ClockTimer> every(std::chrono::nanoseconds interval,
-                                      std::function<void()> callback) override {
-        return m_clock.every(interval, [this, callback = std::move(callback)] {
-            const MonotonicInstant begin = now();
-            callback();
-            ticks.add(milliseconds(now() - begin));
-        });
-    }
-
-    Samples ticks;
-
-private:
-    SystemClock m_clock;
-};
 
 class MuteAnnouncer final : public Announcer {
 public:
@@ -205,19 +121,6 @@ struct Panels {
     AppSettings settings;
 };
 
-bool tell(bool isMet, const char* words) {
-    std::printf("%s: %s\n", words, isMet ? "met" : "MISSED");
-    std::fflush(stdout);
-    return isMet;
-}
-
-template <typename... Figures>
-bool tell(bool isMet, const char* format, Figures... figures) {
-    char words[256];
-    std::snprintf(words, sizeof words, format, figures...);
-    return tell(isMet, words);
-}
-
 /// The application model with a run that waits for its answer for ever.
 struct Road {
     explicit Road(Panels& panels)
@@ -264,17 +167,17 @@ bool measureWorking(Panels& panels, XTestClient& screen, int shows) {
     const QRect spot(desktopSize.width() / 2, desktopSize.height() / 2 - 40, 1, 1);
     const QRgb wallpaper = screen.screen(spot).pixel(0, 0);
     const auto isOnScreen = [&] { return screen.screen(spot).pixel(0, 0) != wallpaper; };
-    Samples painted;
-    Samples onScreen;
+    Figures painted;
+    Figures onScreen;
     double first = 0;
     for (int show = 0; show <= shows; ++show) {
-        const MonotonicInstant begin = systemClock.now();
+        const MonotonicInstant begin = meterNow();
         model.analyze(panels.displayID);
         const double frame = milliseconds(panels.waitForFrame() - begin);
         if (!waitUntil(isOnScreen)) {
             throw std::runtime_error("a panel is not on the screen");
         }
-        const double pixels = milliseconds(systemClock.now() - begin);
+        const double pixels = milliseconds(meterNow() - begin);
         const bool isFirst = show == 0;
         if (isFirst) {
             first = pixels;
@@ -318,10 +221,10 @@ void showSolution(Panels& panels, const QString& text) {
 bool measureLongAnswer(Panels& panels) {
     constexpr int rounds = 20;
     const QString text = solution(40000);
-    Samples times;
+    Figures times;
     double first = 0;
     for (int round = 0; round <= rounds; ++round) {
-        const MonotonicInstant begin = systemClock.now();
+        const MonotonicInstant begin = meterNow();
         showSolution(panels, text);
         const double time = milliseconds(panels.waitForFrame() - begin);
         if (round == 0) {
@@ -347,7 +250,7 @@ bool measureScrolling(Panels& panels) {
     drainEvents();
     QQuickWindow& window = Panels::window();
     const QPointF middle(window.width() / 2.0, window.height() / 2.0);
-    Samples blocks;
+    Figures blocks;
     for (int step = 0; step < 2 * steps; ++step) {
         panels.application.longest = 0;
         panels.application.frame.reset();
@@ -377,7 +280,7 @@ bool measureCountdown(Panels& panels) {
     panels.waitForFrame();
     panels.application.syncs = 0;
     waitUntil([] { return QGuiApplication::topLevelWindows().isEmpty(); });
-    Samples& ticks = panels.clock.ticks;
+    Figures& ticks = panels.clock.ticks;
     const double rate = panels.application.syncs / seconds;
     const bool isQuiet =
         tell(rate <= syncsBar, "a countdown of 5 s: %.1f syncs of the scene a second (bar %.0f)",
@@ -388,18 +291,6 @@ bool measureCountdown(Panels& panels) {
                 "p95 %.1f ms)",
                 ticks.count(), ticks.quantile(0.5), p95, ticks.quantile(1), tickBar) &&
            isQuiet;
-}
-
-double residentKiB() {
-    QFile file(u"/proc/self/statm"_qs);
-    if (!file.open(QIODevice::ReadOnly)) {
-        throw std::runtime_error("no memory figures");
-    }
-    return file.readAll().split(' ').at(1).toDouble() * double(sysconf(_SC_PAGESIZE)) / 1024;
-}
-
-int openFiles() {
-    return int(QDir(u"/proc/self/fd"_qs).entryList(QDir::AllEntries | QDir::System).size());
 }
 
 /// One panel of each kind in turn.
@@ -437,9 +328,9 @@ void measureKinds(Panels& panels) {
     int kind = 0;
     std::printf("first frame, medians of %d:", rounds);
     for (const char* name : names) {
-        Samples times;
+        Figures times;
         for (int round = 0; round < rounds; ++round) {
-            const MonotonicInstant begin = systemClock.now();
+            const MonotonicInstant begin = meterNow();
             showPanel(panels, kind);
             times.add(milliseconds(panels.waitForFrame() - begin));
             panels.clear();

@@ -5,6 +5,7 @@ import re
 import subprocess
 
 CODE_SUFFIXES = {".h", ".cpp"}
+VIEW_SUFFIXES = {".qml"}
 
 # Literals first, so that a "//" inside one starts no comment.
 _TOKENS = re.compile(
@@ -17,14 +18,15 @@ _TOKENS = re.compile(
 )
 
 
-def code_files(root: pathlib.Path) -> list[pathlib.Path]:
-    """The C++ files that git knows or would add, relative to the root, in order of name."""
+def code_files(root: pathlib.Path, suffixes: set[str] = CODE_SUFFIXES) -> list[pathlib.Path]:
+    """The files that git knows or would add, relative to the root, in order of name; those of C++
+    unless told."""
     command = ["git", "-C", str(root), "ls-files", "-z", "--cached", "--others",
                "--exclude-standard"]
     listed = subprocess.run(command, check=True, capture_output=True, text=True).stdout
     names = (pathlib.PurePosixPath(name) for name in listed.split("\0") if name)
     return sorted(pathlib.Path(name) for name in set(names)
-                  if name.suffix in CODE_SUFFIXES and (root / name).is_file())
+                  if name.suffix in suffixes and (root / name).is_file())
 
 
 def _blank(text: str) -> str:

@@ -136,6 +136,10 @@ double ResultOverlayModel::answerLineSpacing() const {
 
 QColor ResultOverlayModel::foreground() const { return paintColor(foregroundColor()); }
 
+QColor ResultOverlayModel::codeBackground() const {
+    return paintColor(LumivaneTheme::overlayCodeBackground.resolved(appearance()));
+}
+
 QColor ResultOverlayModel::outline() const {
     if (m_content.isError) {
         return paintColor(errorOutline);

@@ -58,6 +58,7 @@ class ResultOverlayModel final : public QObject {
     Q_PROPERTY(int answerWeight READ answerWeight CONSTANT)
     Q_PROPERTY(double answerLineSpacing READ answerLineSpacing CONSTANT)
     Q_PROPERTY(QColor foreground READ foreground CONSTANT)
+    Q_PROPERTY(QColor codeBackground READ codeBackground CONSTANT)
     Q_PROPERTY(QColor outline READ outline CONSTANT)
     Q_PROPERTY(lumivane::CountdownBarModel* countdown READ countdown CONSTANT)
     Q_PROPERTY(lumivane::ResultFooterModel* footer READ footer CONSTANT)
@@ -112,6 +113,7 @@ public:
     double answerLineSpacing() const;
 
     QColor foreground() const;
+    QColor codeBackground() const;
     QColor outline() const;
     Q_INVOKABLE QColor surface(bool reduceTransparency) const;
 

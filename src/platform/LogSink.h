@@ -5,6 +5,7 @@
 
 namespace lumivane {
 
+/// How much a line matters, the least first; which levels are kept is up to the sink.
 enum class LogLevel { debug, info, standard, error };
 
 /// Where log lines and stage intervals end up: mechanism only. Any thread; never fails.

@@ -32,7 +32,9 @@ protected:
             if (!program || program->children.size() != 1) {
                 return false;
             }
-            found = program->children.front().children.at(0);
+            const AccessibleNode& frame = program->children.front();
+            EXPECT_EQ(frame.name, u"Lumivane"_qs) << "what is around every panel";
+            found = frame.children.at(0);
             return found.outline().contains(u'"' + name + u'"');
         });
         EXPECT_TRUE(isThere) << name.toStdString() << " is not among\n"

@@ -54,7 +54,11 @@ TEST_F(AccountPanelView, ShowsItsWordsUncut) {
          {u"LOGIN REQUIRED"_qs, u"Log in to Lumivane to analyze this screen."_qs,
           u"Nothing was captured or sent."_qs, u"Not now"_qs, u"Log in"_qs}) {
         ASSERT_TRUE(view.shows(text)) << text.toStdString();
-        EXPECT_FALSE(view.textItem(text)->property("truncated").toBool()) << text.toStdString();
+        const QQuickItem* words = view.textItem(text);
+        EXPECT_LE(words->property("contentWidth").toDouble(), words->width()) << text.toStdString();
+        EXPECT_LE(words->property("contentHeight").toDouble(), words->height())
+            << text.toStdString();
+        EXPECT_FALSE(words->property("truncated").toBool()) << text.toStdString();
     }
 }
 

@@ -27,6 +27,12 @@ TEST(OverlayStyle, FontsHaveSizeWeightAndTrackingAtTheirDetail) {
     EXPECT_TRUE(QFontInfo(style.fixedFont(10, QFont::Normal)).fixedPitch());
 }
 
+TEST(OverlayStyle, AFontTakesTheDetailOfItsText) {
+    const OverlayStyle style;
+    EXPECT_EQ(style.systemFontAt(8, 12.5, QFont::Medium).pixelSize(), 100);
+    EXPECT_EQ(style.systemFontAt(8, 12.5, QFont::Medium).weight(), QFont::Medium);
+}
+
 TEST(OverlayStyle, KeepsTheSizeOfALineThatFits) {
     const OverlayStyle style;
     const QFont font = style.systemFont(16, QFont::Normal);

@@ -1,7 +1,9 @@
 #include "overlay_views/ResultViewFixture.h"
 #include "support/EventLoop.h"
 
+#include <QQuickTextDocument>
 #include <QTest>
+#include <QTextBlock>
 
 #include <gmock/gmock.h>
 
@@ -85,6 +87,47 @@ TEST(ResultOverlayView, TapsLeaveALeetCodePanelAloneAndItsButtonCloses) {
     view->click(view->item(u"resultClose"_qs));
     EXPECT_EQ(view.dismissals, 1);
     EXPECT_EQ(view->place(view->item(u"resultClose"_qs)).size(), QSizeF(24, 24));
+}
+
+TEST(ResultOverlayView, TheTitleTakesItsOwnWidthAndGivesWayToTheTimeThatIsLeft) {
+    ResultView view(contentOf(u"Two plans."_qs, ResultKind::text));
+    const QQuickItem* title = view->item(u"resultTitle"_qs);
+    const QQuickItem* remaining = view->item(u"remaining"_qs);
+    const auto gap = [&] { return view->place(remaining).left() - view->place(title).right(); };
+    EXPECT_EQ(title->width(), title->implicitWidth());
+    EXPECT_GE(gap(), 100);
+    view->root()->setWidth(180);
+    view->settle();
+    EXPECT_LT(title->width(), title->implicitWidth());
+    EXPECT_TRUE(title->property("truncated").toBool());
+    EXPECT_EQ(remaining->width(), remaining->implicitWidth());
+    EXPECT_GE(gap(), 8);
+}
+
+TEST(ResultOverlayView, HeadingsOfASolutionHaveTheirShareOfTheSizeUnrounded) {
+    for (const OverlayTextSize size : allCases<OverlayTextSize>()) {
+        ResultOverlayContent content = contentOf(
+            u"# Title\nbody\n# one\nbody\n## two\nbody\n### three\nbody"_qs, ResultKind::leetCode);
+        content.settings.overlayTextSize = size;
+        ResultView view(content, {560, 400});
+        const QQuickItem* field = view->item(u"answerText"_qs);
+        const auto* document =
+            field->property("textDocument").value<QQuickTextDocument*>()->textDocument();
+        const auto sizeOfLine = [&](const QString& line) {
+            for (auto block = document->begin(); block.isValid(); block = block.next()) {
+                if (block.text() == line) {
+                    const QTextCharFormat format = block.begin().fragment().charFormat();
+                    return format.property(QTextFormat::FontPixelSize).toInt() * field->scale();
+                }
+            }
+            return 0.0;
+        };
+        const double base = view.model().answerSize();
+        EXPECT_EQ(field->property("font").value<QFont>().pixelSize() * field->scale(), base);
+        EXPECT_NEAR(sizeOfLine(u"one"_qs), base * 1.5, 0.0626);
+        EXPECT_NEAR(sizeOfLine(u"two"_qs), base * 1.28, 0.0626);
+        EXPECT_NEAR(sizeOfLine(u"three"_qs), base * 1.12, 0.0626);
+    }
 }
 
 TEST(ResultOverlayView, CopiesTheWholeAnswerAndStaysOpen) {

@@ -46,6 +46,8 @@ public:
               [this] { ++dismissals; }, [this](bool isOver) { hovers.push_back(isOver); }))
         , m_shown(OverlayViews::result(), m_model, size) {}
 
+    ShownView& operator*() { return m_shown; }
+
     ShownView* operator->() { return &m_shown; }
 
     ResultOverlayModel& model() { return *m_model; }

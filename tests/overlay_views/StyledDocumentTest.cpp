@@ -81,6 +81,15 @@ TEST_F(StyledDocumentTest, TakesSizesAtTheDetailOfItsField) {
     EXPECT_EQ(formatAt(1).property(QTextFormat::FontPixelSize).toInt(), 32);
 }
 
+TEST_F(StyledDocumentTest, ShadesCodeAndNothingElse) {
+    m_styled.setCodeBackground(QColor(0, 0, 0, 40));
+    write({StyledRun{.text = u"a"_qs}, StyledRun{.text = u"c"_qs, .isCode = true}});
+    EXPECT_EQ(formatAt(0).background().style(), Qt::NoBrush);
+    EXPECT_EQ(formatAt(1).background().color(), QColor(0, 0, 0, 40));
+    m_styled.setCodeBackground(Qt::transparent);
+    EXPECT_EQ(formatAt(1).background().style(), Qt::NoBrush);
+}
+
 TEST_F(StyledDocumentTest, TakesMarkupForWhatItIs) {
     write({StyledRun{.text = u"<b>a</b> & [x](y)"_qs}});
     EXPECT_EQ(document().toPlainText(), u"<b>a</b> & [x](y)"_qs);

@@ -41,8 +41,11 @@ TEST_F(WorkingOverlayView, ShrinksWordsThatAreTooWideButNotBeyondTheirLimit) {
     m_state->setSlow(true);
     test::ShownView& view = show(settings);
     const QQuickItem* status = view.item(u"workingStatus"_qs);
-    EXPECT_LE(status->property("size").toDouble(), 15);
-    EXPECT_GE(status->property("size").toDouble(), 15 * 0.85);
+    EXPECT_DOUBLE_EQ(status->property("fullSize").toDouble(), 15);
+    const double size = status->property("size").toDouble();
+    EXPECT_GE(size, 15 * 0.85);
+    const double widthAtFullSize = status->property("implicitWidth").toDouble();
+    EXPECT_EQ(size<15, widthAtFullSize> status->width()) << "it shrinks only where it has to";
     EXPECT_FALSE(status->property("truncated").toBool());
     view.root()->setWidth(200);
     view.settle();

@@ -160,6 +160,20 @@ TEST_F(OverlayCoordinatorClockTest, AHoldIsShown) {
     EXPECT_TRUE(glides().back().has_value());
 }
 
+TEST_F(OverlayCoordinatorClockTest, AHoldInsideOneTickIsNotShown) {
+    show();
+    const auto model = result();
+    model->countdown()->place({18, 200, 464, 2}, Qt::black);
+    const auto glides = [this] { return host.opened()[0].glides.size(); };
+    const auto before = glides();
+    clock.advance(30ms);
+    EXPECT_TRUE(host.hover(true));
+    clock.advance(40ms);
+    EXPECT_TRUE(host.hover(false));
+    clock.advance(130ms);
+    EXPECT_EQ(glides(), before) << "what pauses ends its glide, and begins another one later";
+}
+
 TEST_F(OverlayCoordinatorClockTest, WithoutThatSettingThePointerHoldsNothing) {
     settings.resultSeconds = 6;
     settings.extendOnHover = false;

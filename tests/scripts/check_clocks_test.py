@@ -53,6 +53,29 @@ class CheckClocksTest(TreeTest):
                 self.assert_finds(path, "check-clocks")
                 (self.root / path).unlink()
 
+    def test_each_way_to_a_real_clock_is_found_in_a_view(self):
+        for code in ("Timer {", "Timer{", "QtQuick.Timer {", "property real now: Date.now()",
+                     "onClicked: began = new Date()", "onClicked: began = new Date",
+                     "onClicked: setTimeout(go, 5)"):
+            with self.subTest(code):
+                self.write("src/overlays/qml/Bad.qml", f"Item {{\n    {code}\n}}\n")
+                self.assert_finds("src/overlays/qml/Bad.qml:2: ", "check-clocks")
+
+    def test_the_listed_views_may_and_what_moves_is_fine(self):
+        timer = "Timer {\n    interval: 5\n}\n"
+        for name in ("Spinner", "controls/PressTip"):
+            self.write(f"src/overlays/qml/{name}.qml", timer)
+        self.write("src/overlays/qml/Fine.qml",
+                   "// Timer { would be wrong here\n"
+                   "Item {\n"
+                   "    NumberAnimation on x { duration: 5 }\n"
+                   "    SpinnerTimer { name: \"Timer {\" }\n"
+                   "    property date told: new Date(2026, 1, 1)\n"
+                   "}\n")
+        self.assert_passes("check-clocks")
+        self.write("src/overlays/qml/controls/Spinner.qml", timer)
+        self.assert_finds("src/overlays/qml/controls/Spinner.qml:1: ", "check-clocks")
+
     def test_words_that_only_look_alike_pass(self):
         self.write("src/screen/Fine.cpp",
                    "#include <QTimer>\n"

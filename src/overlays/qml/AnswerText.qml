@@ -10,7 +10,9 @@ Item {
     property alias selectByMouse: field.selectByMouse
     // Of the text, where nothing around it speaks for it.
     property string spokenName
-    readonly property int detail: OverlayStyle.detail(model.answerSize)
+    // Headings are shares of the answer's size.
+    readonly property int detail: model.isLeetCode ? OverlayStyle.finestDetail
+                                                   : OverlayStyle.detail(model.answerSize)
 
     // The end of the selection, which a drag moves.
     signal selectionGrew(top: real, bottom: real)
@@ -25,7 +27,8 @@ Item {
         width: root.width * root.detail
         scale: 1 / root.detail
         transformOrigin: Item.TopLeft
-        font: OverlayStyle.systemFont(root.model.answerSize, root.model.answerWeight)
+        font: OverlayStyle.systemFontAt(root.detail, root.model.answerSize,
+                                        root.model.answerWeight)
         color: root.model.foreground
         selectionColor: OverlayStyle.faded(color, OverlayStyle.selectionOpacity)
         selectedTextColor: color
@@ -51,6 +54,7 @@ Item {
 
         document: field.textDocument
         detail: root.detail
+        codeBackground: root.model.codeBackground
         onWritten: field.cursorPosition = 0
     }
 }

@@ -11,7 +11,7 @@ namespace lumivane {
 
 namespace {
 
-constexpr int finestDetail = 8;
+constexpr int stepsOfAPoint = 8;
 
 QFont sized(QFont font, double size, int weight, int detail) {
     font.setPixelSize(std::max(1, static_cast<int>(std::lround(size * detail))));
@@ -22,7 +22,7 @@ QFont sized(QFont font, double size, int weight, int detail) {
 /// Walks down from `size`, so that the first one that fits is the largest.
 template <typename Fits>
 double largest(double size, double minimum, Fits&& fits) {
-    for (double candidate = size; candidate > minimum; candidate -= 1.0 / finestDetail) {
+    for (double candidate = size; candidate > minimum; candidate -= 1.0 / stepsOfAPoint) {
         if (fits(candidate)) {
             return candidate;
         }
@@ -51,6 +51,10 @@ QFont OverlayStyle::systemFont(double size, int weight, double tracking) const {
     return font;
 }
 
+QFont OverlayStyle::systemFontAt(int detail, double size, int weight) const {
+    return sized(QGuiApplication::font(), size, weight, detail);
+}
+
 QFont OverlayStyle::fixedFont(double size, int weight) const {
     return sized(QFontDatabase::systemFont(QFontDatabase::FixedFont), size, weight, detail(size));
 }
@@ -63,7 +67,7 @@ double OverlayStyle::sizeInLine(const QString& text, const QFont& font, double s
     if (full <= width) {
         return size;
     }
-    const double guess = std::floor(size * width / full * finestDetail + 2) / finestDetail;
+    const double guess = std::floor(size * width / full * stepsOfAPoint + 2) / stepsOfAPoint;
     return largest(std::min(size, guess), size * minimumScale, [&](double candidate) {
         const QFont smaller = sized(font, candidate, font.weight(), detail(candidate));
         return QFontMetricsF(smaller).horizontalAdvance(line) <= width * detail(candidate);

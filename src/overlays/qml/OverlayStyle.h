@@ -1,6 +1,8 @@
 #pragma once
 
 #include "overlays/ResultOverlayLayout.h"
+#include "ui/identity/LumivaneTheme.h"
+#include "ui/identity/PaintColor.h"
 
 #include <QColor>
 #include <QFont>
@@ -65,6 +67,9 @@ class OverlayStyle : public QObject {
     Q_PROPERTY(double chipHorizontalPadding MEMBER chipHorizontalPadding CONSTANT)
     Q_PROPERTY(double chipVerticalPadding MEMBER chipVerticalPadding CONSTANT)
 
+    // A text of several sizes.
+    Q_PROPERTY(int finestDetail MEMBER finestDetail CONSTANT)
+
     // What is pressed.
     Q_PROPERTY(double symbolButtonSize MEMBER symbolButtonSize CONSTANT)
     Q_PROPERTY(double symbolButtonSymbol MEMBER symbolButtonSymbol CONSTANT)
@@ -81,6 +86,19 @@ class OverlayStyle : public QObject {
     Q_PROPERTY(double hoveredFillOpacity MEMBER hoveredFillOpacity CONSTANT)
     Q_PROPERTY(double focusRingWidth MEMBER focusRingWidth CONSTANT)
     Q_PROPERTY(double focusRingMargin MEMBER focusRingMargin CONSTANT)
+    Q_PROPERTY(QColor noColor MEMBER noColor CONSTANT)
+
+    // What a symbol means, under the pointer that rests on it.
+    Q_PROPERTY(int tipDelay MEMBER tipDelay CONSTANT)
+    Q_PROPERTY(double tipSize MEMBER tipSize CONSTANT)
+    Q_PROPERTY(double tipRadius MEMBER tipRadius CONSTANT)
+    Q_PROPERTY(double tipHorizontalPadding MEMBER tipHorizontalPadding CONSTANT)
+    Q_PROPERTY(double tipVerticalPadding MEMBER tipVerticalPadding CONSTANT)
+    Q_PROPERTY(double tipMargin MEMBER tipMargin CONSTANT)
+    Q_PROPERTY(double tipDistance MEMBER tipDistance CONSTANT)
+    Q_PROPERTY(QColor tipFill MEMBER tipFill CONSTANT)
+    Q_PROPERTY(QColor tipOutline MEMBER tipOutline CONSTANT)
+    Q_PROPERTY(QColor tipText MEMBER tipText CONSTANT)
 
     // What scrolls.
     Q_PROPERTY(double wheelStep MEMBER wheelStep CONSTANT)
@@ -141,6 +159,8 @@ public:
     /// The system's fonts at `detail(size)` times `size`. `weight` is on the field's scale of 1
     /// to 1000, `tracking` is the extra space behind each letter.
     Q_INVOKABLE QFont systemFont(double size, int weight, double tracking = 0) const;
+    /// At a detail of the caller's, for a text whose parts have sizes of their own.
+    Q_INVOKABLE QFont systemFontAt(int detail, double size, int weight) const;
     Q_INVOKABLE QFont fixedFont(double size, int weight) const;
 
     /// The largest size, in eighths of a point from `size` down to its `minimumScale` share, at
@@ -158,6 +178,7 @@ public:
     Q_INVOKABLE QColor faded(QColor color, double opacity) const;
 
 private:
+    const int finestDetail = 8; ///< a size is off by a sixteenth of a point at most
     const double lineWidth = 1;
     const double eyebrowSize = 9.5;
     const double eyebrowTracking = 1.33;
@@ -218,6 +239,18 @@ private:
     const double hoveredFillOpacity = 0.12;
     const double focusRingWidth = 2;
     const double focusRingMargin = 2;
+    const QColor noColor{Qt::transparent};
+
+    const int tipDelay = 600; ///< milliseconds
+    const double tipSize = 11;
+    const double tipRadius = 5;
+    const double tipHorizontalPadding = 7;
+    const double tipVerticalPadding = 3;
+    const double tipMargin = 6;   ///< to the edges of the panel
+    const double tipDistance = 4; ///< to what it speaks of
+    const QColor tipFill = paintColor(LumivaneTheme::surfaceControl.dark);
+    const QColor tipOutline = paintColor(LumivaneTheme::surfaceControlBorder.dark);
+    const QColor tipText = paintColor(LumivaneTheme::textPrimary.dark);
 
     const double wheelStep = 60;   ///< for each notch of the wheel
     const double wheelNotch = 120; ///< what the toolkit counts for one
@@ -252,7 +285,7 @@ private:
     const double accountBodySize = 13;
     const double accountBodyOpacity = 0.78;
     const double accountMinimumScale = 0.75;
-    const QColor accountIcon{0x6C, 0xD9, 0xD8};
+    const QColor accountIcon = paintColor(LumivaneTheme::accentFill.dark);
     const QColor accountFill = QColor::fromRgbF(0.08F, 0.09F, 0.12F, 0.98F);
     const QColor accountOutline = QColor::fromRgbF(1, 1, 1, 0.16F);
     const double buttonMargin = 1; ///< around what is drawn
@@ -264,8 +297,8 @@ private:
     const double buttonSize = 13;
     const QColor buttonFill = QColor::fromRgbF(1, 1, 1, 0.1F);
     const QColor buttonOutline = QColor::fromRgbF(1, 1, 1, 0.2F);
-    const QColor defaultButtonFill{0x6C, 0xD9, 0xD8};
-    const QColor defaultButtonText{0x0B, 0x14, 0x16};
+    const QColor defaultButtonFill = paintColor(LumivaneTheme::accentFill.dark);
+    const QColor defaultButtonText = paintColor(LumivaneTheme::accentOnFill.dark);
 };
 
 } // namespace lumivane

@@ -9,8 +9,10 @@
 
 namespace lumivane {
 
-// Names the models to the views; the models themselves know nothing of views.
+// Names the models to the views; the models themselves know nothing of views. A view is handed its
+// model as a property and never makes or owns one.
 
+/// The `model` of AccountPanel.
 struct AccountPanelModelType {
     Q_GADGET
     QML_FOREIGN(lumivane::AccountPanelModel)
@@ -18,6 +20,7 @@ struct AccountPanelModelType {
     QML_UNCREATABLE("handed in")
 };
 
+/// The `model` of CountdownBar; the result owns it.
 struct CountdownBarModelType {
     Q_GADGET
     QML_FOREIGN(lumivane::CountdownBarModel)
@@ -25,6 +28,7 @@ struct CountdownBarModelType {
     QML_UNCREATABLE("part of a result")
 };
 
+/// The `model` of NotesStatusOverlay.
 struct NotesStatusModelType {
     Q_GADGET
     QML_FOREIGN(lumivane::NotesStatusModel)
@@ -32,6 +36,7 @@ struct NotesStatusModelType {
     QML_UNCREATABLE("handed in")
 };
 
+/// The `model` of ResultFooter; the result owns it.
 struct ResultFooterModelType {
     Q_GADGET
     QML_FOREIGN(lumivane::ResultFooterModel)
@@ -39,6 +44,7 @@ struct ResultFooterModelType {
     QML_UNCREATABLE("part of a result")
 };
 
+/// The `model` of ResultOverlay and of its parts.
 struct ResultOverlayModelType {
     Q_GADGET
     QML_FOREIGN(lumivane::ResultOverlayModel)
@@ -46,6 +52,7 @@ struct ResultOverlayModelType {
     QML_UNCREATABLE("handed in")
 };
 
+/// The `model` of WorkingOverlay.
 struct WorkingOverlayModelType {
     Q_GADGET
     QML_FOREIGN(lumivane::WorkingOverlayModel)

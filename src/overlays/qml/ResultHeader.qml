@@ -30,6 +30,7 @@ RowLayout {
     }
 
     OverlayText {
+        objectName: "resultTitle"
         text: root.model.title
         size: OverlayStyle.eyebrowSize
         weight: Font.DemiBold
@@ -38,6 +39,12 @@ RowLayout {
         opacity: OverlayStyle.quietOpacity
         maximumLineCount: 1
         elide: Text.ElideRight
+        Layout.fillWidth: true
+        Layout.maximumWidth: implicitWidth
+    }
+
+    Item {
+        Layout.minimumWidth: OverlayStyle.headerSpacing
         Layout.fillWidth: true
     }
 

@@ -20,7 +20,7 @@ void setWeight(QTextCharFormat& format, const StyledRun& run) {
     }
 }
 
-QTextCharFormat charFormat(const StyledRun& run, int detail) {
+QTextCharFormat charFormat(const StyledRun& run, int detail, const QColor& codeBackground) {
     QTextCharFormat format;
     setWeight(format, run);
     if (run.isEmphasized) {
@@ -32,6 +32,9 @@ QTextCharFormat charFormat(const StyledRun& run, int detail) {
     if (run.isCode) {
         format.setFontFamilies(QFontDatabase::systemFont(QFontDatabase::FixedFont).families());
         format.setFontFixedPitch(true);
+        if (codeBackground.alpha() > 0) {
+            format.setBackground(codeBackground);
+        }
     }
     if (run.pointSize > 0) {
         format.setProperty(QTextFormat::FontPixelSize,
@@ -77,6 +80,11 @@ void StyledDocument::setDetail(int detail) {
     change();
 }
 
+void StyledDocument::setCodeBackground(const QColor& codeBackground) {
+    m_codeBackground = codeBackground;
+    change();
+}
+
 void StyledDocument::componentComplete() {
     m_isComplete = true;
     write();
@@ -100,7 +108,7 @@ void StyledDocument::write() {
     cursor.select(QTextCursor::Document);
     cursor.removeSelectedText();
     for (const StyledRun& run : m_text.runs) {
-        cursor.insertText(run.text, charFormat(run, m_detail));
+        cursor.insertText(run.text, charFormat(run, m_detail, m_codeBackground));
     }
     formatParagraphs(*document, m_lineSpacing * m_detail);
     cursor.endEditBlock();

@@ -2,6 +2,7 @@
 
 #include "overlays/StyledText.h"
 
+#include <QColor>
 #include <QObject>
 #include <QPointer>
 #include <QQmlParserStatus>
@@ -22,6 +23,7 @@ class StyledDocument : public QObject, public QQmlParserStatus {
     Q_PROPERTY(QString plainText READ plainText WRITE setPlainText NOTIFY changed)
     Q_PROPERTY(double lineSpacing READ lineSpacing WRITE setLineSpacing NOTIFY changed)
     Q_PROPERTY(int detail READ detail WRITE setDetail NOTIFY changed)
+    Q_PROPERTY(QColor codeBackground READ codeBackground WRITE setCodeBackground NOTIFY changed)
 
 public:
     using QObject::QObject;
@@ -48,6 +50,11 @@ public:
 
     void setDetail(int detail);
 
+    /// Painted behind code; nothing where it is transparent.
+    const QColor& codeBackground() const { return m_codeBackground; }
+
+    void setCodeBackground(const QColor& codeBackground);
+
     void classBegin() override {}
 
     void componentComplete() override;
@@ -65,6 +72,7 @@ private:
     StyledText m_text;
     double m_lineSpacing = 0;
     int m_detail = 1;
+    QColor m_codeBackground{Qt::transparent};
     bool m_isComplete = false;
 };
 

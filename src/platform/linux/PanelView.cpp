@@ -13,6 +13,7 @@ PanelView::PanelView(const PanelRequest& request, QScreen& screen, const QRect& 
         Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::BypassWindowManagerHint;
     flags.setFlag(Qt::WindowTransparentForInput, !request.isInteractive);
     m_window.setFlags(flags);
+    m_window.setTitle(PanelView::title);
     m_window.setProperty("_q_showWithoutActivating", true);
     m_window.setColor(Qt::transparent);
     m_window.setScreen(&screen);

@@ -17,6 +17,9 @@ namespace lumivane {
 /// objects go at the next turn of the event loop, since it may be in the middle of a call.
 class PanelView final : public QObject {
 public:
+    /// What the desktop and assistive technology call the window; nobody sees it written.
+    static inline const QString title = u"Lumivane"_qs;
+
     /// `area` is in the toolkit's own coordinates and lies on `screen`.
     PanelView(const PanelRequest& request, QScreen& screen, const QRect& area, QObject& owner);
     ~PanelView() override;

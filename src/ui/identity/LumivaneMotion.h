@@ -22,8 +22,9 @@ inline constexpr milliseconds appearanceFadeIn{260};
 /// How long a change of the appearance waits for the old one to fade.
 inline constexpr int appearanceSwapDelayMilliseconds = appearanceFadeOut.count();
 
+/// A change as a view runs it: how long it takes, and how it starts and settles.
 struct Animation {
-    milliseconds duration;
+    milliseconds duration; ///< of the whole change
     QEasingCurve curve;
 
     bool operator==(const Animation&) const = default;

@@ -13,6 +13,7 @@ PressArea {
     implicitHeight: OverlayStyle.copyButtonHeight
     ringRadius: OverlayStyle.copyButtonRadius
     ringColor: tint
+    hasTip: true
     Accessible.name: help
     Accessible.description: "" // the name says it all
 

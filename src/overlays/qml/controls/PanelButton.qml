@@ -20,7 +20,7 @@ PressArea {
         margin: OverlayStyle.buttonMargin
         radius: OverlayStyle.buttonRadius
         fill: root.isDefault ? OverlayStyle.defaultButtonFill : OverlayStyle.buttonFill
-        outline: root.isDefault ? "transparent" : OverlayStyle.buttonOutline
+        outline: root.isDefault ? OverlayStyle.noColor : OverlayStyle.buttonOutline
         opacity: root.pressed ? OverlayStyle.pressedOpacity
                               : root.hovered ? OverlayStyle.hoveredOpacity : 1
     }

@@ -8,6 +8,8 @@ Item {
 
     property string label
     property string help: label
+    // Whether the help is shown to a pointer that rests here: what has its words on it needs none.
+    property bool hasTip: false
     property real ringRadius: OverlayStyle.buttonRadius
     property color ringColor: OverlayStyle.foregroundOnFill
     readonly property alias hovered: area.containsMouse
@@ -22,6 +24,7 @@ Item {
     Accessible.focusable: activeFocusOnTab
     Accessible.onPressAction: root.activated()
     Keys.onSpacePressed: root.activated()
+    onVisibleChanged: tip.end()
 
     // Keeps the press from the panel's own tap.
     MouseArea {
@@ -29,7 +32,17 @@ Item {
 
         anchors.fill: parent
         hoverEnabled: true
+        onEntered: tip.begin()
+        onExited: tip.end()
+        onPressed: tip.end()
         onClicked: root.activated()
+    }
+
+    PressTip {
+        id: tip
+
+        target: root
+        text: root.hasTip ? root.help : ""
     }
 
     Rectangle {
@@ -39,7 +52,7 @@ Item {
         }
         visible: root.activeFocus
         radius: root.ringRadius + OverlayStyle.focusRingMargin
-        color: "transparent"
+        color: OverlayStyle.noColor
         border {
             width: OverlayStyle.focusRingWidth
             color: root.ringColor

@@ -12,6 +12,7 @@ PressArea {
     implicitWidth: OverlayStyle.symbolButtonSize
     implicitHeight: OverlayStyle.symbolButtonSize
     ringRadius: width / 2
+    hasTip: true
 
     Symbol {
         id: glyph
