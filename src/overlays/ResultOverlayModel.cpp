@@ -1,6 +1,7 @@
 #include "overlays/ResultOverlayModel.h"
 
 #include "overlays/LeetCodeSolutionRenderer.h"
+#include "overlays/ShownAnswer.h"
 #include "ui/identity/PaintColor.h"
 
 #include <QFont>
@@ -96,9 +97,15 @@ QColor ResultOverlayModel::statusChipColor() const {
     return paintColor(LumivaneTheme::overlayStatusChip.resolved(appearance()));
 }
 
+QString ResultOverlayModel::choice() const { return ShownAnswer::line(m_content.text); }
+
+QString ResultOverlayModel::passage() const {
+    return ShownAnswer::passage(m_content.text).plainText();
+}
+
 StyledText ResultOverlayModel::renderedText() const {
-    return LeetCodeSolutionRenderer::rendered(m_content.text,
-                                              pointSize(m_content.settings.overlayTextSize));
+    return ShownAnswer::passage(LeetCodeSolutionRenderer::rendered(
+        m_content.text, pointSize(m_content.settings.overlayTextSize)));
 }
 
 double ResultOverlayModel::answerSize() const {

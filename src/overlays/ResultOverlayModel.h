@@ -52,7 +52,8 @@ class ResultOverlayModel final : public QObject {
     Q_PROPERTY(QString notesFailureLabel READ notesFailureLabel CONSTANT)
     Q_PROPERTY(QString notesFailureSymbol READ notesFailureSymbol CONSTANT)
     Q_PROPERTY(QString notesDismissLabel READ notesDismissLabel CONSTANT)
-    Q_PROPERTY(QString answer READ answer CONSTANT)
+    Q_PROPERTY(QString choice READ choice CONSTANT)
+    Q_PROPERTY(QString passage READ passage CONSTANT)
     Q_PROPERTY(lumivane::StyledText renderedText READ renderedText CONSTANT)
     Q_PROPERTY(double answerSize READ answerSize CONSTANT)
     Q_PROPERTY(int answerWeight READ answerWeight CONSTANT)
@@ -102,7 +103,9 @@ public:
 
     const QString& notesDismissLabel() const { return NotesFailureWords::dismissLabel; }
 
-    const QString& answer() const { return m_content.text; }
+    /// What a panel of that kind shows of the answer: its letters on one line, or its words.
+    QString choice() const;
+    QString passage() const;
 
     /// What a LeetCode panel shows of the answer.
     StyledText renderedText() const;

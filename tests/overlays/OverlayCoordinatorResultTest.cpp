@@ -16,7 +16,7 @@ TEST_F(OverlayCoordinatorResultTest, EachKindHasItsOwnPanel) {
         EXPECT_EQ(result()->isLeetCode(), kind == ResultKind::leetCode);
         EXPECT_EQ(result()->isChoice(), kind == ResultKind::choice);
         EXPECT_FALSE(result()->isError());
-        EXPECT_EQ(result()->answer(), u"an answer"_qs);
+        EXPECT_EQ(result()->passage(), u"an answer"_qs);
     }
     EXPECT_EQ(host.up().size(), 1U);
 }
@@ -209,7 +209,7 @@ TEST_F(OverlayCoordinatorResultTest, AnErrorHasAPanelOfItsOwnInPlaceOfAResult) {
     EXPECT_TRUE(host.opened()[1].request.hasShadow);
     EXPECT_EQ(host.opened()[1].view, OverlayViews::result());
     EXPECT_TRUE(result()->isError());
-    EXPECT_EQ(result()->answer(), u"It failed."_qs);
+    EXPECT_EQ(result()->passage(), u"It failed."_qs);
     EXPECT_TRUE(result()->footer()->offersCopy()) << "an error was never copied";
     EXPECT_EQ(remaining(), u"20s"_qs);
     ASSERT_NE(result()->countdown(), nullptr);

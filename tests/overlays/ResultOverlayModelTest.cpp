@@ -161,7 +161,7 @@ TEST_F(ResultOverlayModelTest, SolutionIsRenderedInBodySizeAndCopiedWhole) {
     open(ResultKind::leetCode);
     EXPECT_EQ(model->renderedText().plainText(), u"H\nUse map."_qs);
     EXPECT_EQ(model->renderedText().runs.front().pointSize, 15 * 1.28);
-    EXPECT_EQ(model->answer(), content.text);
+    EXPECT_EQ(model->passage(), content.text);
     model->footer()->copy();
     EXPECT_EQ(clipboard.contents.at(PasteboardType::string), content.text);
 }

@@ -7,7 +7,7 @@ FittingText {
 
     required property ResultOverlayModel model
 
-    text: model.answer
+    text: model.choice
     fullSize: model.answerSize
     weight: model.answerWeight
     minimumScale: OverlayStyle.choiceMinimumScale

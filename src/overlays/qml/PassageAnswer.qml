@@ -8,13 +8,13 @@ ScrollArea {
 
     tint: model.foreground
     Accessible.role: Accessible.StaticText
-    Accessible.name: model.answer
+    Accessible.name: model.passage
 
     AnswerText {
         width: root.width
         model: root.model
         enabled: false // a press is for the panel
         document.lineSpacing: root.model.answerLineSpacing
-        document.plainText: root.model.answer
+        document.plainText: root.model.passage
     }
 }
