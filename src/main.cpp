@@ -19,7 +19,6 @@
 #include "platform/linux/QuickPanelHost.h"
 #include "platform/linux/RecognitionLanguages.h"
 #include "platform/linux/ScreenScales.h"
-#include "platform/linux/SessionBus.h"
 #include "platform/linux/SystemLogSink.h"
 #include "platform/linux/TerminationSignals.h"
 #include "platform/linux/TesseractRecogniser.h"
@@ -44,7 +43,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 
 namespace {
@@ -93,9 +91,8 @@ int run() {
     TriggerController triggers(hotKeys, displays, clock);
 
     CompositorWatch compositor;
-    DesktopAccessibilitySettings accessibility([&compositor] { return compositor.isRunning(); });
-    const SessionBus sessionBus(
-        [&accessibility](const QDBusConnection& bus) { accessibility.follow(bus); });
+    DesktopAccessibilitySettings accessibility(QDBusConnection::sessionBus(),
+                                               [&compositor] { return compositor.isRunning(); });
     QObject::connect(&compositor, &CompositorWatch::changed, &accessibility,
                      &DesktopAccessibilitySettings::transparencySupportChanged);
     AtspiAnnouncer announcer(clock);
@@ -140,10 +137,6 @@ int run() {
     const int status = QApplication::exec();
     workers.clear();
     workers.waitForDone();
-    if (sessionBus.isWaiting()) {
-        // Everything of ours has ended; the toolkit would wait for the bus.
-        std::_Exit(status);
-    }
     return status;
 }
 

@@ -46,8 +46,7 @@ protected:
     /// Settings that count their changes.
     struct Subject {
         explicit Subject(const QDBusConnection& bus, std::function<bool()> canShow = {})
-            : settings(std::move(canShow)) {
-            settings.follow(bus);
+            : settings(bus, std::move(canShow)) {
             QObject::connect(&settings, &AccessibilitySettings::changed, &settings,
                              [this] { ++changes; });
         }

@@ -99,21 +99,18 @@ bool toolkitWantsLessMotion() {
 } // namespace
 
 DesktopAccessibilitySettings::DesktopAccessibilitySettings(
-    std::function<bool()> canShowTransparency, QObject* parent)
+    const QDBusConnection& sessionBus, std::function<bool()> canShowTransparency, QObject* parent)
     : AccessibilitySettings(parent)
+    , m_bus(sessionBus)
     , m_canShowTransparency(std::move(canShowTransparency)) {
     static_assert(settings.size() == settingCount);
     followStyle();
-}
-
-void DesktopAccessibilitySettings::follow(const QDBusConnection& sessionBus) {
-    m_bus = sessionBus;
     // Without the portal's name: with it the toolkit would wait for the bus to say who has it.
-    m_bus->connect(QString(), portalPath, portalInterface, u"SettingChanged"_qs, this,
-                   SLOT(takeChange(QDBusMessage)));
-    m_bus->connect(u"org.freedesktop.DBus"_qs, u"/org/freedesktop/DBus"_qs,
-                   u"org.freedesktop.DBus"_qs, u"NameOwnerChanged"_qs, {portalService}, QString(),
-                   this, SLOT(followPortal(QString, QString, QString)));
+    m_bus.connect(QString(), portalPath, portalInterface, u"SettingChanged"_qs, this,
+                  SLOT(takeChange(QDBusMessage)));
+    m_bus.connect(u"org.freedesktop.DBus"_qs, u"/org/freedesktop/DBus"_qs,
+                  u"org.freedesktop.DBus"_qs, u"NameOwnerChanged"_qs, {portalService}, QString(),
+                  this, SLOT(followPortal(QString, QString, QString)));
     read();
 }
 
@@ -144,7 +141,7 @@ void DesktopAccessibilitySettings::read() {
     auto question =
         QDBusMessage::createMethodCall(portalService, portalPath, portalInterface, u"ReadAll"_qs);
     question << groups();
-    auto* watcher = new QDBusPendingCallWatcher(m_bus->asyncCall(question), this);
+    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(question), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this, watcher, reading = ++m_readings] {
                 watcher->deleteLater();

@@ -25,11 +25,9 @@ class DesktopAccessibilitySettings final : public AccessibilitySettings {
 public:
     /// `canShowTransparency` is asked now and at each `transparencySupportChanged`; an empty one
     /// stands for a desktop that always can.
-    explicit DesktopAccessibilitySettings(std::function<bool()> canShowTransparency = {},
+    explicit DesktopAccessibilitySettings(const QDBusConnection& sessionBus,
+                                          std::function<bool()> canShowTransparency = {},
                                           QObject* parent = nullptr);
-
-    /// Asks and follows the portal on the session bus from now on. Called at most once.
-    void follow(const QDBusConnection& sessionBus);
 
     bool reduceMotion() const override { return m_reducesMotion; }
 
@@ -50,7 +48,7 @@ private:
     bool wantsLessMotion() const;
     bool wantsLessTransparency() const;
 
-    std::optional<QDBusConnection> m_bus;
+    QDBusConnection m_bus;
     std::function<bool()> m_canShowTransparency;
     QString m_portal;   ///< who answered, by its unique name: only its changes count
     int m_readings = 0; ///< how often the portal was asked: only the last answer counts
