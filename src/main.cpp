@@ -19,6 +19,7 @@
 #include "platform/linux/QuickPanelHost.h"
 #include "platform/linux/RecognitionLanguages.h"
 #include "platform/linux/ScreenScales.h"
+#include "platform/linux/SessionBusProbe.h"
 #include "platform/linux/SystemLogSink.h"
 #include "platform/linux/TerminationSignals.h"
 #include "platform/linux/TesseractRecogniser.h"
@@ -42,6 +43,7 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <memory>
 
@@ -51,6 +53,8 @@ using namespace lumivane;
 
 /// Reading and encoding run side by side, and reading itself uses every core.
 constexpr int workerThreads = 4;
+
+constexpr std::chrono::seconds busPatience{2};
 
 void logEscape(std::exception_ptr failure) {
     try {
@@ -144,12 +148,19 @@ int run() {
 
 int main(int argc, char** argv) {
     TerminationSignals::block();
+    const bool isWithoutBus = sessionBusHangs(busPatience);
+    if (isWithoutBus) {
+        leaveSessionBus();
+    }
     const QApplication application(argc, argv);
     QApplication::setApplicationName(u"lumivane"_qs);
     QApplication::setQuitOnLastWindowClosed(false);
     LumivaneLog::setSink(std::make_shared<SystemLogSink>(SystemLogSink::Verbosity::standard,
                                                          SystemLogSink::journalFor(STDERR_FILENO)));
     TaskHandle::setEscapeHandler(logEscape);
+    if (isWithoutBus) {
+        LumivaneLog::lifecycle.error("The session bus does not answer; going on without it");
+    }
     try {
         return run();
     } catch (const DisplayServerError& error) {
