@@ -50,21 +50,25 @@ protected:
         return service.requestsFor("/v1/analyze").at(index);
     }
 
-    /// The areas of the program's windows on screen.
+    /// The areas of the program's windows on screen. They come and go while they are asked for.
     std::vector<QRect> panels() {
         std::vector<QRect> areas;
         const QByteArray windows =
-            display.run(u"xdotool"_qs, {u"search"_qs, u"--onlyvisible"_qs, u"--pid"_qs,
-                                        QString::number(program->processID())});
+            lenient(u"xdotool search --onlyvisible --pid %1"_qs.arg(program->processID()));
         for (const QByteArray& window : windows.split('\n')) {
-            if (window.isEmpty()) {
-                continue;
+            const QRect area = parseGeometry(
+                window.isEmpty() ? QByteArray()
+                                 : lenient(u"xdotool getwindowgeometry --shell "_qs + window));
+            if (!area.isEmpty()) {
+                areas.push_back(area);
             }
-            const QByteArray geometry = display.run(
-                u"xdotool"_qs, {u"getwindowgeometry"_qs, u"--shell"_qs, QString(window)});
-            areas.push_back(parseGeometry(geometry));
         }
         return areas;
+    }
+
+    /// What a command prints, whether it finds what it looks for or not.
+    QByteArray lenient(const QString& command) const {
+        return display.run(u"sh"_qs, {u"-c"_qs, command + u" || true"_qs});
     }
 
     static QRect parseGeometry(const QByteArray& geometry) {
