@@ -31,7 +31,7 @@ protected:
 
     /// Somebody who takes connections and never says a word.
     QByteArray listenInSilence() {
-        const QByteArray path = m_folder.filePath(u"bus"_qs).toUtf8();
+        QByteArray path = m_folder.filePath(u"bus"_qs).toUtf8();
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         std::strncpy(address.sun_path, path.constData(), sizeof address.sun_path - 1);
