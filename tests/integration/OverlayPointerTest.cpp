@@ -110,7 +110,7 @@ TEST_P(OverlayPointerTest, ThePointerOnAButtonOfAResultHoldsItsClockToo) {
     showResult(ResultKind::text, u"the answer"_qs, false);
     hover();
     desktop.movePointer(areaOf(*find(u"resultCopy"_qs)).center());
-    EXPECT_TRUE(waitUntil([this] { return find(u"resultCopy"_qs)->property("hovered").toBool(); }));
+    EXPECT_TRUE(waitUntil([] { return find(u"resultCopy"_qs)->property("hovered").toBool(); }));
     clock.advance(std::chrono::minutes(10));
     EXPECT_EQ(remaining(), u"6s"_qs);
 }
@@ -186,7 +186,7 @@ TEST_P(OverlayPointerTest, ANotesPanelClosesByItsButtonAlone) {
     desktop.click(areaOf(panel()).center());
     desktop.movePointer(areaOf(*find(u"notesStatusDismiss"_qs)).center());
     EXPECT_TRUE(
-        waitUntil([this] { return find(u"notesStatusDismiss"_qs)->property("hovered").toBool(); }));
+        waitUntil([] { return find(u"notesStatusDismiss"_qs)->property("hovered").toBool(); }));
     EXPECT_EQ(panels().size(), 1U);
     click(u"notesStatusDismiss"_qs);
     EXPECT_TRUE(waitForPanels(0));
@@ -231,7 +231,7 @@ TEST_P(OverlayPointerTest, TheCopyButtonOfALeetCodeAnswerCopiesItsSource) {
     showResult(ResultKind::leetCode, source, false);
     click(u"resultCopy"_qs);
     EXPECT_TRUE(
-        waitUntil([this] { return find(u"resultCopy"_qs)->property("label") == u"Copied"_qs; }));
+        waitUntil([] { return find(u"resultCopy"_qs)->property("label") == u"Copied"_qs; }));
     EXPECT_EQ(QString::fromUtf8(selection(u"clipboard"_qs)), source);
 }
 
