@@ -92,15 +92,6 @@ TEST_F(FolderNotesOnDisk, AFileWhereTheFolderShouldBeFailsTheCreation) {
               NotesServiceError(NotesServiceError::Case::creationFailed));
 }
 
-TEST_F(FolderNotesOnDisk, APlaceThatRefusesIsADenial) {
-    FolderNotesService elsewhere(files, pool, u"/sys"_qs);
-    const Flow flow =
-        test::watch(ended(elsewhere.createLeetCodeNote(note(u"T"_qs, u"x"_qs), std::stop_token())));
-    ASSERT_TRUE(waitUntil([&] { return flow->hasEnded(); }));
-    EXPECT_EQ(flow->errorAs<NotesServiceError>(),
-              NotesServiceError(NotesServiceError::Case::automationDenied));
-}
-
 TEST_F(FolderNotesOnDisk, NastyTitlesAreTakenByARealFileSystem) {
     const std::vector<QString> titles{
         u"../../../etc/cron.d/x"_qs,
