@@ -154,7 +154,7 @@ TEST_P(QuickPanelHostTest, AKeyboardPanelHearsItsKeysAndGivesTheKeyboardBack) {
     request.isInteractive = true;
     request.acceptsKeyboard = true;
     auto panel = openDrawn(request, place);
-    EXPECT_TRUE(waitUntil([this] { return QGuiApplication::focusWindow() != nullptr; }));
+    EXPECT_TRUE(waitUntil([] { return QGuiApplication::focusWindow() != nullptr; }));
     desktop.type(XK_Return);
     desktop.type(XK_Escape);
     EXPECT_TRUE(waitUntil([this] { return model->events.size() >= 2; }));
