@@ -16,7 +16,8 @@ protected:
     static int opacity(const ShadowImage& image, int x, int y) {
         std::vector<std::uint32_t> row(static_cast<std::size_t>(image.size().width()));
         image.copyRow(y + image.reach() - image.drop(), row.data());
-        const std::uint32_t pixel = row[static_cast<std::size_t>(x + image.reach())];
+        const int column = x + image.reach();
+        const std::uint32_t pixel = row[static_cast<std::size_t>(column)];
         EXPECT_EQ(pixel & 0xffffff, 0U) << "black";
         return static_cast<int>(pixel >> 24);
     }

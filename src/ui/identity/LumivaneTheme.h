@@ -1,5 +1,6 @@
 #pragma once
 
+#include "domain/Appearance.h"
 #include "domain/SrgbColor.h"
 
 #include <array>
@@ -8,9 +9,6 @@
 #include <string_view>
 
 namespace lumivane {
-
-/// Which of its two values a named colour takes.
-enum class Appearance { light, dark };
 
 /// A named colour of the palette.
 struct ThemeColor {

@@ -1,0 +1,8 @@
+#pragma once
+
+namespace lumivane {
+
+/// The two dresses of everything that the program shows.
+enum class Appearance { light, dark };
+
+} // namespace lumivane
