@@ -90,9 +90,12 @@ QSize XcbDesktop::rootSize() const {
     return {geometry->width, geometry->height};
 }
 
-std::optional<QPoint> XcbDesktop::pointer() const {
-    const auto reply = m_connection.expect(
-        xcb_query_pointer_reply, xcb_query_pointer(m_connection.raw(), m_connection.root()));
+xcb_query_pointer_cookie_t XcbDesktop::requestPointer() const {
+    return xcb_query_pointer(m_connection.raw(), m_connection.root());
+}
+
+std::optional<QPoint> XcbDesktop::pointer(xcb_query_pointer_cookie_t cookie) const {
+    const auto reply = m_connection.expect(xcb_query_pointer_reply, cookie);
     if (reply->same_screen == 0) {
         return std::nullopt;
     }

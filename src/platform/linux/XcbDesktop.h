@@ -38,8 +38,9 @@ public:
     /// The size of the root window now.
     QSize rootSize() const;
 
-    /// In pixels; none while the pointer is on another screen of the server.
-    std::optional<QPoint> pointer() const;
+    /// In steps too. In pixels; none while the pointer is on another screen of the server.
+    xcb_query_pointer_cookie_t requestPointer() const;
+    std::optional<QPoint> pointer(xcb_query_pointer_cookie_t cookie) const;
 
 private:
     const XcbConnection& m_connection;

@@ -68,8 +68,10 @@ std::optional<Point> XcbDisplayServer::pointerLocation() const {
     const std::lock_guard lock(m_queries->mutex);
     try {
         m_queries->connection.dropEvents();
-        const auto position = m_queries->desktop.pointer();
+        // Both are asked before either is waited for: the corner's watcher does this all day.
+        const auto asked = m_queries->desktop.requestPointer();
         const XcbDisplayLayout layout = m_queries->desktop.layout();
+        const auto position = m_queries->desktop.pointer(asked);
         const XcbMonitor* monitor = position ? layout.holding(*position) : nullptr;
         return monitor == nullptr ? std::nullopt
                                   : std::optional(layout.toPoints(*monitor, *position));
