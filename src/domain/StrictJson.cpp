@@ -1,5 +1,7 @@
 #include "domain/StrictJson.h"
 
+#include <array>
+#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -104,6 +106,53 @@ std::int64_t wholeNumber(double value) {
     return static_cast<std::int64_t>(value);
 }
 
+// The library's own form of a number reads back the same but is not always the shortest one.
+void appendShortest(std::string& text, double value) {
+    std::array<char, 32> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+    const std::string_view written(digits.data(), static_cast<std::size_t>(end - digits.data()));
+    text += written;
+    if (written.find_first_of(".e") == std::string_view::npos) {
+        text += ".0";
+    }
+}
+
+void append(std::string& text, const Json& value);
+
+void appendObject(std::string& text, const Json& object) {
+    char separator = '{';
+    for (const auto& [key, member] : object.get_ref<const Json::object_t&>()) {
+        text += separator;
+        text += Json(key).dump();
+        text += ':';
+        append(text, member);
+        separator = ',';
+    }
+    text += object.empty() ? "{}" : "}";
+}
+
+void appendArray(std::string& text, const Json& array) {
+    char separator = '[';
+    for (const Json& element : array) {
+        text += separator;
+        append(text, element);
+        separator = ',';
+    }
+    text += array.empty() ? "[]" : "]";
+}
+
+void append(std::string& text, const Json& value) {
+    if (value.is_object()) {
+        appendObject(text, value);
+    } else if (value.is_array()) {
+        appendArray(text, value);
+    } else if (value.is_number_float() && std::isfinite(value.get<double>())) {
+        appendShortest(text, value.get<double>());
+    } else {
+        text += value.dump();
+    }
+}
+
 } // namespace
 
 Json parseJson(QByteArrayView data, JsonLimits limits) {
@@ -118,7 +167,11 @@ Json parseJson(QByteArrayView data, JsonLimits limits) {
     return root;
 }
 
-QByteArray writeJson(const Json& value) { return QByteArray::fromStdString(value.dump()); }
+QByteArray writeJson(const Json& value) {
+    std::string text;
+    append(text, value);
+    return QByteArray::fromStdString(text);
+}
 
 QString JsonCoding<QString>::decode(const Json& value) {
     require(value.is_string(), Reason::wrongType);

@@ -61,7 +61,8 @@ struct JsonLimits {
 /// An object may come out with one key twice; JsonObjectReader refuses that for the keys it reads.
 Json parseJson(QByteArrayView data, JsonLimits limits = {});
 
-/// JSON in UTF-8 without white space, with nothing escaped but what JSON demands.
+/// JSON in UTF-8 without white space, with nothing escaped but what JSON demands. A floating number
+/// has the fewest digits that read back the same, and shows that it is one: 6 is "6.0".
 QByteArray writeJson(const Json& value);
 
 /// How a type reads and writes itself. The types below are ready; a record adds its own:

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <limits>
+#include <random>
 
 namespace lumivane {
 
@@ -258,6 +259,26 @@ TEST(JsonObjectWriter, ABrokenTextBecomesValidUtf8) {
     const QString readBack = JsonCoding<QString>::decode(parseJson(written));
     EXPECT_EQ(readBack.size(), 3);
     EXPECT_TRUE(readBack.startsWith(u'a') && readBack.endsWith(u'b'));
+}
+
+TEST(JsonObjectWriter, AFloatingNumberHasTheFewestDigitsThatReadBackTheSame) {
+    EXPECT_EQ(writeJson(54.399999999999046), "54.39999999999905");
+    EXPECT_EQ(writeJson(-0.1), "-0.1");
+    EXPECT_EQ(writeJson(6.0), "6.0");
+    EXPECT_EQ(writeJson(-0.0), "-0.0");
+    EXPECT_EQ(writeJson(1e300), "1e+300");
+    EXPECT_EQ(writeJson(std::numeric_limits<double>::denorm_min()), "5e-324");
+    std::mt19937_64 random(11);
+    std::uniform_real_distribution<double> number(-100, 100);
+    for (int round = 0; round < 10'000; ++round) {
+        const double value = number(random);
+        ASSERT_EQ(parseJson(writeJson(value)).get<double>(), value);
+    }
+}
+
+TEST(JsonObjectWriter, EmptyContainersAndNestedOnesAreWrittenWhole) {
+    const QByteArray text = R"({"a":{},"b":[],"c":[[],{"d\"":[1.5,{"e":null}]},false]})";
+    EXPECT_EQ(writeJson(parseJson(text)), text);
 }
 
 TEST(JsonObjectWriter, ANumberThatIsNotFiniteCannotBeWritten) {
