@@ -143,6 +143,11 @@ struct Road {
     ScreenCaptureService capture{panels.displays, workers, QGuiApplication::applicationPid()};
     ScreenCaptureWarmUp warmUp{panels.displays, workers, panels.clock,
                                QGuiApplication::applicationPid()};
+    FakeSettingsStore store{panels.journal};
+    FakePermission permission{panels.journal};
+    FakeLoginService loginService{panels.journal};
+    FakeRelaunch relauncher{panels.journal};
+    FakeShell shell{panels.journal};
     FakeAnalysisService service{panels.journal};
     FakeSession session{panels.journal};
     FakeNotes notes{panels.journal};
@@ -155,14 +160,14 @@ struct Road {
 /// From the trigger to the frame, and to the pixels on the screen.
 bool measureWorking(Panels& panels, XTestClient& screen, int shows) {
     Road road(panels);
-    AppSettings settings = panels.settings;
-    settings.configured = true;
-    settings.overlayPosition = OverlayPosition::middleCenter;
-    AppModel model({road.service, road.capture, road.warmUp, road.reducer, road.extractor,
-                    road.notifications, road.notes, panels.blindPasteboard, road.sound,
-                    panels.displays, road.triggers, panels.overlays, panels.pasteboard,
-                    road.session, road.presenter, panels.clock},
-                   settings);
+    road.store.stored = panels.settings;
+    road.store.stored.overlayPosition = OverlayPosition::middleCenter;
+    AppModel model({road.store,         road.service,    road.capture,    road.warmUp,
+                    road.reducer,       road.extractor,  road.permission, road.loginService,
+                    road.notifications, road.notes,      road.relauncher, panels.blindPasteboard,
+                    road.sound,         panels.displays, road.triggers,   panels.overlays,
+                    panels.pasteboard,  road.session,    road.presenter,  road.shell,
+                    panels.clock});
     drainEvents();
     const QRect spot(desktopSize.width() / 2, desktopSize.height() / 2 - 40, 1, 1);
     const QRgb wallpaper = screen.screen(spot).pixel(0, 0);

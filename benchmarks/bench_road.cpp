@@ -82,12 +82,17 @@ int run(int runs) {
     FakeSettingsPresenter presenter(journal);
     FakeHotKeyRegistrar hotKeys;
     TriggerController triggers(hotKeys, displays, clock);
-    AppSettings settings;
-    settings.configured = true;
-    AppModel model({service, capture, warmUp, reducer, extractor, notifications, notes, pasteboard,
-                    sound, displays, triggers, overlays, overlayPasteboard, session, presenter,
-                    clock},
-                   settings);
+    FakeSettingsStore store(journal);
+    store.stored.configured = true;
+    FakePermission permission(journal);
+    FakeLoginService loginService(journal);
+    FakeRelaunch relauncher(journal);
+    FakeShell shell(journal);
+    AppModel model({store,      service,           capture,      warmUp,        reducer,
+                    extractor,  permission,        loginService, notifications, notes,
+                    relauncher, pasteboard,        sound,        displays,      triggers,
+                    overlays,   overlayPasteboard, session,      presenter,     shell,
+                    clock});
 
     std::vector<double> times;
     for (int index = 0; index < runs; ++index) {

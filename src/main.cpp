@@ -110,28 +110,28 @@ int run() {
     FolderNotesService notes(noteFiles, workers,
                              QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
 
-    // Provisional, each until the real one is built: login, notifications, configuration window,
-    // settings store.
+    // Provisional, each until the real one is built.
+    SettingsOfThisProcess settingsStore;
+    DisplayPermission permission(displays);
+    NoLoginItem loginItem;
+    NoRelaunch relaunch;
+    EventLoopShell shell;
     DevelopmentSession session(StoredFiles::developmentTokenFile());
     SilentNotifications notifications;
     NoSettingsWindow settingsWindow;
-    const AppSettings settings = StoredFiles::settings();
 
-    AppModel model({client, capture, warmUp, reducer, extractor, notifications, notes, pasteboard,
-                    sound, displays, triggers, overlays, overlayPasteboard, session, settingsWindow,
-                    clock},
-                   settings);
+    AppModel model(
+        {settingsStore,  client,    capture,       warmUp,   reducer,           extractor,
+         permission,     loginItem, notifications, notes,    relaunch,          pasteboard,
+         sound,          displays,  triggers,      overlays, overlayPasteboard, session,
+         settingsWindow, shell,     clock});
     session.onSessionCleared = [&model] { model.authenticationDidClearSession(); };
     // While the pointer waits in the corner, the recogniser loads beside the capture path.
     triggers.onDwellStart = [warmUp = triggers.onDwellStart, &workers, &recogniser] {
         warmUp();
         workers.start([&recogniser] { recogniser.prepare(); });
     };
-    const TerminationSignals signalHandler([&model] {
-        model.terminate();
-        // Behind what was cancelled, so that it unwinds before anything it stands on goes.
-        postToMainThread([] { QApplication::quit(); });
-    });
+    const TerminationSignals signalHandler([&model] { model.terminate(); });
     model.start();
     // The first panels come as fast as all later ones.
     postToMainThread([&panels] {

@@ -9,10 +9,14 @@
 
 namespace lumivane {
 
-/// The login session, as a run needs it. Main thread only.
+/// The login session, as the application model needs it. Main thread only.
 class SessionServing {
 public:
     virtual ~SessionServing() = default;
+
+    /// Brings the saved session back: called from the application model's start, and a second call
+    /// does nothing. Never throws: how it ended is read from `isSignedIn` and `errorMessage`.
+    virtual QCoro::Task<void> restore() = 0;
 
     virtual bool isSignedIn() const = 0;
 

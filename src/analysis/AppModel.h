@@ -1,67 +1,41 @@
 #pragma once
 
-#include "accounts/SessionServing.h"
+#include "analysis/AppModelPorts.h"
 #include "analysis/LastAnalysis.h"
-#include "analysis/NotificationServing.h"
-#include "analysis/SettingsPresenting.h"
-#include "async/Clock.h"
+#include "analysis/TestingMode.h"
 #include "async/TaskHandle.h"
 #include "domain/AnalysisState.h"
 #include "domain/AppSettings.h"
+#include "domain/LumivaneDisplayState.h"
 #include "domain/Readiness.h"
-#include "notes/NotesServing.h"
-#include "overlays/OverlayPasteboard.h"
-#include "overlays/OverlayPresenting.h"
-#include "platform/DisplayServer.h"
-#include "platform/LumivanePasteboard.h"
-#include "platform/SoundPlayer.h"
 #include "records/AnalysisInputMode.h"
-#include "screen/ScreenCapturing.h"
-#include "screen/ScreenImageEncoding.h"
-#include "screen/ScreenTextExtracting.h"
-#include "service/AnalysisServing.h"
 #include "telemetry/LumivaneSignpost.h"
 #include "telemetry/SoftDeadline.h"
-#include "triggers/TriggerController.h"
 
 #include <QObject>
 #include <QPointer>
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 
 namespace lumivane {
 
-/// Everything that the model reaches. All of it outlives the model.
-struct AppModelPorts {
-    AnalysisServing& analysisService;
-    ScreenCapturing& captureService;
-    CaptureWarming& captureWarmUp;
-    ScreenImageEncoding& imageReducer;
-    ScreenTextExtracting& textExtractor;
-    NotificationServing& notificationService;
-    NotesServing& notesService;
-    LumivanePasteboard& pasteboard;
-    SoundPlayer& soundPlayer;
-    DisplayServer& displays;
-    TriggerController& triggerController;
-    OverlayPresenting& overlays;
-    OverlayPasteboard& overlayPasteboard;
-    SessionServing& authentication;
-    SettingsPresenting& settingsPresenter;
-    Clock& clock;
-};
-
-/// The application's state and every run from trigger to delivered answer. Main thread only.
+/// The application's state, which every view observes, and every run from trigger to delivered
+/// answer. One per process, made by the composition root. Main thread only.
 ///
 /// Only the run whose identifier equals `analysisRunID` may change anything visible. The newest
 /// trigger always wins: it cancels the run before it, whose answer or failure is then dropped.
-class AppModel : public QObject {
+class AppModel final : public QObject {
     Q_OBJECT
 
 public:
-    AppModel(AppModelPorts ports, AppSettings settings);
+    /// Loads the settings, asks whether the screen may be captured, listens to the triggers and
+    /// dresses the application. Nothing runs before `start`.
+    AppModel(AppModelPorts ports, TestingMode testing = {});
     ~AppModel() override;
+
+    const TestingMode& testingMode() const { return m_testing; }
 
     const AppSettings& settings() const { return m_settings; }
 
@@ -75,6 +49,12 @@ public:
 
     const QString& serviceStatus() const { return m_serviceStatus; }
 
+    /// Whether the screen may be captured, as far as is known: as of creation, then as of the last
+    /// `refreshSystemState`.
+    bool screenRecordingGranted() const { return m_screenRecordingGranted; }
+
+    bool hasScreenRecording() const { return m_screenRecordingGranted; }
+
     bool serviceReady() const { return m_serviceReady; }
 
     bool serviceChecking() const { return m_serviceChecking; }
@@ -83,6 +63,9 @@ public:
     std::optional<bool> leetCodeServiceReady() const { return m_leetCodeServiceReady; }
 
     ReadinessState readiness() const;
+
+    /// What the status icon shows.
+    LumivaneDisplayState displayState() const;
 
     // Runs
 
@@ -104,16 +87,57 @@ public:
     static bool shouldClearCopiedPasteboard(std::optional<std::int64_t> copiedChangeCount,
                                             std::int64_t currentChangeCount);
 
-    // Lifecycle
+    // Settings
 
-    /// Applies the triggers, warms the capture path and asks after the service.
-    void start();
+    /// Stores the wizard's choice and finishes the setup. Throws SettingsValidationError or what
+    /// the login item throws, and nothing has changed then; throws TriggerError, and the choice is
+    /// stored all the same.
+    void saveSettings(const AppSettings& candidate);
+
+    /// Stores a pane's choice, an empty custom prompt included. Throws SettingsValidationError,
+    /// TriggerError or what the login item throws; the old settings, triggers and login item are in
+    /// force then.
+    void updateSettings(const AppSettings& candidate);
+
+    /// Suspends triggers and further runs, or takes them up again. A run in progress goes on.
     void togglePaused();
-    QCoro::Task<void> refreshServiceStatus();
+
+    /// Whether the wanted state holds now: a refused permission leaves the notifications off.
+    QCoro::Task<bool> setCopyNotificationsEnabled(bool enabled);
+
     void presentSettings(SettingsDestination destination);
 
-    /// Cancels the run, clears a copied answer that is still on the pasteboard, and releases
-    /// triggers and panels. The caller ends the process.
+    // System
+
+    /// Looks at the permission anew. Called when the user comes back to the program.
+    void refreshSystemState();
+
+    /// Asks for the permission, and opens the system's own pane where that did not give it.
+    void requestScreenRecording();
+
+    // Service
+
+    /// One health check; returns at once while another one runs.
+    QCoro::Task<void> refreshServiceStatus();
+
+    /// The same in a flow of its own.
+    void testService();
+
+    /// Tries everything but a capture, and shows what came of it.
+    void runDiagnostics();
+
+    // Lifecycle
+
+    /// Brings the session and the triggers up, warms the capture path, asks after the service, and
+    /// shows the setup wizard on a first run. Called once.
+    void start();
+
+    /// Starts a second instance and ends this one; false when none could be started, and this one
+    /// goes on.
+    QCoro::Task<bool> relaunch();
+
+    /// Cancels the run, clears a copied answer that is still on the pasteboard, releases triggers
+    /// and panels, and ends the application.
     void terminate();
 
     /// The session ended: no answer of it can be seen, copied again or saved from now on.
@@ -123,6 +147,8 @@ Q_SIGNALS:
     void settingsChanged();
     void stateChanged();
     void lastAnalysisChanged();
+    void screenRecordingGrantedChanged();
+    /// `serviceStatus`, `serviceReady`, `serviceChecking` or `leetCodeServiceReady`
     void serviceChanged();
 
 private:
@@ -171,7 +197,6 @@ private:
     bool owns(std::int64_t runID) const { return m_analysisRunID == runID; }
 
     void armSoftDeadline(SoftDeadline& deadline, std::int64_t runID);
-    void setState(AnalysisState state);
 
     // Outcomes (AppModelOutcome.cpp)
     static QCoro::Task<void> dropRefusedSession(Self self, std::uint32_t displayID);
@@ -181,7 +206,6 @@ private:
     void showAuthenticationRequired(std::uint32_t displayID);
     void showDeviceEvicted(std::uint32_t displayID, DeviceEvictedOrigin origin);
     void presentDeviceEvicted(std::uint32_t displayID, DeviceEvictedOrigin origin);
-    std::optional<std::uint32_t> displayUnderPointer() const;
 
     // Delivery (AppModelDelivery.cpp)
     static QCoro::Task<void> deliver(Self self, Run run, AnalyzeResponse response,
@@ -192,14 +216,44 @@ private:
                                              std::stop_token stop);
     void clearSessionPrivacyState();
 
+    // Settings (AppModelSettings.cpp)
+    bool mustReconfigureTriggers(const AppSettings& next) const;
+    void putTriggersBack();
+    void storeSettings(const AppSettings& settings);
+    void applyAppearance();
+    void prepareNotesIfLeetCodeSavingBecameActive(const AppSettings& previous,
+                                                  const AppSettings& next);
+    static QCoro::Task<bool> enableCopyNotifications(Self self, bool enabled);
+
+    // System (AppModelSystem.cpp)
+    void setScreenRecordingGranted(bool isGranted);
+    std::optional<std::uint32_t> displayUnderPointer() const;
+    static QCoro::Task<bool> replaceProcess(Self self);
+
+    // Service (AppModelHealth.cpp)
+    static QCoro::Task<void> checkService(Self self);
+    static QCoro::Task<void> diagnose(Self self);
+    void applyHealth(const HealthResponse& health);
+    void setServiceChecking(bool isChecking);
+
     // Lifecycle (AppModelLifecycle.cpp)
+    void listenToTriggers();
     void applyTriggers();
     void warmUpCapturePath();
-    static QCoro::Task<void> checkService(Self self);
-    void applyHealth(const HealthResponse& health);
+    void setState(AnalysisState state);
+    static QCoro::Task<void> presentGeneralSettings(Self self, std::chrono::milliseconds delay,
+                                                    std::stop_token stop);
+
+    // UI testing (AppModelTesting.cpp)
+    void applyTestingFixture();
+    void applyConfiguredTestingFixture();
+    void setTestingService(bool isReady);
+    static QCoro::Task<void> presentTestingSettings(Self self, std::stop_token stop);
 
     AppModelPorts m_ports;
+    TestingMode m_testing;
     AppSettings m_settings;
+    bool m_screenRecordingGranted;
     AnalysisState m_state = AnalysisState::idle;
     std::optional<LastAnalysis> m_lastAnalysis;
     std::optional<QString> m_lastNotesError;
@@ -212,6 +266,7 @@ private:
     TaskHandle m_analysisTask;
     TaskHandle m_authenticationTask;
     TaskHandle m_noteSaveTask;
+    TaskHandle m_presentationTask; ///< the window that opens a moment after the start
 };
 
 } // namespace lumivane

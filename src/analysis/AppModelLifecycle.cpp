@@ -1,14 +1,29 @@
 #include "analysis/AppModel.h"
-#include "domain/LumivaneError.h"
+#include "async/Cancelled.h"
 #include "telemetry/LumivaneLog.h"
 
 #include <utility>
 
 namespace lumivane {
 
-AppModel::AppModel(AppModelPorts ports, AppSettings settings)
+using namespace std::chrono_literals;
+
+AppModel::AppModel(AppModelPorts ports, TestingMode testing)
     : m_ports(ports)
-    , m_settings(std::move(settings)) {
+    , m_testing(testing)
+    , m_settings(m_ports.settingsStore.load())
+    , m_screenRecordingGranted(m_ports.permissionService.hasScreenRecording()) {
+    // What the user copies at a panel is cleared at the end of the session like a delivered copy.
+    connect(&m_ports.overlayPasteboard, &OverlayPasteboard::didWrite, this,
+            [this](qint64 changeCount) { m_copiedPasteboardChangeCount = changeCount; });
+    listenToTriggers();
+    applyAppearance();
+    LumivaneLog::lifecycle.log("App model initialized");
+}
+
+AppModel::~AppModel() = default;
+
+void AppModel::listenToTriggers() {
     TriggerController& triggers = m_ports.triggerController;
     triggers.onTrigger = [self = Self(this)](std::uint32_t displayID) {
         if (self) {
@@ -25,21 +40,50 @@ AppModel::AppModel(AppModelPorts ports, AppSettings settings)
             self->warmUpCapturePath();
         }
     };
-    // What the user copies at a panel is cleared at the end of the session like a delivered copy.
-    connect(&m_ports.overlayPasteboard, &OverlayPasteboard::didWrite, this,
-            [this](qint64 changeCount) { m_copiedPasteboardChangeCount = changeCount; });
-    LumivaneLog::lifecycle.log("App model initialized");
 }
-
-AppModel::~AppModel() = default;
 
 void AppModel::start() {
     LumivaneLog::lifecycle.log(
         "Starting app model; configured=%{bool,public}d paused=%{bool,public}d",
         m_settings.configured, m_settings.paused);
+    if (m_testing.isUITesting) {
+        LumivaneLog::lifecycle.debug("UI testing mode enabled");
+        applyTestingFixture();
+        if (m_testing.configured) {
+            return;
+        }
+    }
+    if (m_testing.isUnitTesting) {
+        LumivaneLog::lifecycle.debug("Unit testing mode enabled; app lifecycle is inactive");
+        return;
+    }
+    TaskHandle::detach(
+        [session = &m_ports.authentication](std::stop_token) { return session->restore(); });
     applyTriggers();
-    warmUpCapturePath();
-    TaskHandle::detach([self = Self(this)](std::stop_token) { return checkService(self); });
+    if (!m_testing.isTesting()) {
+        warmUpCapturePath();
+    }
+    if (!m_testing.isUITesting) {
+        testService();
+    }
+    if (!m_settings.configured) {
+        LumivaneLog::lifecycle.log("First run detected; scheduling setup wizard");
+        m_presentationTask = TaskHandle::start([self = Self(this)](std::stop_token stop) {
+            return presentGeneralSettings(self, 500ms, std::move(stop));
+        });
+    }
+}
+
+QCoro::Task<void> AppModel::presentGeneralSettings(Self self, std::chrono::milliseconds delay,
+                                                   std::stop_token stop) {
+    if (!self) {
+        co_return;
+    }
+    co_await self->m_ports.clock.sleep(delay, stop);
+    throwIfStopped(stop);
+    if (self) {
+        self->m_ports.settingsPresenter.presentSettings(SettingsDestination::general);
+    }
 }
 
 void AppModel::applyTriggers() {
@@ -51,85 +95,28 @@ void AppModel::applyTriggers() {
     }
 }
 
-void AppModel::togglePaused() {
-    m_settings.paused = !m_settings.paused;
-    LumivaneLog::lifecycle.log("Pause state changed; paused=%{bool,public}d", m_settings.paused);
-    Q_EMIT settingsChanged();
-    applyTriggers();
-}
-
 void AppModel::warmUpCapturePath() {
     TaskHandle::detach(
         [warmUp = &m_ports.captureWarmUp](std::stop_token) { return warmUp->warmUp(); });
 }
 
-ReadinessState AppModel::readiness() const {
-    return resolveReadiness({.hasValidCustomPrompt = m_settings.hasValidCustomPrompt(),
-                             .screenRecordingGranted = m_ports.displays.mayCapture(),
-                             .serviceChecking = m_serviceChecking,
-                             .serviceReady = m_serviceReady,
-                             .isLeetCode = m_settings.preset == Preset::leetCode,
-                             .leetCodeServiceReady = m_leetCodeServiceReady});
-}
-
-QCoro::Task<void> AppModel::refreshServiceStatus() { return checkService(Self(this)); }
-
-QCoro::Task<void> AppModel::checkService(Self self) {
-    if (!self || self->m_serviceChecking) {
-        co_return;
+void AppModel::setState(AnalysisState state) {
+    if (m_state != state) {
+        m_state = state;
+        Q_EMIT stateChanged();
     }
-    self->m_serviceChecking = true;
-    self->m_serviceStatus = u"Contacting the Lumivane analysis service…"_qs;
-    LumivaneLog::network.log("Starting service health check");
-    Q_EMIT self->serviceChanged();
-    std::optional<HealthResponse> health;
-    try {
-        health = co_await self->m_ports.analysisService.health(std::stop_token());
-    } catch (const std::exception&) {
-        LumivaneLog::network.error("Service health check failed");
-    }
-    if (!self) {
-        co_return;
-    }
-    self->m_serviceChecking = false;
-    if (health) {
-        self->applyHealth(*health);
-    } else {
-        self->m_serviceStatus =
-            u"Can’t reach the local service. Run make local-up, then try again."_qs;
-        self->m_serviceReady = false;
-    }
-    Q_EMIT self->serviceChanged();
-}
-
-void AppModel::applyHealth(const HealthResponse& health) {
-    m_leetCodeServiceReady = health.leetCodeReady;
-    const bool isHealthy = health.status == u"ok";
-    if (!isHealthy) {
-        m_serviceStatus = u"The service responded but is not ready. Try again shortly."_qs;
-    } else if (m_settings.preset == Preset::leetCode && m_leetCodeServiceReady == false) {
-        m_serviceStatus =
-            u"Connected, but LeetCode memory is unavailable. Rebuild the local service."_qs;
-    } else {
-        m_serviceStatus = u"Connected to Lumivane API "_qs + health.version + u"."_qs;
-    }
-    m_serviceReady = isHealthy;
-    LumivaneLog::network.log(
-        "Service health check completed; healthy=%{bool,public}d version=%{public}s", isHealthy,
-        LogIdentifier(health.version));
-}
-
-void AppModel::presentSettings(SettingsDestination destination) {
-    LumivaneLog::settings.info("Opening Lumivane configuration");
-    m_ports.settingsPresenter.presentSettings(destination);
 }
 
 void AppModel::terminate() {
     LumivaneLog::lifecycle.log("Quit requested");
     m_analysisTask.cancel();
+    // The event loop may turn once more: nothing may begin in it.
+    m_authenticationTask.cancel();
+    m_presentationTask.cancel();
     clearSessionPrivacyState();
     m_ports.triggerController.invalidate();
     m_ports.overlays.invalidate();
+    m_ports.application.terminate();
 }
 
 void AppModel::authenticationDidClearSession() {
@@ -142,18 +129,6 @@ void AppModel::authenticationDidClearSession() {
     m_lastNotesError.reset();
     Q_EMIT lastAnalysisChanged();
     setState(AnalysisState::idle);
-}
-
-void AppModel::setState(AnalysisState state) {
-    if (m_state != state) {
-        m_state = state;
-        Q_EMIT stateChanged();
-    }
-}
-
-std::optional<std::uint32_t> AppModel::displayUnderPointer() const {
-    const auto display = lumivane::displayUnderPointer(m_ports.displays);
-    return display ? std::optional(display->displayID) : std::nullopt;
 }
 
 } // namespace lumivane

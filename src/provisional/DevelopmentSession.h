@@ -15,6 +15,9 @@ public:
     /// Called whenever the session goes.
     std::function<void()> onSessionCleared;
 
+    /// There is nothing to bring back: the file is read anew for each token.
+    QCoro::Task<void> restore() override { co_return; }
+
     bool isSignedIn() const override { return m_isSignedIn; }
 
     QCoro::Task<QString> validAccessToken(std::chrono::seconds minimumValidity,

@@ -97,7 +97,7 @@ TEST_F(AppModelLifecycleTest, ASilentServiceLeavesTheMemoryUnknownAgain) {
 }
 
 TEST_F(AppModelLifecycleTest, ReadinessTellsOfAMissingPermissionFirst) {
-    displays.setPermission(false);
+    permission.granted = false;
     make();
     EXPECT_EQ(model->readiness(), ReadinessState::needsPermission);
 }

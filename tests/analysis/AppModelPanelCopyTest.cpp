@@ -71,11 +71,8 @@ TEST_F(AppModelPanelCopyTest, TheButtonOfADeliveredPanelIsHeard) {
     FakePanelHost host;
     FakeAnnouncer announcer;
     OverlayCoordinator coordinator(host, hotKeys, displays, announcer, overlayPasteboard, clock);
-    model = std::make_unique<AppModel>(AppModelPorts{service, capture, capture, reducer, extractor,
-                                                     notifications, notes, pasteboard, sound,
-                                                     displays, triggers, coordinator,
-                                                     overlayPasteboard, session, presenter, clock},
-                                       settings);
+    store.stored = settings;
+    model = std::make_unique<AppModel>(portsWith(service, coordinator));
     run();
     const auto panel = host.model<ResultOverlayModel>();
     ASSERT_NE(panel, nullptr);

@@ -1,23 +1,202 @@
 #pragma once
 
 #include "accounts/SessionServing.h"
+#include "analysis/AppRelaunching.h"
+#include "analysis/LaunchAtLoginServing.h"
 #include "analysis/NotificationServing.h"
+#include "analysis/PermissionServing.h"
 #include "analysis/SettingsPresenting.h"
 #include "notes/NotesServing.h"
 #include "overlays/OverlayPresenting.h"
+#include "platform/ApplicationShell.h"
+#include "platform/HotKeyRegistrar.h"
 #include "platform/SoundPlayer.h"
 #include "screen/ScreenCapturing.h"
 #include "screen/ScreenImageEncoding.h"
 #include "screen/ScreenTextExtracting.h"
 #include "service/AnalysisServing.h"
+#include "settings/SettingsStoring.h"
 #include "support/FakePasteboard.h"
 #include "support/Journal.h"
 #include "support/ScriptedCall.h"
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
+#include <string_view>
+#include <vector>
 
 namespace lumivane::test {
+
+/// Writes down which settings were stored when; the journal tells no more than that it happened.
+class FakeSettingsStore final : public SettingsStoring {
+public:
+    explicit FakeSettingsStore(Journal& journal)
+        : m_journal(journal) {}
+
+    AppSettings load() override {
+        m_journal.add(u"load"_qs);
+        return stored;
+    }
+
+    void save(const AppSettings& settings) override {
+        m_journal.add(u"save"_qs);
+        stored = settings;
+        saved.push_back(settings);
+    }
+
+    void reset() override {
+        m_journal.add(u"reset"_qs);
+        stored = AppSettings::defaults();
+    }
+
+    AppSettings stored;
+    std::vector<AppSettings> saved;
+
+private:
+    Journal& m_journal;
+};
+
+class FakePermission final : public PermissionServing {
+public:
+    explicit FakePermission(Journal& journal)
+        : m_journal(journal) {}
+
+    bool hasScreenRecording() const override {
+        m_journal.add(u"hasScreenRecording"_qs);
+        return granted;
+    }
+
+    bool requestScreenRecording() override {
+        m_journal.add(u"requestScreenRecording"_qs);
+        granted = grantedAfterRequest.value_or(granted);
+        return answer.value_or(granted);
+    }
+
+    void openScreenRecordingSettings() override {
+        m_journal.add(u"openScreenRecordingSettings"_qs);
+    }
+
+    bool granted = true;
+    std::optional<bool> grantedAfterRequest; ///< none: asking changes nothing
+    std::optional<bool> answer;              ///< none: the request answers as things stand
+
+private:
+    Journal& m_journal;
+};
+
+/// What the desktop throws at a login item or a relaunch.
+class DesktopError final : public DescribedError {
+public:
+    QString errorDescription() const override { return u"The desktop refused."_qs; }
+
+    std::string_view typeName() const override { return "DesktopError"; }
+};
+
+class FakeLoginService final : public LaunchAtLoginServing {
+public:
+    explicit FakeLoginService(Journal& journal)
+        : m_journal(journal) {}
+
+    bool isEnabled() const override { return enabled; }
+
+    void setEnabled(bool wanted) override {
+        m_journal.add(u"setEnabled %1"_qs.arg(wanted));
+        if (onRequest) {
+            onRequest();
+        }
+        if (isRefusing) {
+            throw DesktopError();
+        }
+        enabled = wanted;
+    }
+
+    bool enabled = true;
+    bool isRefusing = false;
+    std::function<void()> onRequest; ///< what the world does meanwhile
+
+private:
+    Journal& m_journal;
+};
+
+class FakeRelaunch final : public AppRelaunching {
+public:
+    explicit FakeRelaunch(Journal& journal)
+        : m_journal(journal) {}
+
+    QCoro::Task<void> relaunch() override {
+        m_journal.add(u"relaunch"_qs);
+        co_await script.call(std::stop_token());
+    }
+
+    ScriptedCall<bool> script{true};
+
+private:
+    Journal& m_journal;
+};
+
+class FakeShell final : public ApplicationShell {
+public:
+    explicit FakeShell(Journal& journal)
+        : m_journal(journal) {}
+
+    void setAppearance(Appearance appearance) override {
+        m_journal.add(appearance == Appearance::dark ? u"setAppearance dark"_qs
+                                                     : u"setAppearance light"_qs);
+    }
+
+    void terminate() override { m_journal.add(u"terminateApplication"_qs); }
+
+private:
+    Journal& m_journal;
+};
+
+/// Another registrar with every shortcut that comes and goes in the journal, refused ones too.
+class JournaledHotKeys final : public HotKeyRegistrar {
+public:
+    JournaledHotKeys(HotKeyRegistrar& registrar, Journal& journal)
+        : m_registrar(registrar)
+        , m_journal(journal) {}
+
+    Result installHandler(std::uint32_t signature, Handler handler) override {
+        return m_registrar.installHandler(signature, std::move(handler));
+    }
+
+    Result registerHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
+                          HotKeyIdentifier identifier) override {
+        auto result = m_registrar.registerHotKey(keyCode, modifiers, identifier);
+        const QString verb = result.status == 0 ? u"registerHotKey %1"_qs : u"refuseHotKey %1"_qs;
+        m_journal.add(verb.arg(keyCode));
+        if (result.registration) {
+            result.registration =
+                std::make_unique<Registration>(std::move(result.registration), m_journal, keyCode);
+        }
+        return result;
+    }
+
+private:
+    class Registration final : public HotKeyRegistration {
+    public:
+        Registration(std::unique_ptr<HotKeyRegistration> registration, Journal& journal,
+                     std::uint32_t keyCode)
+            : m_registration(std::move(registration))
+            , m_journal(journal)
+            , m_keyCode(keyCode) {}
+
+        ~Registration() override { m_journal.add(u"unregisterHotKey %1"_qs.arg(m_keyCode)); }
+
+        Registration(const Registration&) = delete;
+        Registration& operator=(const Registration&) = delete;
+
+    private:
+        std::unique_ptr<HotKeyRegistration> m_registration;
+        Journal& m_journal;
+        std::uint32_t m_keyCode;
+    };
+
+    HotKeyRegistrar& m_registrar;
+    Journal& m_journal;
+};
 
 class FakeCapture final : public ScreenCapturing, public CaptureWarming {
 public:
@@ -222,6 +401,11 @@ public:
     explicit FakeSession(Journal& journal)
         : m_journal(journal) {}
 
+    QCoro::Task<void> restore() override {
+        m_journal.add(u"restore"_qs);
+        co_await restored.call(std::stop_token());
+    }
+
     bool isSignedIn() const override { return signedIn; }
 
     QCoro::Task<QString> validAccessToken(std::chrono::seconds minimumValidity,
@@ -254,6 +438,7 @@ public:
     bool canRemoveSession = true;
     std::optional<QString> message;
     std::function<void()> onSessionCleared;
+    ScriptedCall<bool> restored{true};
     ScriptedCall<QString> token{u"token-1"_qs};
 
 private:
@@ -264,6 +449,11 @@ class FakeNotes final : public NotesServing {
 public:
     explicit FakeNotes(Journal& journal)
         : m_journal(journal) {}
+
+    QCoro::Task<void> prepareForLeetCodeSaving() override {
+        m_journal.add(u"prepareForLeetCodeSaving"_qs);
+        co_return;
+    }
 
     QCoro::Task<void> createLeetCodeNote(LeetCodeNote note, std::stop_token stop) override {
         m_journal.add(u"createLeetCodeNote"_qs);
@@ -283,7 +473,10 @@ public:
     explicit FakeNotifications(Journal& journal)
         : m_journal(journal) {}
 
-    QCoro::Task<bool> requestAuthorization() override { co_return true; }
+    QCoro::Task<bool> requestAuthorization() override {
+        m_journal.add(u"requestAuthorization"_qs);
+        return authorization.call(std::stop_token());
+    }
 
     QCoro::Task<void> notifyCopied() override {
         m_journal.add(u"notifyCopied"_qs);
@@ -295,6 +488,7 @@ public:
         co_return;
     }
 
+    ScriptedCall<bool> authorization{true};
     ScriptedCall<bool> copied{true};
 
 private:

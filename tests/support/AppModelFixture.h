@@ -17,8 +17,8 @@ namespace lumivane::test {
 inline constexpr std::uint32_t mainDisplay = 7;
 inline constexpr std::uint32_t otherDisplay = 8;
 
-/// A model over fakes: signed in, set up, Screen Summary in Hyper Private mode, everything
-/// answering at once.
+/// A model over fakes: signed in, allowed to capture, set up, Screen Summary in Hyper Private mode,
+/// everything answering at once.
 class AppModelTest : public testing::Test {
 protected:
     AppModelTest() {
@@ -43,23 +43,38 @@ protected:
         service.healthScript.cancelPending();
         session.token.cancelPending();
         notes.script.cancelPending();
+        notifications.authorization.cancelPending();
         notifications.copied.cancelPending();
+        session.restored.cancelPending();
+        relauncher.script.cancelPending();
         drainEvents();
     }
 
-    /// The model with the present `settings`; nothing of its making stays in the journal.
+    /// The model with the present `settings` stored, as `testing` says; nothing of its making stays
+    /// in the journal.
     AppModel& make() { return makeWith(service); }
 
     /// The same over another service.
     AppModel& makeWith(AnalysisServing& otherService) {
-        model = std::make_unique<AppModel>(
-            AppModelPorts{otherService, capture, capture, reducer, extractor, notifications, notes,
-                          pasteboard, sound, displays, triggers, overlays, overlayPasteboard,
-                          session, presenter, clock},
-            settings);
+        store.stored = settings;
+        model = std::make_unique<AppModel>(portsWith(otherService, overlays), testing);
         drainEvents();
         journal.clear();
         return *model;
+    }
+
+    AppModelPorts portsWith(AnalysisServing& otherService, OverlayPresenting& otherOverlays) {
+        return {store,         otherService,      capture,      capture,       reducer,
+                extractor,     permission,        loginService, notifications, notes,
+                relauncher,    pasteboard,        sound,        displays,      triggers,
+                otherOverlays, overlayPasteboard, session,      presenter,     shell,
+                clock};
+    }
+
+    /// Starts the model and lets it come as far as it does without the passing of time.
+    void start() {
+        model->start();
+        drainEvents();
     }
 
     /// One whole run, as far as it goes without the test's help.
@@ -82,6 +97,12 @@ protected:
     ManualClock clock;
     FakeDisplayServer displays;
     FakeHotKeyRegistrar hotKeys;
+    JournaledHotKeys journaledHotKeys{hotKeys, journal};
+    FakeSettingsStore store{journal};
+    FakePermission permission{journal};
+    FakeLoginService loginService{journal};
+    FakeRelaunch relauncher{journal};
+    FakeShell shell{journal};
     FakeCapture capture{journal};
     FakeExtractor extractor{journal};
     FakeReducer reducer{journal};
@@ -94,8 +115,9 @@ protected:
     OverlayPasteboard overlayPasteboard{pasteboard};
     FakeSound sound{journal};
     FakeSettingsPresenter presenter{journal};
-    TriggerController triggers{hotKeys, displays, clock};
+    TriggerController triggers{journaledHotKeys, displays, clock};
     AppSettings settings;
+    TestingMode testing;
     std::unique_ptr<AppModel> model;
 };
 
