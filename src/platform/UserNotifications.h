@@ -7,9 +7,16 @@ namespace lumivane {
 
 /// One message of the desktop's own kind, in plain text.
 struct UserNotification {
+    /// What becomes of it once it has been on screen.
+    enum class Keeping {
+        byTheDesktop, ///< as the desktop keeps any other
+        untilSeen     ///< it tells of the moment; a list of earlier ones need not hold it
+    };
+
     QString identifier; ///< names this one among all that the program ever posts
     QString title;
     QString body;
+    Keeping keeping = Keeping::byTheDesktop;
 
     bool operator==(const UserNotification&) const = default;
 };
