@@ -6,8 +6,8 @@
 
 namespace lumivane {
 
-/// What the installed application says of itself. The composition root fills it in; each field
-/// has the name of its key in the desktop's own record of an application.
+/// What the installed application says of itself, read from its files by
+/// ApplicationInformationFile. Each field has the name of its key there.
 struct ApplicationInformation {
     std::optional<QString> CFBundleShortVersionString; ///< version, as in "0.3.0"
     std::optional<QString> LumivaneAPIBaseURL;         ///< where the service is, when set at all
