@@ -1,5 +1,7 @@
 #pragma once
 
+#include "domain/Appearance.h"
+
 #include <QImage>
 #include <QRect>
 #include <QString>
@@ -17,12 +19,17 @@ struct StatusMenuItem {
     std::function<void()> action; ///< none for a line that only informs
 };
 
-/// The program's icon in the desktop's tray, for as long as the object lives.
+/// The key that was held at a click.
+enum class ClickModifier { none, control };
+
+/// The program's icon in the desktop's tray, for as long as the object lives. Any of its callbacks
+/// may let it go.
 class StatusItem {
 public:
     virtual ~StatusItem() = default;
 
-    /// The icon in its own colours, one image for each scale that a tray may want, smallest first.
+    /// The icon in its own colours: square, one image for each size that a tray may want, smallest
+    /// first, one pixel to a point.
     virtual void setImages(const std::vector<QImage>& images) = 0;
     virtual void setToolTip(const QString& text) = 0;
 
@@ -37,12 +44,22 @@ public:
     /// Opens the menu at the icon, as a secondary click does.
     virtual void showMenu() = 0;
 
-    /// Where the icon stands in points of the desktop, or at the pointer where the tray does not
-    /// say.
+    /// Where the icon stands in points of the desktop, or the pointer's place, without a size,
+    /// where the tray does not say.
     virtual QRect geometry() const = 0;
 
-    /// A primary click. Set once, after the item is made.
-    std::function<void()> onPrimaryClick;
+    /// The dress of the tray that the icon stands on, as far as the desktop says.
+    virtual Appearance appearance() const = 0;
+
+    // Each is set once, after the item is made.
+
+    std::function<void(ClickModifier)> onPrimaryClick;
+
+    /// The menu is about to open, whoever opens it.
+    std::function<void()> onMenuWillOpen;
+
+    /// `appearance` answers something else from now on.
+    std::function<void()> onAppearanceChange;
 };
 
 /// The desktop's tray: mechanism only. Main thread only.
