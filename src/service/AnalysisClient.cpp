@@ -2,9 +2,10 @@
 
 #include "async/Cancelled.h"
 #include "domain/Characters.h"
+#include "domain/LumivaneEndpointPolicy.h"
 #include "domain/LumivaneError.h"
+#include "records/APIErrorEnvelope.h"
 #include "service/AnalysisCoding.h"
-#include "service/LumivaneEndpointPolicy.h"
 #include "telemetry/LogBand.h"
 #include "telemetry/LumivaneLog.h"
 

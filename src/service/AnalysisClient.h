@@ -1,8 +1,8 @@
 #pragma once
 
+#include "domain/ApplicationInformation.h"
+#include "platform/HttpSession.h"
 #include "service/AnalysisServing.h"
-#include "service/ApplicationInformation.h"
-#include "service/HttpSession.h"
 
 #include <QUrl>
 
