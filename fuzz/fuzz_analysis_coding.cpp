@@ -1,6 +1,7 @@
 #include "domain/AppSettingsCoding.h"
+#include "domain/LumivaneEndpointPolicy.h"
+#include "records/APIErrorEnvelope.h"
 #include "service/AnalysisCoding.h"
-#include "service/LumivaneEndpointPolicy.h"
 
 #include <cstdint>
 #include <cstdlib>

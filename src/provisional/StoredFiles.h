@@ -1,7 +1,7 @@
 #pragma once
 
 #include "domain/AppSettings.h"
-#include "service/ApplicationInformation.h"
+#include "domain/ApplicationInformation.h"
 
 #include <QString>
 

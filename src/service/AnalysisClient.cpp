@@ -3,8 +3,8 @@
 #include "async/Cancelled.h"
 #include "domain/Characters.h"
 #include "domain/LumivaneError.h"
+#include "records/APIErrorEnvelope.h"
 #include "service/AnalysisCoding.h"
-#include "service/LumivaneEndpointPolicy.h"
 #include "telemetry/LogBand.h"
 #include "telemetry/LumivaneLog.h"
 
@@ -15,23 +15,6 @@ namespace lumivane {
 namespace {
 
 using Case = LumivaneError::Case;
-
-/// The text that decides where the service is. One that is no URL at all counts as not set.
-QString baseCandidate(const std::optional<QString>& baseURL,
-                      const ApplicationInformation& information) {
-    if (baseURL) {
-        return *baseURL;
-    }
-    const auto& configured = information.LumivaneAPIBaseURL;
-    const bool isUrl = configured && QUrl(*configured, QUrl::StrictMode).isValid();
-    return isUrl ? *configured : u"http://127.0.0.1:8787"_qs;
-}
-
-/// Only bases with an empty path or "/" pass the policy.
-QUrl endpoint(QUrl base, const QString& path) {
-    base.setPath(u'/' + path);
-    return base;
-}
 
 std::optional<QString> usableText(std::optional<QString> text) {
     return text && !text->trimmed().isEmpty() ? std::move(text) : std::nullopt;
@@ -95,7 +78,7 @@ AnalysisClient::AnalysisClient(const std::optional<QString>& baseURL,
 AnalysisClient::AnalysisClient(const std::optional<QString>& baseURL,
                                const ApplicationInformation& information, HttpSession session,
                                HttpSession leetCodeSession, HttpSession healthSession)
-    : m_baseURL(LumivaneEndpointPolicy::validate(baseCandidate(baseURL, information)))
+    : m_base(ServiceBase::choose(baseURL, information))
     , m_clientVersion(information.CFBundleShortVersionString.value_or(u"0.3.0"_qs))
     , m_session(session)
     , m_leetCodeSession(leetCodeSession)
@@ -115,12 +98,12 @@ const HttpSession& AnalysisClient::sessionFor(Preset preset) const {
 
 QCoro::Task<HealthResponse> AnalysisClient::health(std::stop_token stop) {
     LumivaneLog::network.debug("GET /healthz");
-    if (!m_baseURL) {
+    if (!m_base) {
         throw LumivaneError(Case::serviceUnavailable);
     }
     HttpRequest request;
     request.method = "GET";
-    request.url = endpoint(*m_baseURL, u"healthz"_qs);
+    request.url = m_base->endpoint(u"healthz"_qs);
     request.timeout = m_healthSession.timeoutIntervalForRequest;
     request.maximumResponseBytes = maximumResponseBytes;
     try {
@@ -146,7 +129,7 @@ QCoro::Task<HealthResponse> AnalysisClient::health(std::stop_token stop) {
 
 QCoro::Task<AnalyzeResponse> AnalysisClient::analyze(AnalysisPayload payload, AppSettings settings,
                                                      QString accessToken, std::stop_token stop) {
-    if (!m_baseURL) {
+    if (!m_base) {
         throw LumivaneError(Case::serviceUnavailable);
     }
     payload.screenText = usableText(std::move(payload.screenText));
@@ -202,7 +185,7 @@ HttpRequest AnalysisClient::analyzeRequest(const AnalysisPayload& payload,
 
     HttpRequest request;
     request.method = "POST";
-    request.url = endpoint(*m_baseURL, u"v1/analyze"_qs);
+    request.url = m_base->endpoint(u"v1/analyze"_qs);
     request.headers = {{"Content-Type", "application/json"},
                        {"Authorization", "Bearer " + accessToken.toUtf8()}};
     request.body = encodeAnalyzeRequest(record);

@@ -1,10 +1,8 @@
 #pragma once
 
+#include "domain/ServiceBase.h"
+#include "platform/HttpSession.h"
 #include "service/AnalysisServing.h"
-#include "service/ApplicationInformation.h"
-#include "service/HttpSession.h"
-
-#include <QUrl>
 
 #include <chrono>
 #include <cstdint>
@@ -58,7 +56,7 @@ private:
     HttpRequest analyzeRequest(const AnalysisPayload& payload, const AppSettings& settings,
                                const QString& accessToken) const;
 
-    std::optional<QUrl> m_baseURL;
+    std::optional<ServiceBase> m_base;
     QString m_clientVersion;
     HttpSession m_session;
     HttpSession m_leetCodeSession;

@@ -30,23 +30,11 @@ void appendBase64(QByteArray& text, const QByteArray& bytes) {
     }
 }
 
-APIErrorEnvelope::Detail decodeDetail(const Json& value) {
-    const JsonObjectReader reader(value);
-    return {.code = reader.required<QString>("code"),
-            .message = reader.required<QString>("message"),
-            .requestID = reader.required<QString>("request_id")};
-}
-
 } // namespace
 
 template <>
 struct JsonCoding<ClientMetrics> {
     static Json encode(const ClientMetrics& metrics) { return encodeMetrics(metrics); }
-};
-
-template <>
-struct JsonCoding<APIErrorEnvelope::Detail> {
-    static APIErrorEnvelope::Detail decode(const Json& value) { return decodeDetail(value); }
 };
 
 QByteArray encodeAnalyzeRequest(const AnalyzeRequest& request) {
@@ -85,10 +73,6 @@ HealthResponse JsonCoding<HealthResponse>::decode(const Json& value) {
     return {.status = reader.required<QString>("status"),
             .version = reader.required<QString>("version"),
             .leetCodeReady = reader.optional<bool>("leetcode_ready")};
-}
-
-APIErrorEnvelope JsonCoding<APIErrorEnvelope>::decode(const Json& value) {
-    return {.error = JsonObjectReader(value).required<APIErrorEnvelope::Detail>("error")};
 }
 
 } // namespace lumivane

@@ -32,21 +32,6 @@ struct AnalyzeRequest {
     bool operator==(const AnalyzeRequest&) const = default;
 };
 
-/// How the service, in all of its parts, says why it did not do what was asked.
-struct APIErrorEnvelope {
-    struct Detail {
-        QString code;
-        QString message;
-        QString requestID;
-
-        bool operator==(const Detail&) const = default;
-    };
-
-    Detail error;
-
-    bool operator==(const APIErrorEnvelope&) const = default;
-};
-
 /// The body of a request: its keys in their fixed order, absent ones left out, in UTF-8.
 QByteArray encodeAnalyzeRequest(const AnalyzeRequest& request);
 
@@ -61,11 +46,6 @@ struct JsonCoding<AnalyzeResponse> {
 template <>
 struct JsonCoding<HealthResponse> {
     static HealthResponse decode(const Json& value);
-};
-
-template <>
-struct JsonCoding<APIErrorEnvelope> {
-    static APIErrorEnvelope decode(const Json& value);
 };
 
 } // namespace lumivane

@@ -1,4 +1,4 @@
-#include "service/LumivaneEndpointPolicy.h"
+#include "domain/LumivaneEndpointPolicy.h"
 
 #include <gtest/gtest.h>
 
