@@ -1,5 +1,7 @@
 #include "platform/linux/LinuxFileStaging.h"
 
+#include "support/FileSizeLimit.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -10,7 +12,6 @@
 #include <linux/seccomp.h>
 #include <sys/fsuid.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -18,7 +19,6 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstddef>
 #include <functional>
 #include <system_error>
@@ -53,29 +53,6 @@ void forbidRenamingWithoutReplacing() {
     ASSERT_EQ(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
     ASSERT_EQ(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), 0);
 }
-
-/// No file grows past `bytes` while this lives.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        ::getrlimit(RLIMIT_FSIZE, &m_before);
-        m_handler = std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit{bytes, m_before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-
-    ~FileSizeLimit() {
-        ::setrlimit(RLIMIT_FSIZE, &m_before);
-        std::signal(SIGXFSZ, m_handler);
-    }
-
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    rlimit m_before{};
-    void (*m_handler)(int) = nullptr;
-};
 
 } // namespace
 
@@ -126,7 +103,7 @@ TEST_F(LinuxFileStagingTest, UnnamedFilesAreHidden) {
 }
 
 TEST_F(LinuxFileStagingTest, AFileThatGrowsTooLargeLeavesNothing) {
-    const FileSizeLimit limit(64 * 1024);
+    const test::FileSizeLimit limit(64 * 1024);
     EXPECT_EQ(failure(folder, QByteArray(64 * 1024, 'x')), std::error_code());
     EXPECT_EQ(failure(folder, QByteArray(64 * 1024 + 1, 'x')), std::errc::file_too_large);
     EXPECT_TRUE(everythingIn(folder).isEmpty());
