@@ -3,10 +3,19 @@
 JOBS ?= $(shell nproc)
 export CTEST_OUTPUT_ON_FAILURE = 1
 
-.PHONY: run test bench gallery local-up local-down format lint check clean deps-run deps-test build
+.PHONY: run install uninstall test bench gallery local-up local-down format lint check clean \
+  deps-run deps-test build
 
 run: deps-run
 	scripts/run
+
+# PREFIX=... for another place than ~/.local; RESET_SETTINGS=yes removes settings and login as well.
+install:
+	scripts/install.sh $(if $(PREFIX),--prefix "$(PREFIX)")
+
+uninstall:
+	scripts/uninstall.sh $(if $(PREFIX),--prefix "$(PREFIX)") \
+	  $(if $(RESET_SETTINGS),--reset-settings)
 
 test: deps-test build
 	ctest --preset dev --parallel $(JOBS)

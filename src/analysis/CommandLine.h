@@ -20,7 +20,7 @@ struct CommandLine {
 
     /// Addresses longer than this, in characters, are dropped, and so are all after the last one.
     static constexpr qsizetype longestUrl = 8192;
-    static constexpr qsizetype mostUrls = 8;
+    static constexpr qsizetype mostUrls = 16;
 
     bool help = false;
     bool version = false;

@@ -111,10 +111,10 @@ TEST(CommandLine, AnAddressOfTooManyCharactersIsDroppedAndTheOthersStay) {
 
 TEST(CommandLine, OnlySoManyAddressesAreTaken) {
     QStringList arguments{program};
-    for (int number = 0; number < 9; ++number) {
+    for (int number = 0; number < 17; ++number) {
         arguments.append(callback + QString::number(number));
     }
-    EXPECT_EQ(urlsOf(arguments), arguments.mid(1, 8));
+    EXPECT_EQ(urlsOf(arguments), arguments.mid(1, 16));
 }
 
 TEST(CommandLine, HelpNamesEverySwitchOfAUserAndFitsATerminal) {
