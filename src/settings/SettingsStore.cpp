@@ -67,7 +67,7 @@ std::optional<AppSettings> SettingsStore::current() const {
 std::optional<AppSettings> SettingsStore::migrated() {
     for (const QLatin1String older : legacyKeys) {
         const auto data = m_defaults.data(older);
-        const auto settings = data ? migrateAddingCurrentDefaults(*data) : std::nullopt;
+        auto settings = data ? migrateAddingCurrentDefaults(*data) : std::nullopt;
         if (settings) {
             if (adopt(*settings, older) == Outcome::stored) {
                 LumivaneLog::settings.log("Migrated settings; from=%{public}s to=%{public}ld",

@@ -4,10 +4,11 @@
 #include "support/FileSizeLimit.h"
 
 #include <sys/file.h>
+#include <sys/fsuid.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
+#include <functional>
 #include <thread>
 
 namespace lumivane {
@@ -19,6 +20,20 @@ mode_t modeOf(const QString& path) {
 
     EXPECT_EQ(::stat(QFile::encodeName(path).constData(), &status), 0);
     return status.st_mode & 07777;
+}
+
+void setMode(const QString& path, mode_t mode) {
+    ASSERT_EQ(::chmod(QFile::encodeName(path).constData(), mode), 0);
+}
+
+/// On a thread of its own that may not write everywhere, even if the test itself may.
+void asCommonUser(const std::function<void()>& work) {
+    std::thread([&work] {
+        if (::geteuid() == 0) {
+            ::setfsuid(65534);
+        }
+        work();
+    }).join();
 }
 
 /// As a process that was killed between two of its system calls leaves it.
@@ -74,8 +89,8 @@ TEST_F(FileUserDefaultsTest, OnlyTheOwnerReadsTheFileAndTheFoldersMadeForIt) {
 
 TEST_F(FileUserDefaultsTest, AFileThatOthersCouldReadIsClosedWithTheNextWrite) {
     write(file, "{\"a\":\"one\"}");
-    ASSERT_EQ(::chmod(QFile::encodeName(file).constData(), 0666), 0);
-    ASSERT_EQ(::chmod(QFile::encodeName(folder).constData(), 0755), 0);
+    setMode(file, 0666);
+    setMode(folder, 0755);
     opened().set("two", u"b"_qs);
     EXPECT_EQ(modeOf(file), 0600U);
     EXPECT_EQ(modeOf(folder), 0755U);
@@ -210,6 +225,39 @@ TEST_F(FileUserDefaultsTest, AFullDiskLeavesTheOldFileAndNothingElse) {
     }
     EXPECT_EQ(content(file), before);
     EXPECT_EQ(everythingIn(folder), QStringList{u"settings.json"_qs});
+}
+
+TEST_F(FileUserDefaultsTest, AFolderThatMayNotBeWrittenRefusesAndTheFileStays) {
+    write(file, "{\"a\":\"one\"}");
+    setMode(place.path(), 0755);
+    setMode(file, 0644);
+    setMode(folder, 0555);
+    asCommonUser([this] {
+        EXPECT_EQ(stored(), "one");
+        EXPECT_EQ(failure([this] { opened().set("two", u"a"_qs); }), std::errc::permission_denied);
+        EXPECT_EQ(failure([this] { opened().removeObject(u"a"_qs); }),
+                  std::errc::permission_denied);
+        EXPECT_EQ(failure([this] { opened().removePersistentDomain(); }),
+                  std::errc::permission_denied);
+    });
+    setMode(folder, 0755);
+    EXPECT_EQ(content(file), "{\"a\":\"one\"}");
+    EXPECT_EQ(everythingIn(folder), QStringList{u"settings.json"_qs});
+}
+
+TEST_F(FileUserDefaultsTest, AFileThatMayNotBeReadIsKeptAside) {
+    write(file, "{\"a\":\"one\"}");
+    setMode(place.path(), 0755);
+    setMode(file, 0000);
+    setMode(folder, 0777);
+    asCommonUser([this] {
+        EXPECT_EQ(stored(), std::nullopt);
+        opened().set("two", u"b"_qs);
+        EXPECT_EQ(stored(u"b"_qs), "two");
+        EXPECT_EQ(stored(), std::nullopt);
+    });
+    setMode(inFolder(u"settings.json.damaged"_qs), 0600);
+    EXPECT_EQ(content(inFolder(u"settings.json.damaged"_qs)), "{\"a\":\"one\"}");
 }
 
 TEST_F(FileUserDefaultsTest, AFileWhereTheFolderShouldBeRefusesAndStays) {

@@ -84,7 +84,7 @@ TEST(SettingsMigration, EveryVersionLoadsThroughTheStoreAndStaysSo) {
         defaults.contents[test::storedKey(version)] =
             storedForm(u"v"_qs + QString::number(version));
         SettingsStore store(defaults);
-        const AppSettings expected = byVersion.at(static_cast<std::size_t>(version - 1));
+        const AppSettings& expected = byVersion.at(static_cast<std::size_t>(version - 1));
         EXPECT_EQ(store.load(), expected) << version;
         EXPECT_EQ(store.load(), expected) << version;
         EXPECT_EQ(defaults.contents.size(), 1U) << version;
