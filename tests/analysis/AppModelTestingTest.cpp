@@ -167,6 +167,8 @@ TEST_F(AppModelTestingTest, WithoutConfiguredItsFourArgumentsAreNotRead) {
 
 TEST_F(AppModelTestingTest, AuthRequiredAnalysesTheMainScreenOnceTheWindowIsShown) {
     session.signedIn = false;
+    displays.setDisplays({{otherDisplay, {1440, 0, 1280, 1024}, 1, false},
+                          {mainDisplay, {0, 0, 1440, 900}, 1, true}});
     displays.setPointer(Point{1500, 10});
     makeTested({u"--ui-testing-configured"_qs, u"--ui-testing-auth-required"_qs});
     clock.advance(300ms);

@@ -29,6 +29,11 @@ protected:
         hotKeys.forgetRequests();
     }
 
+    /// How often the triggers were taken down, be it to take up others.
+    int triggerStops() const {
+        return log.count("trigger", LogLevel::debug, "Stopped active triggers");
+    }
+
     AppSettings withNewShortcut() const {
         AppSettings next = model->settings();
         next.hotKey.key = u"R"_qs;
@@ -119,24 +124,21 @@ TEST_F(AppModelUpdateSettingsTest, EachOfSixFieldsReconfiguresTheTriggersAndNoOt
         [](AppSettings& next) { next.overlayPosition = OverlayPosition::topLeft; },
         [](AppSettings& next) { next.analysisMode = AnalysisMode::hyperAccurate; },
     };
-    const auto stops = [this] {
-        return log.count("trigger", LogLevel::debug, "Stopped active triggers");
-    };
     makeStarted();
     for (const auto& change : triggering) {
-        const int before = stops();
+        const int before = triggerStops();
         AppSettings next = settings;
         change(next);
         model->updateSettings(next);
-        EXPECT_EQ(stops(), before + 1) << &change - triggering.data();
+        EXPECT_EQ(triggerStops(), before + 1) << &change - triggering.data();
         model->updateSettings(settings);
     }
     for (const auto& change : others) {
-        const int before = stops();
+        const int before = triggerStops();
         AppSettings next = settings;
         change(next);
         model->updateSettings(next);
-        EXPECT_EQ(stops(), before) << &change - others.data();
+        EXPECT_EQ(triggerStops(), before) << &change - others.data();
     }
 }
 
@@ -253,10 +255,22 @@ TEST_F(AppModelUpdateSettingsTest, WithShortcutAndLoginItemRefusedTheShortcutCom
 TEST_F(AppModelUpdateSettingsTest, WhilePausedTheTriggersWaitForTheResumption) {
     settings.paused = true;
     makeStarted();
+    const int stops = triggerStops();
     model->updateSettings(withNewShortcut());
     EXPECT_EQ(journal.entries(), QStringList{u"save"_qs});
+    EXPECT_EQ(triggerStops(), stops);
     model->togglePaused();
     EXPECT_EQ(journal.entries(), (QStringList{u"save"_qs, u"save"_qs, u"registerHotKey 15"_qs}));
+}
+
+TEST_F(AppModelUpdateSettingsTest, APauseThatAPaneEndsWaitsForTheNextApplication) {
+    settings.paused = true;
+    makeStarted();
+    AppSettings next = withNewShortcut();
+    next.paused = false;
+    model->updateSettings(next);
+    EXPECT_TRUE(liveKeys().empty()) << "the settings before the change decide";
+    EXPECT_FALSE(model->settings().paused);
 }
 
 TEST_F(AppModelUpdateSettingsTest, AnotherCornerWhilePausedIsAppliedOnResumption) {
@@ -286,8 +300,10 @@ TEST_F(AppModelUpdateSettingsTest, WhilePausedARefusedLoginItemTouchesNoTrigger)
 TEST_F(AppModelUpdateSettingsTest, BeforeSetupTheTriggersWait) {
     settings.configured = false;
     makeStarted();
+    const int stops = triggerStops();
     model->updateSettings(withNewShortcut());
     EXPECT_EQ(journal.entries(), QStringList{u"save"_qs});
+    EXPECT_EQ(triggerStops(), stops);
     EXPECT_FALSE(model->settings().configured) << "only the wizard finishes the setup";
 }
 
