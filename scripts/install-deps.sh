@@ -41,6 +41,8 @@ run_packages=(
   # a display for machines without one, and what looks at it
   xvfb openbox xdotool x11-utils x11-xserver-utils xauth imagemagick
   xclip fonts-dejavu fonts-liberation dbus python3 curl procps
+  # opens addresses in the user's browser
+  xdg-utils
   # scripts of the world for the pictures of the panels
   fonts-noto-color-emoji fonts-wqy-microhei
 )

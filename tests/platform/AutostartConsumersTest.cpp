@@ -24,7 +24,9 @@ protected:
         environment.insert(u"XDG_CONFIG_HOME"_qs, folder());
         environment.insert(u"XDG_CONFIG_DIRS"_qs, place.filePath(u"system"_qs));
         environment.insert(u"XDG_CURRENT_DESKTOP"_qs, u"XFCE"_qs);
-        environment.remove(u"DBUS_SESSION_BUS_ADDRESS"_qs);
+        // Where there is a display, some would start a bus and leave it behind.
+        environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_qs, u"disabled:"_qs);
+        environment.remove(u"DISPLAY"_qs);
         QProcess process;
         process.setProcessEnvironment(environment);
         process.setProcessChannelMode(QProcess::MergedChannels);
