@@ -72,7 +72,7 @@ protected:
 
     /// Registers the program at a path whose last folder has this name.
     QString registerAt(const QString& name) const {
-        const QString path = place.filePath(name + u"/lumivane"_qs);
+        QString path = place.filePath(name + u"/lumivane"_qs);
         addProgram(path);
         itemFor(path).registerItem();
         return path;

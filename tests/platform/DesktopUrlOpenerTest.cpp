@@ -64,7 +64,7 @@ class DesktopUrlOpenerTest : public testing::Test {
 protected:
     /// A program that the desktop has for addresses; it does this and leaves word that it ran.
     QString program(const QByteArray& does) const {
-        const QString path = place.filePath(u"open it"_qs);
+        QString path = place.filePath(u"open it"_qs);
         QFile file(path);
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
         file.write("#!/bin/sh\n"
@@ -82,7 +82,7 @@ protected:
     QByteArray left() const {
         EXPECT_TRUE(test::waitUntil([this] { return QFile::exists(out()); }));
         QFile file(out());
-        const QByteArray words = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        QByteArray words = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
         file.remove();
         return words;
     }
