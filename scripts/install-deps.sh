@@ -43,6 +43,9 @@ run_packages=(
   xclip fonts-dejavu fonts-liberation dbus python3 curl procps
   # an installation: the list of applications, and the keyring when it goes
   desktop-file-utils libsecret-tools
+
+  # opens addresses in the user's browser
+  xdg-utils
   # scripts of the world for the pictures of the panels
   fonts-noto-color-emoji fonts-wqy-microhei
 )

@@ -13,7 +13,7 @@ namespace lumivane::test {
 
 namespace {
 
-// Without folders of services: the machine's own daemons would start by themselves otherwise.
+// Without the machine's folders of services: its daemons would start by themselves otherwise.
 constexpr auto configuration = R"(<!DOCTYPE busconfig PUBLIC
  "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -21,6 +21,7 @@ constexpr auto configuration = R"(<!DOCTYPE busconfig PUBLIC
   <type>session</type>
   <listen>unix:path=%1/bus</listen>
   <auth>EXTERNAL</auth>
+  <servicedir>%1/services</servicedir>
   <policy context="default">
     <allow send_destination="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>

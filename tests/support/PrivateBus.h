@@ -29,7 +29,8 @@ public:
     /// The surroundings of a program that lives on this bus and writes into a home of its own.
     QProcessEnvironment environment() const;
 
-    /// A folder that lives as long as the bus.
+    /// A folder that lives as long as the bus. What "services" in it describes before the first
+    /// program asks for it, the bus starts when asked.
     QString folder() const { return m_home.path(); }
 
     /// Ends it in the middle of whatever it does.

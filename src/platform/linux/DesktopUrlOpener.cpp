@@ -26,8 +26,8 @@ void letSignalsThrough() {
 
 } // namespace
 
-DesktopUrlOpener::DesktopUrlOpener(QProcessEnvironment environment, QString program)
-    : m_environment(std::move(environment))
+DesktopUrlOpener::DesktopUrlOpener(const QProcessEnvironment& environment, QString program)
+    : m_environment(environment)
     , m_program(std::move(program)) {}
 
 bool DesktopUrlOpener::open(const QUrl& url) {

@@ -18,7 +18,7 @@ class DesktopUrlOpener final : public UrlOpener {
 public:
     /// `environment` is what the browser gets: the one that this process was started with, before
     /// it set anything for itself. `program` is looked for in the search path.
-    explicit DesktopUrlOpener(QProcessEnvironment environment,
+    explicit DesktopUrlOpener(const QProcessEnvironment& environment,
                               QString program = QStringLiteral("xdg-open"));
 
     bool open(const QUrl& url) override;
