@@ -29,6 +29,8 @@ build_packages=(
   libxcb1-dev libxcb-shm0-dev libxcb-composite0-dev libxcb-randr0-dev libxcb-xfixes0-dev
   libxcb-render0-dev libxcb-render-util0-dev libxcb-shape0-dev libxcb-keysyms1-dev
   libxcb-util-dev libxcb-xtest0-dev libxcb-res0-dev
+  # the session manager: its end, and in the tests its other side
+  libice-dev libsm-dev
   # the service
   libboost1.81-dev libboost-json1.81-dev libboost-url1.81-dev libboost-container1.81-dev
   libboost-system1.81-dev libsoci-dev libsqlite3-dev libssl-dev

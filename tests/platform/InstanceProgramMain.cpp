@@ -79,6 +79,9 @@ void goWrong(const QStringList& arguments) {
     if (fault.endsWith("-start")) {
         endAs(fault);
     }
+    if (fault.endsWith("-garbage") || fault.endsWith("-nonsense")) {
+        say("fault " + fault); // for it may be ended as soon as it is heard
+    }
     const int descriptor = arguments.filter(prefix).constFirst().mid(prefix.size()).toInt();
     if (fault.endsWith("-garbage")) {
         const std::string garbage(1000, 'r');

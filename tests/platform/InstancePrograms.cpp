@@ -50,6 +50,11 @@ void InstanceProgram::kill() {
 
 void InstanceProgram::waitForEnd() { m_process.waitForFinished(20000); }
 
+QCoro::Task<bool> ended(QCoro::Task<void> flow) {
+    co_await flow;
+    co_return true;
+}
+
 bool isGone(pid_t process) { return ::kill(process, 0) != 0 && errno == ESRCH; }
 
 InstancePrograms::InstancePrograms() {
@@ -148,6 +153,12 @@ pid_t InstancePrograms::nextProcess(const std::vector<pid_t>& known) {
         return found != 0;
     });
     return found;
+}
+
+void InstancePrograms::forget(pid_t process) {
+    ::waitpid(process, nullptr, 0);
+    std::erase(m_processes, process);
+    std::erase_if(m_lines, [&](const auto& each) { return each.first == process; });
 }
 
 std::vector<QByteArray> InstancePrograms::linesOf(pid_t process) {

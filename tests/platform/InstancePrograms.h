@@ -7,6 +7,7 @@
 #include <QByteArray>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <qcoro/qcorotask.h>
 
 #include <gtest/gtest.h>
 #include <sys/types.h>
@@ -75,6 +76,9 @@ protected:
     /// Waits for the next process that comes up besides those in `known`.
     pid_t nextProcess(const std::vector<pid_t>& known);
 
+    /// Waits for the end of a process that nobody else waits for, and forgets it.
+    void forget(pid_t process);
+
     /// Lines of the process that nobody has asked for yet.
     std::vector<QByteArray> linesOf(pid_t process);
 
@@ -97,6 +101,9 @@ private:
     std::vector<std::pair<pid_t, QByteArray>> m_lines;
     std::vector<pid_t> m_processes;
 };
+
+/// A flow without a value as one that has one, for `watch` and `outcomeOf`.
+QCoro::Task<bool> ended(QCoro::Task<void> flow);
 
 /// Whether no such process is there, not even one that has ended and not been waited for.
 bool isGone(pid_t process);
