@@ -69,8 +69,9 @@ stop_program() {
 
 # One job of the program itself. It needs no display; the limit is for one that is broken.
 maintain() {
-    [[ -f "$program" && -x "$program" ]] &&
-        timeout --kill-after=5 20 "$program" "$1" </dev/null >/dev/null 2>&1
+    [[ -f "$program" && -x "$program" ]] || return 1
+    # The group keeps the shell quiet about a program that crashes.
+    { timeout --kill-after=5 20 "$program" "$1" </dev/null >/dev/null; } 2>/dev/null
 }
 
 # Removes a file of the user's that the program did not remove itself.

@@ -18,7 +18,7 @@ esac
 # Stands for the program's two jobs of maintenance.
 PROGRAM = """#!/bin/sh
 echo "$*" >>"$MACHINE/program"
-[ -n "${BROKEN_PROGRAM:-}" ] && exit 1
+[ -n "${BROKEN_PROGRAM:-}" ] && kill -ABRT $$
 case "$1" in
   --unregister-login-item) rm -f "$XDG_CONFIG_HOME/autostart/com.marnoth.Lumivane.desktop" ;;
   --reset-settings) rm -f "$XDG_CONFIG_HOME/lumivane/settings.json" ;;
@@ -237,10 +237,12 @@ class UninstallTest(InstallationTest):
         entry = self.register_login_item()
         self.write("home/.config/lumivane/settings.json.damaged", "?")
         self.write("home/.config/lumivane/settings.json.damaged-2", "?")
-        self.assert_passes("uninstall.sh", "--reset-settings")
+        output = self.assert_passes("uninstall.sh", "--reset-settings")
         self.assertEqual(self.asked("program"), ["--unregister-login-item", "--reset-settings"])
         self.assertFalse(entry.exists())
         self.assertFalse(self.settings.parent.exists())
+        self.assertIn(f"Removed {self.settings}\n", output)
+        self.assertNotIn("Abort", output)
 
     def test_a_login_item_of_another_installation_stays(self):
         self.assert_passes("install.sh")
