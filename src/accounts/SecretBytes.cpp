@@ -4,7 +4,7 @@
 
 namespace lumivane {
 
-SecretBytes::~SecretBytes() {
+void SecretBytes::overwrite() {
     if (m_bytes.isDetached()) {
         overwriteWithZeros(m_bytes);
     }

@@ -17,10 +17,14 @@ public:
         : m_bytes(std::exchange(other.m_bytes, QByteArray())) {}
 
     SecretBytes& operator=(SecretBytes&&) = delete;
-    ~SecretBytes();
+
+    ~SecretBytes() { overwrite(); }
 
     /// The bytes themselves, not a copy, for as long as the caller holds what it gets.
     const QByteArray& share() const { return m_bytes; }
+
+    /// What the destructor does, earlier.
+    void overwrite();
 
 private:
     QByteArray m_bytes;

@@ -6,11 +6,11 @@ namespace lumivane {
 
 namespace {
 
-void overwrite(std::string& text) { ::explicit_bzero(text.data(), text.size()); }
+void overwriteText(std::string& text) { ::explicit_bzero(text.data(), text.size()); }
 
 void overwriteTexts(Json& value) {
     if (value.is_string()) {
-        overwrite(value.get_ref<std::string&>());
+        overwriteText(value.get_ref<std::string&>());
     }
     if (value.is_structured()) {
         // Nesting was bounded when the value was read.
@@ -34,12 +34,12 @@ Json JsonCoding<SecretText>::encode(const SecretText& secret) {
     return std::string(utf8.data(), static_cast<std::size_t>(utf8.size()));
 }
 
-SecretJson::~SecretJson() { overwriteTexts(m_value); }
+void SecretJson::overwrite() { overwriteTexts(m_value); }
 
 QByteArray SecretJson::write() const {
     std::string text = m_value.dump();
     QByteArray bytes = QByteArray::fromStdString(text);
-    overwrite(text);
+    overwriteText(text);
     return bytes;
 }
 

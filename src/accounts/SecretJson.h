@@ -20,7 +20,8 @@ public:
     explicit SecretJson(Json value)
         : m_value(std::move(value)) {}
 
-    ~SecretJson();
+    ~SecretJson() { overwrite(); }
+
     SecretJson(const SecretJson&) = delete;
     SecretJson& operator=(const SecretJson&) = delete;
 
@@ -28,6 +29,9 @@ public:
 
     /// In UTF-8; the caller overwrites it after use.
     QByteArray write() const;
+
+    /// What the destructor does, earlier.
+    void overwrite();
 
 private:
     Json m_value;
