@@ -26,20 +26,24 @@ using Json = nlohmann::ordered_json;
 class DecodingError : public std::exception {
 public:
     enum class Reason {
-        tooLarge,     ///< more bytes than the reader allows
-        tooDeep,      ///< arrays and objects nested deeper than the reader allows
-        malformed,    ///< no JSON text in UTF-8, or more than one
-        missing,      ///< a required key is absent or null
-        duplicate,    ///< a key that is read stands there twice
-        wrongType,    ///< another type of value, or an integer with a fraction
-        outOfRange,   ///< a number that its field cannot hold
-        unknownValue, ///< a text that is no case of its closed set
+        tooLarge,         ///< more bytes than the reader allows
+        tooDeep,          ///< arrays and objects nested deeper than the reader allows
+        malformed,        ///< no JSON text in UTF-8, or more than one
+        missing,          ///< a required key is absent or null
+        duplicate,        ///< a key that is read stands there twice
+        wrongType,        ///< another type of value, or an integer with a fraction
+        outOfRange,       ///< a number that its field cannot hold
+        unknownValue,     ///< a text that is no case of its closed set
+        invalidTimestamp, ///< a text that is no date
     };
 
     explicit DecodingError(Reason reason)
         : reason(reason) {}
 
-    const char* what() const noexcept override { return "The data is not in the expected form."; }
+    const char* what() const noexcept override {
+        return reason == Reason::invalidTimestamp ? "Invalid ISO-8601 timestamp"
+                                                  : "The data is not in the expected form.";
+    }
 
     Reason reason;
 };
