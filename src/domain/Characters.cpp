@@ -144,6 +144,16 @@ QStringView lastCharacters(QStringView text, std::int64_t count) {
     return text;
 }
 
+std::int64_t scalarCount(QStringView text) {
+    std::int64_t count = text.size();
+    for (qsizetype index = 1; index < text.size(); ++index) {
+        if (text[index].isLowSurrogate() && text[index - 1].isHighSurrogate()) {
+            --count;
+        }
+    }
+    return count;
+}
+
 bool isLetterOrNumber(char32_t scalar) {
     switch (QChar::category(scalar)) {
     case QChar::Letter_Uppercase:

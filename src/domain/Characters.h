@@ -17,6 +17,9 @@ QStringView firstCharacters(QStringView text, std::int64_t count);
 /// The last `count` characters, or all of them where there are fewer.
 QStringView lastCharacters(QStringView text, std::int64_t count);
 
+/// Unicode scalars; half of a surrogate pair counts as one.
+std::int64_t scalarCount(QStringView text);
+
 /// Letter or number in the Unicode sense: general categories L and N.
 bool isLetterOrNumber(char32_t scalar);
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "async/SerialCalls.h"
 #include "notes/NotesServing.h"
-#include "notes/SerialCalls.h"
 #include "platform/FileStaging.h"
 
 #include <QString>

@@ -102,6 +102,17 @@ TEST(LastCharacters, OfNothingAndOfNone) {
     EXPECT_EQ(lastCharacters(u"abc", 3), u"abc");
 }
 
+TEST(ScalarCount, CountsPairsOnceAndHalvesToo) {
+    EXPECT_EQ(scalarCount(u""), 0);
+    EXPECT_EQ(scalarCount(u"a\u0301"), 2);
+    EXPECT_EQ(scalarCount(u"\U0001F468\u200D\U0001F469"), 3);
+    const QChar high(0xD83D);
+    const QChar low(0xDE00);
+    EXPECT_EQ(scalarCount(QString(high)), 1);
+    EXPECT_EQ(scalarCount(QString(low) + high), 2);
+    EXPECT_EQ(scalarCount(QString(high) + high + low + low), 3);
+}
+
 TEST(IsLetterOrNumber, FollowsTheGeneralCategories) {
     // Lu, Ll, Lt, Lm, Lo, Nd, Nl, No, and two beyond 16 bits.
     for (const char32_t scalar : {U'A', U'z', U'\u01C5', U'\u02B0', U'\u3042', U'7', U'\u2167',

@@ -1,4 +1,4 @@
-#include "notes/SerialCalls.h"
+#include "async/SerialCalls.h"
 
 #include "support/Outcome.h"
 #include "support/ScriptedCall.h"

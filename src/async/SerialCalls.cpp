@@ -1,4 +1,4 @@
-#include "notes/SerialCalls.h"
+#include "async/SerialCalls.h"
 
 #include "async/Cancelled.h"
 #include "async/TaskHandle.h"
