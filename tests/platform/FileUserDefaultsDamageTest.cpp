@@ -183,13 +183,26 @@ TEST_F(FileUserDefaultsDamageTest, ASocketInItsPlaceIsKeptAside) {
     ::close(listener);
 }
 
-TEST_F(FileUserDefaultsDamageTest, ALinkToADeviceIsKeptAsideAndTheDeviceLeftAlone) {
+TEST_F(FileUserDefaultsDamageTest, ALinkToADeviceReadsAsEmpty) {
     ASSERT_TRUE(QDir().mkpath(folder));
     for (const QString& device : {u"/dev/full"_qs, u"/dev/zero"_qs, u"/dev/null"_qs}) {
         ASSERT_TRUE(QFile::link(device, file));
-        expectKeptAside([&] { EXPECT_EQ(QFile::symLinkTarget(damaged()), device); });
-        EXPECT_TRUE(QFileInfo::exists(device));
+        EXPECT_EQ(stored(), std::nullopt);
+        ASSERT_TRUE(QFile::remove(file));
     }
+}
+
+// A device itself is not put at the risk of this test.
+TEST_F(FileUserDefaultsDamageTest, ALinkToNoRegularFileIsKeptAsideAndWhatItNamesLeftAlone) {
+    ASSERT_TRUE(QDir().mkpath(folder));
+    const QString pipe = place.filePath(u"pipe"_qs);
+    ASSERT_EQ(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    ASSERT_TRUE(QFile::link(pipe, file));
+    expectKeptAside([&] { EXPECT_EQ(QFile::symLinkTarget(damaged()), pipe); });
+    ASSERT_TRUE(QFile::link(pipe, file));
+    opened().removePersistentDomain();
+    EXPECT_TRUE(everythingIn(folder).isEmpty());
+    EXPECT_EQ(everythingIn(place.path()), (QStringList{u"config"_qs, u"pipe"_qs}));
 }
 
 TEST_F(FileUserDefaultsDamageTest, ALinkToAFolderOrToItselfIsKeptAside) {
