@@ -3,6 +3,7 @@
 #include "support/EventLoop.h"
 #include "support/FakeUrlOpener.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -62,12 +63,13 @@ private:
 
 class DesktopUrlOpenerTest : public testing::Test {
 protected:
-    /// A program that the desktop has for addresses; it does this and leaves word that it ran.
+    /// A program that the desktop has for addresses; it does this and leaves word that it ran. The
+    /// plain shell would let signals through by itself.
     QString program(const QByteArray& does) const {
         QString path = place.filePath(u"open it"_qs);
         QFile file(path);
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("#!/bin/sh\n"
+        file.write("#!/bin/bash\n"
                    "channels=$(readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2)\n{ " +
                    does + "; } >'" + out().toUtf8() + ".new' 2>&1\nmv '" + out().toUtf8() +
                    ".new' '" + out().toUtf8() + "'\n");
@@ -120,6 +122,22 @@ TEST_F(DesktopUrlOpenerTest, WithoutTheProgramNothingOpens) {
     ASSERT_TRUE(plain.open(QIODevice::WriteOnly));
     plain.setPermissions(QFile::ReadOwner);
     EXPECT_FALSE(DesktopUrlOpener(environment(), plain.fileName()).open(ofTheWeb[0]));
+}
+
+TEST_F(DesktopUrlOpenerTest, AnAddressLongerThanAnyProgramTakesIsNotOpened) {
+    DesktopUrlOpener opener(environment(), program("echo started"));
+    EXPECT_FALSE(opener.open(url(u"https://example.org/"_qs + QString(200000, u'x'))));
+    EXPECT_TRUE(opener.open(url(u"https://example.org/"_qs + QString(100000, u'x'))));
+    EXPECT_EQ(left(), "started\n");
+}
+
+TEST_F(DesktopUrlOpenerTest, TheBrowserIsNoChildOfThisProcess) {
+    DesktopUrlOpener opener(environment(), program("ps -o ppid=,sid= -p $$; echo $$"));
+    EXPECT_TRUE(opener.open(ofTheWeb[0]));
+    const QList<QByteArray> words = left().simplified().split(' ');
+    ASSERT_EQ(words.size(), 3);
+    EXPECT_NE(words[0].toLongLong(), QCoreApplication::applicationPid());
+    EXPECT_EQ(words[1], words[2]); // the head of a session of its own
 }
 
 TEST_F(DesktopUrlOpenerTest, GivesTheSurroundingsItWasMadeWithAndNoOthers) {

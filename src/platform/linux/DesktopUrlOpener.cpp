@@ -1,6 +1,7 @@
 #include "platform/linux/DesktopUrlOpener.h"
 
 #include <QProcess>
+#include <QStandardPaths>
 
 #include <pthread.h>
 #include <signal.h>
@@ -10,6 +11,8 @@
 namespace lumivane {
 
 namespace {
+
+constexpr int longestStart = 1000; ///< milliseconds; it takes 5 or so
 
 bool isOfTheWeb(const QUrl& url) {
     const QString scheme = url.scheme();
@@ -31,19 +34,21 @@ DesktopUrlOpener::DesktopUrlOpener(const QProcessEnvironment& environment, QStri
     , m_program(std::move(program)) {}
 
 bool DesktopUrlOpener::open(const QUrl& url) {
-    if (!isOfTheWeb(url)) {
+    const QString program = QStandardPaths::findExecutable(m_program);
+    if (program.isEmpty() || !isOfTheWeb(url)) {
         return false;
     }
-    QProcess browser;
-    browser.setProgram(m_program);
-    browser.setArguments({QString::fromLatin1(url.toEncoded())});
-    browser.setProcessEnvironment(m_environment);
-    browser.setChildProcessModifier(letSignalsThrough);
-    for (const auto set : {&QProcess::setStandardOutputFile, &QProcess::setStandardErrorFile}) {
-        (browser.*set)(QProcess::nullDevice(), QIODevice::Truncate);
-    }
-    browser.setStandardInputFile(QProcess::nullDevice());
-    return browser.startDetached();
+    // The toolkit's own way to start what lives on its own leaves the signals held back. This
+    // program ends as soon as the other one is on its own.
+    QProcess starter;
+    starter.setProcessEnvironment(m_environment);
+    starter.setChildProcessModifier(letSignalsThrough);
+    starter.setStandardInputFile(QProcess::nullDevice());
+    starter.setStandardOutputFile(QProcess::nullDevice());
+    starter.setStandardErrorFile(QProcess::nullDevice());
+    starter.start(u"setsid"_qs, {u"--fork"_qs, program, QString::fromLatin1(url.toEncoded())});
+    return starter.waitForFinished(longestStart) && starter.exitStatus() == QProcess::NormalExit &&
+           starter.exitCode() == 0;
 }
 
 } // namespace lumivane
