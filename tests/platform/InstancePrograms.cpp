@@ -3,7 +3,9 @@
 #include "support/EventLoop.h"
 #include "support/XTestProcess.h"
 
+#include <QDBusMessage>
 #include <QDir>
+#include <QVariantMap>
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -159,6 +161,21 @@ void InstancePrograms::forget(pid_t process) {
     ::waitpid(process, nullptr, 0);
     std::erase(m_processes, process);
     std::erase_if(m_lines, [&](const auto& each) { return each.first == process; });
+}
+
+bool InstancePrograms::isOwned(const QString& name) {
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        u"org.freedesktop.DBus"_qs, u"/"_qs, u"org.freedesktop.DBus"_qs, u"NameHasOwner"_qs);
+    call << name;
+    return m_bus->connect().call(call).arguments().value(0).toBool();
+}
+
+bool InstancePrograms::activateOverBus() {
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(u"com.marnoth.Lumivane"_qs, u"/com/marnoth/Lumivane"_qs,
+                                       u"org.freedesktop.Application"_qs, u"Activate"_qs);
+    call << QVariantMap();
+    return m_bus->connect().call(call).type() == QDBusMessage::ReplyMessage;
 }
 
 std::vector<QByteArray> InstancePrograms::linesOf(pid_t process) {

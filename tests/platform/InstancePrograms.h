@@ -79,6 +79,12 @@ protected:
     /// Waits for the end of a process that nobody else waits for, and forgets it.
     void forget(pid_t process);
 
+    /// Whether somebody on the bus has the name.
+    bool isOwned(const QString& name);
+
+    /// As a desktop activates the program: the public name, on the bus.
+    bool activateOverBus();
+
     /// Lines of the process that nobody has asked for yet.
     std::vector<QByteArray> linesOf(pid_t process);
 

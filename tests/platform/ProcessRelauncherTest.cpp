@@ -46,6 +46,10 @@ TEST_P(Relaunch, TheReplacementHasThePlaceWhenTheOldOneEnds) {
     const auto third = start();
     EXPECT_EQ(ask(*third, "begin"), "reached");
     EXPECT_EQ(hear(replacement, ""), "activated");
+    if (GetParam()) {
+        EXPECT_TRUE(activateOverBus());
+        EXPECT_EQ(hear(replacement, ""), "activated");
+    }
 }
 
 TEST_P(Relaunch, TheReplacementWaitsForTheEndOfTheOldProcess) {
@@ -191,6 +195,8 @@ TEST_P(FailedRelaunch, LeavesTheOldInstanceAloneInItsPlace) {
     const auto third = start();
     EXPECT_EQ(ask(*third, "begin"), "reached");
     EXPECT_TRUE(waitUntil([&] { return activations == 1; }));
+    EXPECT_TRUE(isOwned(u"com.marnoth.Lumivane"_qs));
+    EXPECT_TRUE(isOwned(u"com.marnoth.Lumivane.Session_"_qs + place().name()));
 }
 
 class ProcessRelauncherTest : public InstancePrograms {

@@ -267,6 +267,17 @@ TEST(HandOverChannel, ManyDescriptorsAtOnceStayOpenNowhere) {
     EXPECT_EQ(after.get(), before.get() + 1);
 }
 
+TEST(HandOverChannel, WhatWasSaidBeforeTheEndIsHeard) {
+    auto [ours, theirs] = HandOverChannel::makePair();
+    ASSERT_TRUE(ours.send(HandOverWord::running));
+    ASSERT_TRUE(theirs.send(HandOverWord::yours));
+    theirs.close(); // without having read
+    HandOverChannel::Message message;
+    ASSERT_EQ(ours.read(message), HandOverChannel::Reading::message);
+    EXPECT_EQ(message.word, HandOverWord::yours);
+    EXPECT_EQ(ours.read(message), HandOverChannel::Reading::end);
+}
+
 TEST(HandOverChannel, NobodyAtTheOtherEndIsTheEnd) {
     auto [ours, theirs] = HandOverChannel::makePair();
     theirs.close();

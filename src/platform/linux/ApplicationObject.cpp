@@ -82,7 +82,8 @@ bool ApplicationObject::handleMessage(const QDBusMessage& message,
 void ApplicationObject::postRequest(const QStringList& urls) {
     postToMainThread([guard = QPointer(this), urls] {
         if (guard) {
-            guard->m_onRequest(urls);
+            const Handler copy = guard->m_onRequest; // it may destroy the object
+            copy(urls);
         }
     });
 }

@@ -105,7 +105,11 @@ HandOverChannel::Reading HandOverChannel::read(Message& message) const {
     header.msg_iovlen = 1;
     header.msg_control = attachment.bytes.data();
     header.msg_controllen = attachment.bytes.size();
-    const ssize_t size = ::recvmsg(m_descriptor.get(), &header, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+    ssize_t size = ::recvmsg(m_descriptor.get(), &header, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+    if (size < 0 && errno == ECONNRESET) {
+        // It went without having read everything. That is told once, before what it had sent.
+        size = ::recvmsg(m_descriptor.get(), &header, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+    }
     if (size < 0) {
         return errno == EAGAIN || errno == EINTR ? Reading::nothing : Reading::end;
     }

@@ -64,6 +64,33 @@ bool awaitSocket(int descriptor, short events, const Clock& clock, MonotonicInst
     return ::poll(&waiting, 1, int(std::max(left, milliseconds::zero()).count())) > 0;
 }
 
+/// None once all is sent, else why not.
+std::optional<InstanceAnswer> sendAll(int socket, QByteArrayView bytes, const Clock& clock,
+                                      MonotonicInstant deadline) {
+    while (!bytes.isEmpty()) {
+        const ssize_t sent = ::send(socket, bytes.data(), std::size_t(bytes.size()), MSG_NOSIGNAL);
+        if (sent > 0) {
+            bytes = bytes.sliced(sent);
+        } else if (errno != EAGAIN) {
+            return InstanceAnswer::absent;
+        } else if (!awaitSocket(socket, POLLOUT, clock, deadline)) {
+            return InstanceAnswer::silent;
+        }
+    }
+    return std::nullopt;
+}
+
+InstanceAnswer awaitAnswer(int socket, const Clock& clock, MonotonicInstant deadline) {
+    if (!awaitSocket(socket, POLLIN, clock, deadline)) {
+        return InstanceAnswer::silent;
+    }
+    char answer = 0;
+    if (::recv(socket, &answer, 1, 0) != 1) {
+        return InstanceAnswer::absent;
+    }
+    return answer == InstanceRequest::accepted ? InstanceAnswer::accepted : InstanceAnswer::refused;
+}
+
 } // namespace
 
 InstanceSocket::InstanceSocket(Clock& clock, Handler onRequest)
@@ -125,7 +152,8 @@ void InstanceSocket::read(QLocalSocket& visitor) {
     if (urls != nullptr) {
         postToMainThread([guard = QPointer(this), urls = *urls] {
             if (guard) {
-                guard->m_onRequest(urls);
+                const Handler copy = guard->m_onRequest; // it may destroy the socket
+                copy(urls);
             }
         });
     }
@@ -151,26 +179,8 @@ InstanceAnswer knock(int folder, const QString& name, const QByteArray& request,
     if (!isOfSameUser(socket.get())) {
         return InstanceAnswer::absent;
     }
-    QByteArrayView left(request);
-    while (!left.isEmpty()) {
-        const ssize_t sent =
-            ::send(socket.get(), left.data(), std::size_t(left.size()), MSG_NOSIGNAL);
-        if (sent > 0) {
-            left = left.sliced(sent);
-        } else if (errno != EAGAIN) {
-            return InstanceAnswer::absent;
-        } else if (!awaitSocket(socket.get(), POLLOUT, clock, deadline)) {
-            return InstanceAnswer::silent;
-        }
-    }
-    if (!awaitSocket(socket.get(), POLLIN, clock, deadline)) {
-        return InstanceAnswer::silent;
-    }
-    char answer = 0;
-    if (::recv(socket.get(), &answer, 1, 0) != 1) {
-        return InstanceAnswer::absent;
-    }
-    return answer == InstanceRequest::accepted ? InstanceAnswer::accepted : InstanceAnswer::refused;
+    const auto failure = sendAll(socket.get(), request, clock, deadline);
+    return failure ? *failure : awaitAnswer(socket.get(), clock, deadline);
 }
 
 } // namespace lumivane

@@ -89,7 +89,8 @@ QCoro::Task<void> ProcessRelauncher::changeHands(std::shared_ptr<HandOver> handO
 
 QCoro::Task<void> ProcessRelauncher::expect(std::shared_ptr<HandOver> handOver, HandOverWord word) {
     const auto left = handOver->deadline - handOver->clock.now();
-    if (!co_await becomesReadable(handOver->line.descriptor(), handOver->clock, left,
+    if (left <= std::chrono::nanoseconds::zero() ||
+        !co_await becomesReadable(handOver->line.descriptor(), handOver->clock, left,
                                   handOver->stop.get_token())) {
         throw RelaunchError("the replacement does not answer");
     }

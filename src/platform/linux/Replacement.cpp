@@ -30,6 +30,7 @@ bool Replacement::takeOver(SessionInstance& instance, const Clock& clock,
         return false;
     }
     if (first == Reading::end || message.word != HandOverWord::yours) {
+        m_channel.close(); // with the lock, should it still be on its way
         return instance.claim() == SessionInstance::Claim::granted;
     }
     if (instance.adopt(std::move(message.lock)) != SessionInstance::Claim::granted) {
