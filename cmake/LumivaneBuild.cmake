@@ -50,10 +50,10 @@ function(lumivane_library name)
   target_link_libraries(lumivane_${name} PUBLIC ${ARG_LINKS} PRIVATE lumivane_flags ${ARG_PRIVATE_LINKS})
 endfunction()
 
-# lumivane_test(<name> SOURCES ... LINKS ... [LABEL unit|integration] [MAIN core|gui|plain|x|x_accessible])
+# lumivane_test(<name> SOURCES ... LINKS ... [LABEL unit|integration] [MAIN core|gui|plain|x|x_bus|x_accessible])
 # One executable, one ctest entry per test case. MAIN chooses the application object behind it; with
-# x it stands on an X server of its own, see support/PanelDesktop.h, and with x_accessible on an
-# accessibility bus as well.
+# x it stands on an X server of its own, see support/PanelDesktop.h, with x_bus on a session bus as
+# well, and with x_accessible on an accessibility bus besides.
 function(lumivane_test name)
   cmake_parse_arguments(ARG "" "LABEL;MAIN;TIMEOUT" "SOURCES;LINKS" ${ARGN})
   if(NOT ARG_LABEL)

@@ -58,6 +58,9 @@ test_packages=(
   picom at-spi2-core xdg-desktop-portal
   # what shows notifications, what reads autostart entries at the start of a session
   dunst desktop-file-utils dex libglib2.0-bin systemd
+
+  # trays of both kinds: one that embeds windows, and a desktop's panel
+  trayer xfce4-panel
 )
 
 usage() { sed -n '2,8s/^# \{0,1\}//p' "$0"; }

@@ -105,6 +105,10 @@ void PanelDesktop::type(xcb_keysym_t key) {
     fake(XCB_KEY_RELEASE, code);
 }
 
+void PanelDesktop::holdKey(xcb_keysym_t key) { fake(XCB_KEY_PRESS, keycodeOf(key)); }
+
+void PanelDesktop::releaseKey(xcb_keysym_t key) { fake(XCB_KEY_RELEASE, keycodeOf(key)); }
+
 void PanelDesktop::fake(std::uint8_t type, std::uint8_t detail) {
     xcb_test_fake_input(m_connection, type, detail, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
     focus();

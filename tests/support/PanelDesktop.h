@@ -49,6 +49,8 @@ public:
     void press(int button);
     void release(int button);
     void type(xcb_keysym_t key);
+    void holdKey(xcb_keysym_t key);
+    void releaseKey(xcb_keysym_t key);
 
     /// The code by which other windows see a key.
     xcb_keycode_t keycodeOf(xcb_keysym_t key);

@@ -163,10 +163,12 @@ void XTestClient::releaseCompositor() {
     check(xcb_destroy_window_checked(m_connection, m_compositorWindow));
 }
 
-bool XTestClient::hasCompositor() {
+bool XTestClient::hasCompositor() { return selectionOwner("_NET_WM_CM_S0") != XCB_NONE; }
+
+xcb_window_t XTestClient::selectionOwner(std::string_view name) {
     const auto reply = owned(xcb_get_selection_owner_reply(
-        m_connection, xcb_get_selection_owner(m_connection, atom("_NET_WM_CM_S0")), nullptr));
-    return reply && reply->owner != XCB_NONE;
+        m_connection, xcb_get_selection_owner(m_connection, atom(name)), nullptr));
+    return reply ? reply->owner : xcb_window_t(XCB_NONE);
 }
 
 void XTestClient::becomeWindowManager() {

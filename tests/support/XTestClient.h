@@ -65,6 +65,9 @@ public:
     /// Becomes the owner of a selection with a new window, which it answers.
     xcb_window_t claimSelection(std::string_view name);
 
+    /// Who owns a selection; none for nobody.
+    xcb_window_t selectionOwner(std::string_view name);
+
     /// Takes the place of a window manager without doing its work.
     void becomeWindowManager();
 
