@@ -67,11 +67,6 @@ protected:
 
     static Ending endingOf(QCoro::Task<void> flow) { return endingOf(flagged(std::move(flow))); }
 
-    static QCoro::Task<bool> flagged(QCoro::Task<void> flow) {
-        co_await flow;
-        co_return true;
-    }
-
     /// All of them, in the order of the port.
     static const std::vector<Operation>& operations();
 

@@ -9,6 +9,7 @@
 namespace lumivane {
 
 using namespace std::chrono_literals;
+using test::flagged;
 using Verdict = HandleLocalVerdict;
 
 namespace {
@@ -20,11 +21,6 @@ HandleFilterPayload filterOf(char byte, const QString& version = u"v1"_qs) {
 
 const HandleFilterPayload full = filterOf('\xff');
 const HandleFilterPayload empty = filterOf('\0');
-
-QCoro::Task<bool> flagged(QCoro::Task<void> flow) {
-    co_await flow;
-    co_return true;
-}
 
 } // namespace
 

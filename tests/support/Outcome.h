@@ -60,6 +60,12 @@ std::shared_ptr<Outcome<Value>> watch(QCoro::Task<Value> flow) {
     return outcome;
 }
 
+/// A flow without a value as one whose value is true.
+inline QCoro::Task<bool> flagged(QCoro::Task<void> flow) {
+    co_await flow;
+    co_return true;
+}
+
 /// Turns the event loop until the flow has ended, or for `waitUntil`'s limit.
 template <typename Value>
 Outcome<Value> outcomeOf(QCoro::Task<Value> flow) {

@@ -142,8 +142,8 @@ private:
             request.body = m_input.mid(end + 4, length);
             m_input.remove(0, end + 4 + length);
             const QByteArray path = request.line.split(' ').value(1);
-            m_server.m_requests.push_back(std::move(request));
-            m_answer = m_server.answerFor(path);
+            m_server.m_requests.push_back(request);
+            m_answer = m_server.answerFor(path, request);
             play();
         }
     }
@@ -255,12 +255,21 @@ void ScriptedHttpServer::always(const QByteArray& path, ScriptedAnswer answer) {
     m_defaults[path] = std::move(answer);
 }
 
-ScriptedAnswer ScriptedHttpServer::answerFor(const QByteArray& path) {
+void ScriptedHttpServer::answerBy(const QByteArray& path,
+                                  std::function<ScriptedAnswer(const RecordedRequest&)> handler) {
+    m_handlers[path] = std::move(handler);
+}
+
+ScriptedAnswer ScriptedHttpServer::answerFor(const QByteArray& path,
+                                             const RecordedRequest& request) {
     auto& script = m_scripts[path];
     if (!script.empty()) {
         ScriptedAnswer answer = std::move(script.front());
         script.pop_front();
         return answer;
+    }
+    if (const auto handler = m_handlers.find(path); handler != m_handlers.end()) {
+        return handler->second(request);
     }
     const auto found = m_defaults.find(path);
     return found != m_defaults.end() ? found->second : ScriptedAnswer::whole(404, {});

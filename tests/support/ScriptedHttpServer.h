@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -75,8 +76,8 @@ struct ScriptedAnswer {
 /// An HTTP server on 127.0.0.1 that keeps every request byte for byte and answers as told. It works
 /// on the event loop of the thread that makes it, so that loop has to turn for it to answer.
 ///
-/// A request is answered by the next entry of the script of its path, then by the default of its
-/// path, and else with 404.
+/// A request is answered by the next entry of the script of its path, then by what makes the
+/// answers of its path, then by the default of its path, and else with 404.
 class ScriptedHttpServer {
 public:
     ScriptedHttpServer();
@@ -91,6 +92,10 @@ public:
 
     /// Answers every request for `path` that finds its script empty.
     void always(const QByteArray& path, ScriptedAnswer answer);
+
+    /// Makes the answer to every request for `path` that finds its script empty.
+    void answerBy(const QByteArray& path,
+                  std::function<ScriptedAnswer(const RecordedRequest&)> handler);
 
     /// Sends all answers that are held.
     void release();
@@ -116,11 +121,12 @@ public:
 private:
     class Connection;
 
-    ScriptedAnswer answerFor(const QByteArray& path);
+    ScriptedAnswer answerFor(const QByteArray& path, const RecordedRequest& request);
 
     QTcpServer m_server;
     std::vector<std::unique_ptr<Connection>> m_connections;
     std::map<QByteArray, std::deque<ScriptedAnswer>> m_scripts;
+    std::map<QByteArray, std::function<ScriptedAnswer(const RecordedRequest&)>> m_handlers;
     std::map<QByteArray, ScriptedAnswer> m_defaults;
     std::vector<RecordedRequest> m_requests;
     int m_connectionCount = 0;
