@@ -49,6 +49,8 @@ test_packages=(
   clang clang-format clang-tidy libclang-rt-14-dev shellcheck
   # a compositor, the accessibility bus and the settings portal, started by the tests themselves
   picom at-spi2-core xdg-desktop-portal
+  # the desktop's keyring, and another program that looks into it
+  gnome-keyring libsecret-tools
 )
 
 usage() { sed -n '2,8s/^# \{0,1\}//p' "$0"; }
