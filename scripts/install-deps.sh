@@ -61,6 +61,9 @@ test_packages=(
 
   # trays of both kinds: one that embeds windows, and a desktop's panel
   trayer xfce4-panel
+
+  # the desktop's keyring, and another program that looks into it
+  gnome-keyring libsecret-tools
 )
 
 usage() { sed -n '2,8s/^# \{0,1\}//p' "$0"; }
