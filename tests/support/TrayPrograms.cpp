@@ -40,7 +40,7 @@ constexpr auto panelSettings = R"(<?xml version="1.0" encoding="UTF-8"?>
 QString settingsDaemon() {
     const QDir libraries(u"/usr/lib"_qs);
     for (const QString& folder : libraries.entryList(QDir::Dirs)) {
-        const QString path = libraries.filePath(folder + u"/xfce4/xfconf/xfconfd"_qs);
+        QString path = libraries.filePath(folder + u"/xfce4/xfconf/xfconfd"_qs);
         if (QFile::exists(path)) {
             return path;
         }
