@@ -291,12 +291,13 @@ TEST_F(SecretServiceItemStoreTest, AServiceThatIsGoneIsUnavailable) {
 }
 
 TEST_F(SecretServiceItemStoreTest, ABusThatIsGoneIsUnavailableAndTheProcessLives) {
-    EXPECT_EQ(add("one"), Status::success);
     const QDBusConnection other = bus.connect();
     const auto connectionCount = [&other] {
         return other.interface()->registeredServiceNames().value().size();
     };
     const auto before = connectionCount();
+    EXPECT_EQ(add("one"), Status::success);
+    ASSERT_TRUE(waitUntil([&] { return connectionCount() == before; }));
     const test::HeldProcess held(daemon->processID());
     const auto outcome = startCopy();
     ASSERT_TRUE(waitUntil([&] { return connectionCount() > before; }));
