@@ -147,6 +147,14 @@ TEST_F(SystemWebAuthenticatorTest, ASecondLoginTakesThePlaceOfTheFirst) {
     EXPECT_EQ(second->value, callback);
 }
 
+TEST_F(SystemWebAuthenticatorTest, AnAttemptThatIsRefusedEndsTheLoginBeforeTooAndLeavesNothing) {
+    const auto first = start();
+    EXPECT_EQ(errorOf(*start(QUrl(u"file:///etc/passwd"_qs))), Case::unavailable);
+    EXPECT_EQ(errorOf(*first), Case::cancelled);
+    EXPECT_FALSE(session.isWaiting());
+    EXPECT_EQ(clock.timerCount(), 0U);
+}
+
 TEST_F(SystemWebAuthenticatorTest, ALoginThatNobodyFinishesEndsByItself) {
     const auto outcome = start();
     clock.advance(10min - 1ns);

@@ -1,5 +1,6 @@
 #include "platform/linux/HostnameService.h"
 
+#include "NameKeeper.h"
 #include "async/PoolJob.h"
 #include "support/Outcome.h"
 #include "support/PrivateBus.h"
@@ -12,16 +13,6 @@
 namespace lumivane {
 
 using test::waitUntil;
-
-/// The service that keeps the machine's name, as far as it is asked.
-class NameKeeper final : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.hostname1")
-    Q_PROPERTY(QString PrettyHostname MEMBER name)
-
-public:
-    QString name = u"Jörg’s Studio"_qs;
-};
 
 class HostnameServiceTest : public testing::Test {
 protected:
@@ -50,7 +41,7 @@ protected:
 };
 
 TEST_F(HostnameServiceTest, GivesTheNameThatTheUserGave) {
-    NameKeeper keeper;
+    test::NameKeeper keeper;
     offer(keeper);
     EXPECT_EQ(ask(bus.address()), u"Jörg’s Studio"_qs);
 }
@@ -82,5 +73,3 @@ TEST_F(HostnameServiceTest, AStopEndsTheWaitForABusThatHangs) {
 }
 
 } // namespace lumivane
-
-#include "HostnameServiceTest.moc"

@@ -3,6 +3,7 @@
 #include "KeyringFixture.h"
 #include "support/ManualClock.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
 
@@ -290,10 +291,20 @@ TEST_F(SecretServiceItemStoreTest, AServiceThatIsGoneIsUnavailable) {
 }
 
 TEST_F(SecretServiceItemStoreTest, ABusThatIsGoneIsUnavailableAndTheProcessLives) {
+    const QDBusConnection other = bus.connect();
+    const auto connectionCount = [&other] {
+        return other.interface()->registeredServiceNames().value().size();
+    };
+    const auto before = connectionCount();
     EXPECT_EQ(add("one"), Status::success);
+    ASSERT_TRUE(waitUntil([&] { return connectionCount() == before; }));
+    const test::HeldProcess held(daemon->processID());
     const auto outcome = startCopy();
+    ASSERT_TRUE(waitUntil([&] { return connectionCount() > before; }));
     bus.kill();
     ASSERT_TRUE(waitUntil([&] { return outcome->hasEnded(); }));
+    ASSERT_TRUE(outcome->value);
+    EXPECT_EQ(outcome->value->status, Status::unavailable);
     EXPECT_EQ(copyStatus(), Status::unavailable);
 }
 

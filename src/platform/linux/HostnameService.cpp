@@ -26,7 +26,7 @@ GObjectPointer<GDBusConnection> connect(const QString& address, GCancellable* ca
 QString usualSystemBusAddress() {
     GErrorSlot error;
     char* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, error.out());
-    const QString result = QString::fromUtf8(address);
+    QString result = QString::fromUtf8(address);
     g_free(address);
     return result;
 }

@@ -84,7 +84,7 @@ SystemVersion LinuxDeviceFacts::systemVersion() {
         release = readAssignments(path(u"usr/lib/os-release"_qs));
     }
     const QString name = release.value(u"NAME"_qs).trimmed();
-    const SystemVersion own =
+    SystemVersion own =
         versioned(name.isEmpty() ? u"Linux"_qs : name, release.value(u"VERSION_ID"_qs));
     if (!own.majorVersion.isEmpty()) {
         return own;
