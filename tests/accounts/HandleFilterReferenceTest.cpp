@@ -14,8 +14,8 @@ namespace {
 // A filter written down a second time, from its definition and with nothing of the first: a digest
 // of its own, bits as booleans, places by remainder of 128-bit sums.
 
-__extension__ typedef unsigned __int128
-    Wide; // NOLINT(modernize-use-using): no alias may be marked so
+// NOLINTNEXTLINE(modernize-use-using): no alias may be marked as an extension
+__extension__ typedef unsigned __int128 Wide;
 
 std::uint32_t rotated(std::uint32_t word, unsigned by) { return word >> by | word << (32U - by); }
 

@@ -91,4 +91,16 @@ TEST_F(AuthClientOverHttpTest, TheClientSortsWhatTheWireBringsAndSendsNoRefreshT
     EXPECT_EQ(server.requests().size(), cases.size());
 }
 
+TEST_F(AuthClientOverHttpTest, TheTransportLetsGoOfARequestSoThatItCanBeOverwritten) {
+    server.always("/v1/auth/refresh", ScriptedAnswer::json(200, "{}"));
+    const QByteArray token = QByteArray("Bearer ") + QByteArray(64, 't');
+    const QByteArray body(64, 'b');
+    HttpRequest sent = request("POST", u"/v1/auth/refresh"_qs, body);
+    sent.headers = {{"Authorization", token}};
+    ASSERT_TRUE(outcomeOf(transport->send(std::move(sent), {})).value);
+    EXPECT_EQ(lastRequest().header("Authorization"), token);
+    EXPECT_TRUE(body.isDetached());
+    EXPECT_TRUE(token.isDetached());
+}
+
 } // namespace lumivane
