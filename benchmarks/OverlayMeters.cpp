@@ -13,21 +13,6 @@
 
 namespace lumivane::bench {
 
-MonotonicInstant meterNow() {
-    static const SystemClock clock;
-    return clock.now();
-}
-
-double milliseconds(std::chrono::nanoseconds duration) {
-    return std::chrono::duration<double, std::milli>(duration).count();
-}
-
-double Figures::quantile(double share) {
-    std::sort(m_values.begin(), m_values.end());
-    const auto index = std::size_t(share * double(m_values.size()));
-    return m_values.empty() ? 0 : m_values[std::min(index, m_values.size() - 1)];
-}
-
 bool MeteredApplication::notify(QObject* receiver, QEvent* event) {
     auto* window = qobject_cast<QQuickWindow*>(receiver);
     if (window != nullptr && event->type() == QEvent::Show) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Figures.h"
 #include "async/SystemClock.h"
 
 #include <QGuiApplication>
@@ -12,24 +13,6 @@
 #include <vector>
 
 namespace lumivane::bench {
-
-MonotonicInstant meterNow();
-
-double milliseconds(std::chrono::nanoseconds duration);
-
-/// Figures of one thing that was measured again and again.
-class Figures {
-public:
-    void add(double value) { m_values.push_back(value); }
-
-    std::size_t count() const { return m_values.size(); }
-
-    /// 0.5 is the median; 0 without a figure.
-    double quantile(double share);
-
-private:
-    std::vector<double> m_values;
-};
 
 /// Knows how long the main thread was with one event at most, and when panels painted.
 class MeteredApplication final : public QGuiApplication {

@@ -1,4 +1,4 @@
-add_executable(bench_overlays bench_overlays.cpp OverlayMeters.cpp)
+add_executable(bench_overlays bench_overlays.cpp OverlayMeters.cpp Figures.cpp)
 target_include_directories(bench_overlays PRIVATE "${CMAKE_SOURCE_DIR}/tests")
 target_link_libraries(bench_overlays PRIVATE lumivane_flags lumivane_analysis
   lumivane_overlay_views lumivane_overlay_viewsplugin lumivane_platform_linux

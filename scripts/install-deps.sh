@@ -45,7 +45,6 @@ run_packages=(
   xclip fonts-dejavu fonts-liberation dbus python3 curl procps
   # an installation: the list of applications, and the keyring when it goes
   desktop-file-utils libsecret-tools
-
   # opens addresses in the user's browser
   xdg-utils
   # scripts of the world for the pictures of the panels
@@ -57,13 +56,11 @@ test_packages=(
   # a compositor, the accessibility bus and the settings portal, started by the tests themselves
   picom at-spi2-core xdg-desktop-portal
   # what shows notifications, what reads autostart entries at the start of a session
-  dunst desktop-file-utils dex libglib2.0-bin systemd
-
+  dunst dex libglib2.0-bin systemd
   # trays of both kinds: one that embeds windows, and a desktop's panel
   trayer xfce4-panel
-
-  # the desktop's keyring, and another program that looks into it
-  gnome-keyring libsecret-tools
+  # the desktop's keyring
+  gnome-keyring
 )
 
 usage() { sed -n '2,8s/^# \{0,1\}//p' "$0"; }

@@ -5,10 +5,10 @@
 #include "analysis/LumivaneMainMenu.h"
 #include "async/Clock.h"
 #include "async/TaskHandle.h"
+#include "domain/ApplicationInformation.h"
 #include "platform/ApplicationShell.h"
 #include "platform/LoginItem.h"
 #include "platform/UserDefaults.h"
-#include "service/ApplicationInformation.h"
 
 #include <QStringList>
 

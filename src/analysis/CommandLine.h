@@ -1,6 +1,6 @@
 #pragma once
 
-#include "service/ApplicationInformation.h"
+#include "domain/ApplicationInformation.h"
 
 #include <QString>
 #include <QStringList>

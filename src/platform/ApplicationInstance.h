@@ -10,7 +10,7 @@ namespace lumivane {
 /// The program's place in the session, of which there is one: mechanism only. Main thread only.
 ///
 /// Whoever starts the program again, or opens one of its links, reaches the instance that has the
-/// place. The callbacks are set before `claim`.
+/// place. The callbacks are set before the event loop turns after `claim`.
 class ApplicationInstance {
 public:
     enum class Claim {

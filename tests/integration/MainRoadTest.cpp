@@ -1,8 +1,8 @@
 // The whole program on an X server with two monitors, against a service that records.
 
 #include "domain/StrictJson.h"
-#include "integration/LumivaneProgram.h"
 #include "support/EventLoop.h"
+#include "support/LumivaneProgram.h"
 #include "support/ScriptedHttpServer.h"
 
 #include <QImage>
@@ -30,8 +30,11 @@ protected:
     }
 
     void start() {
-        program =
-            std::make_unique<LumivaneProgram>(display, settings, service.baseURL(), "canary-token");
+        home.store(settings);
+        home.setService(service.baseURL());
+        home.setDevelopmentToken("canary-token");
+        program = std::make_unique<LumivaneProgram>(home);
+        program->requireLog("Service health check completed; healthy=1");
     }
 
     void movePointer(const QPoint& position) {
@@ -99,6 +102,7 @@ protected:
     XServer display{QSize(1920, 1080)};
     ScriptedHttpServer service;
     AppSettings settings;
+    LumivaneHome home{display};
     std::unique_ptr<LumivaneProgram> program;
 };
 
@@ -107,10 +111,10 @@ TEST_F(MainRoadTest, AHotCornerSendsTheWordsOfItsDisplayAndDeliversTheAnswer) {
     settings.customPrompt = u"canary-prompt"_qs;
     settings.dwellSeconds = 0;
     start();
-    const DocumentWindow left(*program, u"<h2>The other monitor speaks of walruses.</h2>"_qs,
+    const DocumentWindow left(home, u"<h2>The other monitor speaks of walruses.</h2>"_qs,
                               leftMonitor);
     const DocumentWindow right(
-        *program,
+        home,
         u"<p style='font-size:16pt'>Canaryscreen is the word of this "
         u"document.<br>The next line tells that the ferry leaves at noon.</p>"_qs,
         rightMonitor);
@@ -161,7 +165,7 @@ TEST_F(MainRoadTest, AShortcutSendsTheFrameWithoutOurOwnPanels) {
     settings.activationMode = ActivationMode::hotkey;
     settings.analysisMode = AnalysisMode::hyperAccurate;
     start();
-    const DocumentWindow document(*program, u"<body bgcolor='#30a060'></body>"_qs, leftMonitor);
+    const DocumentWindow document(home, u"<body bgcolor='#30a060'></body>"_qs, leftMonitor);
     for (std::size_t turn = 0; turn < 2; ++turn) {
         // In the second turn the panel of the first is up when the key is pressed.
         display.run(u"xdotool"_qs, {u"key"_qs, u"super+alt+e"_qs});

@@ -1,7 +1,7 @@
 // The panels of the program itself, seen by a program beside it.
 
-#include "integration/LumivaneProgram.h"
 #include "support/EventLoop.h"
+#include "support/LumivaneProgram.h"
 #include "support/PanelDesktop.h"
 #include "support/ScriptedHttpServer.h"
 
@@ -21,6 +21,13 @@ protected:
         service.always("/healthz", ScriptedAnswer::json(200, R"({"status":"ok","version":"1"})"));
     }
 
+    const LumivaneHome& prepareHome() {
+        home.store(settings);
+        home.setService(service.baseURL());
+        home.setDevelopmentToken("canary-token");
+        return home;
+    }
+
     bool isUp(const QRect& area) {
         return waitUntil([&] { return desktop.windowsAt(area).size() == 1; });
     }
@@ -35,6 +42,7 @@ protected:
     }
 
     PanelDesktop desktop{PanelDesktop::Manager::openbox};
+    LumivaneHome home{desktop.server()};
     ScriptedHttpServer service;
     AppSettings settings;
 };
@@ -46,7 +54,8 @@ TEST_F(OverlayProgramTest, ARunShowsItsPanelsAndEscapeIsLentForAsLongAsTheAnswer
                    ScriptedAnswer::json(200, R"({"request_id":"r-1","result":"canary-answer",)"
                                              R"("result_kind":"text"})")
                        .held());
-    LumivaneProgram program(desktop.server(), settings, service.baseURL(), "canary-token");
+    LumivaneProgram program(prepareHome());
+    program.requireLog("Service health check completed; healthy=1");
     XLoggingWindow other(desktop.server().displayName(), QRect(50, 50, 300, 200));
     ASSERT_TRUE(waitUntil([&] { return other.hasFocus(); }));
 
@@ -84,7 +93,8 @@ TEST_F(OverlayProgramTest, ASecondRunTakesTheAnswerOfTheFirstAwayAndShowsItsErro
     service.script("/v1/analyze",
                    ScriptedAnswer::json(503, R"({"error":{"code":"busy","message":"canary-reason",)"
                                              R"("request_id":"r-2"}})"));
-    LumivaneProgram program(desktop.server(), settings, service.baseURL(), "canary-token");
+    LumivaneProgram program(prepareHome());
+    program.requireLog("Service health check completed; healthy=1");
     XLoggingWindow other(desktop.server().displayName(), QRect(50, 50, 300, 200));
     ASSERT_TRUE(waitUntil([&] { return other.hasFocus(); }));
 

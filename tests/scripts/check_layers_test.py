@@ -10,7 +10,7 @@ class CheckLayersTest(TreeTest):
                        "triggers", "analysis", "platform/linux", "provisional"):
             name = folder.replace("/", "_")
             self.write(f"src/{folder}/{name}.h", "#pragma once\n")
-        self.write("src/main.cpp", '#include "platform/linux/platform_linux.h"\n'
+        self.write("src/application/Composition.cpp", '#include "platform/linux/platform_linux.h"\n'
                                    '#include "provisional/provisional.h"\n')
         self.write("server/http/Server.h", "#pragma once\n")
         self.write("tests/support/Fake.h", "#pragma once\n")

@@ -1,5 +1,7 @@
 #include "ui/StatusItemFixture.h"
 
+#include <QSignalBlocker>
+
 namespace lumivane::test {
 
 using namespace std::chrono_literals;
@@ -88,8 +90,12 @@ TEST_F(LumivaneStatusItemControllerTest, ATrayThatKeepsACopyOfTheMenuHearsOfEach
 
 TEST_F(LumivaneStatusItemControllerTest, MenuIsAskedForAsItOpens) {
     makeController();
-    // Nobody tells of this one.
-    const_cast<AppSettings&>(model->settings()).paused = true;
+    AppSettings changed = model->settings();
+    changed.paused = true;
+    {
+        const QSignalBlocker nobodyTellsOfThisOne(*model);
+        model->updateSettings(changed);
+    }
     bar.secondaryClick();
     EXPECT_EQ(bar.icon().openedMenu.at(1).title, u"Resume Lumivane"_qs);
 }

@@ -63,8 +63,9 @@ protected:
 
     /// Settings as they come from a pane.
     void change(const std::function<void(AppSettings&)>& apply) {
-        apply(const_cast<AppSettings&>(model->settings()));
-        Q_EMIT model->settingsChanged();
+        AppSettings changed = model->settings();
+        apply(changed);
+        model->updateSettings(changed);
         drainEvents();
     }
 

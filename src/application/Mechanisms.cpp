@@ -1,0 +1,62 @@
+#include "application/Mechanisms.h"
+
+#include "application/ApplicationPalette.h"
+#include "overlays/OverlayViews.h"
+#include "overlays/qml/OverlayViewsInstall.h"
+#include "platform/linux/RecognitionLanguages.h"
+
+#include <QApplication>
+#include <QLocale>
+#include <QStandardPaths>
+
+namespace lumivane {
+
+namespace {
+
+/// Reading and encoding run side by side, and reading itself uses every core.
+constexpr int workerThreads = 4;
+
+QString suiteFor(const TestingMode& testing) {
+    return testing.isTesting() ? FileUserDefaults::testingSuite : FileUserDefaults::standardSuite;
+}
+
+} // namespace
+
+QString UserFolders::configuration() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+}
+
+QString UserFolders::documents() {
+    return QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+}
+
+Mechanisms::Mechanisms(const TestingMode& testing, const QProcessEnvironment& environment)
+    : displays([this](const QString& name) { return scales.scaleOf(name); })
+    , recogniser(RecognitionLanguages::dataFolder(),
+                 RecognitionLanguages::fitting(RecognitionLanguages::dataFolder(),
+                                               QLocale::system().uiLanguages()))
+    , transport(clock)
+    , pasteboard(*QApplication::clipboard())
+    , accessibility(QDBusConnection::sessionBus(), [this] { return compositor.isRunning(); })
+    , announcer(clock)
+    , panels(displays, clock, viewEngine, compositor)
+    , userDefaults(UserFolders::configuration() + u"/lumivane"_qs, suiteFor(testing))
+    , loginItem(UserFolders::configuration(), QApplication::applicationFilePath(),
+                environment.value(u"XDG_CURRENT_DESKTOP"_qs).split(u':', Qt::SkipEmptyParts))
+    , notifications(QDBusConnection::sessionBus(), clock)
+    , urlOpener(environment)
+    , statusBar(QDBusConnection::sessionBus())
+    , shell(applicationPalette) {
+    workers.setMaxThreadCount(workerThreads);
+    QObject::connect(&compositor, &CompositorWatch::changed, &accessibility,
+                     &DesktopAccessibilitySettings::transparencySupportChanged);
+    OverlayViews::install(accessibility);
+    viewEngine.addImportPath(OverlayViews::importPath);
+}
+
+Mechanisms::~Mechanisms() {
+    workers.clear();
+    workers.waitForDone();
+}
+
+} // namespace lumivane

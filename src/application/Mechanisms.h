@@ -1,0 +1,75 @@
+#pragma once
+
+#include "analysis/TestingMode.h"
+#include "async/SystemClock.h"
+#include "platform/linux/AtspiAnnouncer.h"
+#include "platform/linux/AutostartLoginItem.h"
+#include "platform/linux/CompositorWatch.h"
+#include "platform/linux/DesktopAccessibilitySettings.h"
+#include "platform/linux/DesktopUrlOpener.h"
+#include "platform/linux/DesktopUserNotifications.h"
+#include "platform/linux/FileUserDefaults.h"
+#include "platform/linux/LinuxFileStaging.h"
+#include "platform/linux/QtApplicationShell.h"
+#include "platform/linux/QtHttpTransport.h"
+#include "platform/linux/QtImageCodec.h"
+#include "platform/linux/QtPasteboard.h"
+#include "platform/linux/QtSoundPlayer.h"
+#include "platform/linux/QuickPanelHost.h"
+#include "platform/linux/ScreenScales.h"
+#include "platform/linux/TesseractRecogniser.h"
+#include "platform/linux/TrayStatusBar.h"
+#include "platform/linux/XcbDisplayServer.h"
+#include "platform/linux/XcbHotKeyRegistrar.h"
+
+#include <QQmlEngine>
+#include <QThreadPool>
+
+#include <cstdint>
+
+namespace lumivane {
+
+/// The folders in which the program keeps what is the user's.
+namespace UserFolders {
+
+/// Holds "lumivane/" and "autostart/".
+QString configuration();
+QString documents();
+
+} // namespace UserFolders
+
+/// What this desktop does for the program, made in the order in which one needs the other. The
+/// application object exists; nothing of the program is on the screen yet, so that what lies under
+/// its panels can always be read.
+struct Mechanisms {
+    /// `environment` is the one that the process was started with. Throws DisplayServerError.
+    Mechanisms(const TestingMode& testing, const QProcessEnvironment& environment);
+    ~Mechanisms();
+    Mechanisms(const Mechanisms&) = delete;
+    Mechanisms& operator=(const Mechanisms&) = delete;
+
+    SystemClock clock;
+    QThreadPool workers;
+    ScreenScales scales;
+    XcbDisplayServer displays;
+    XcbHotKeyRegistrar hotKeys;
+    QtImageCodec codec;
+    TesseractRecogniser recogniser;
+    QtHttpTransport transport;
+    QtPasteboard pasteboard;
+    QtSoundPlayer sound;
+    CompositorWatch compositor;
+    DesktopAccessibilitySettings accessibility;
+    AtspiAnnouncer announcer;
+    QQmlEngine viewEngine;
+    QuickPanelHost panels;
+    LinuxFileStaging noteFiles;
+    FileUserDefaults userDefaults;
+    AutostartLoginItem loginItem;
+    DesktopUserNotifications notifications;
+    DesktopUrlOpener urlOpener;
+    TrayStatusBar statusBar;
+    QtApplicationShell shell;
+};
+
+} // namespace lumivane

@@ -1,0 +1,85 @@
+#include "application/Services.h"
+
+#include "async/MainThread.h"
+#include "overlays/OverlayViews.h"
+#include "provisional/DevelopmentToken.h"
+
+#include <QCoreApplication>
+
+namespace lumivane {
+
+namespace {
+
+StatusMenuActions menuActions(AppModel& model) {
+    return {.analyzeCurrentDisplay = [&model] { model.analyzeCurrentDisplay(); },
+            .togglePaused = [&model] { model.togglePaused(); },
+            .presentSettings = [&model] { model.presentSettings(SettingsDestination::general); },
+            .showTestOverlay = [&model] { model.showTestOverlay(); },
+            .copyLastResult = [&model] { model.copyLastResult(); },
+            .showLastResultAgain = [&model] { model.showLastResultAgain(); },
+            .runDiagnostics = [&model] { model.runDiagnostics(); },
+            .terminate = [&model] { model.terminate(); }};
+}
+
+} // namespace
+
+Services::Services(Mechanisms& itsDesktop, const ApplicationInformation& information,
+                   const TestingMode& testing, Relauncher& relauncher)
+    : desktop(itsDesktop)
+    , reducer(desktop.codec, desktop.workers)
+    , extractor(desktop.recogniser, reducer, desktop.workers, desktop.clock)
+    , capture(desktop.displays, desktop.workers, QCoreApplication::applicationPid())
+    , warmUp(desktop.displays, desktop.workers, desktop.clock, QCoreApplication::applicationPid())
+    , client(std::nullopt, information, desktop.transport)
+    , overlayPasteboard(desktop.pasteboard)
+    , triggers(desktop.hotKeys, desktop.displays, desktop.clock)
+    , overlays(desktop.panels, desktop.hotKeys, desktop.displays, desktop.announcer,
+               overlayPasteboard, desktop.clock)
+    , notes(desktop.noteFiles, desktop.workers, UserFolders::documents())
+    , settingsStore(desktop.userDefaults)
+    , permission(desktop.displays, desktop.urlOpener)
+    , launchAtLogin(desktop.loginItem)
+    , notifications(desktop.notifications)
+    , relaunch(relauncher)
+    , session(developmentTokenFile())
+    , model({settingsStore,     client,
+             capture,           warmUp,
+             reducer,           extractor,
+             permission,        launchAtLogin,
+             notifications,     notes,
+             relaunch,          desktop.pasteboard,
+             desktop.sound,     desktop.displays,
+             triggers,          overlays,
+             overlayPasteboard, session,
+             settingsWindow,    desktop.shell,
+             desktop.clock},
+            testing) {
+    settingsWindow.model = &model;
+    session.onSessionCleared = [this] { model.authenticationDidClearSession(); };
+    // While the pointer waits in the corner, the recogniser loads beside the capture path.
+    triggers.onDwellStart = [this, capturePath = triggers.onDwellStart] {
+        capturePath();
+        desktop.workers.start([this] { desktop.recogniser.prepare(); });
+    };
+}
+
+void Services::createStatusItem() {
+    statusItem = std::make_unique<LumivaneStatusItemController>(
+        StatusItemPorts{.model = model,
+                        .statusBar = desktop.statusBar,
+                        .popover = popover,
+                        .accessibility = desktop.accessibility,
+                        .clock = desktop.clock,
+                        .hasScreenRecording = [this] { return model.hasScreenRecording(); },
+                        .actions = menuActions(model)});
+    popover.openMenu = [this] { statusItem->showSecondaryMenu(); };
+    QObject::connect(&model, &AppModel::screenRecordingGrantedChanged, statusItem.get(),
+                     &LumivaneStatusItemController::screenRecordingChanged);
+}
+
+void Services::preparePanels() {
+    desktop.panels.prepare(OverlayViews::working());
+    desktop.panels.prepare(OverlayViews::result());
+}
+
+} // namespace lumivane
