@@ -19,6 +19,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <map>
+#include <memory>
 #include <stdexcept>
 
 namespace {
@@ -83,12 +85,24 @@ double statusOf(const QString& folder, const QByteArray& key) {
     return 0;
 }
 
-/// Of all its threads so far.
-double wakeUps(qint64 processID) {
-    double sum = 0;
+/// How often each thread was woken so far, by its number.
+std::map<QString, double> wakeUps(qint64 processID) {
+    std::map<QString, double> wakeUps;
     const QDir threads(u"/proc/%1/task"_qs.arg(processID));
     for (const QString& thread : threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        sum += statusOf(threads.filePath(thread), "voluntary_ctxt_switches");
+        wakeUps[thread] = statusOf(threads.filePath(thread), "voluntary_ctxt_switches");
+    }
+    return wakeUps;
+}
+
+/// A thread that has come or gone in between was woken for that, and fails the measurement.
+double difference(const std::map<QString, double>& before, const std::map<QString, double>& after) {
+    double sum = 0;
+    for (const auto& [thread, count] : after) {
+        sum += count - before.at(thread);
+    }
+    if (before.size() != after.size()) {
+        throw std::runtime_error("a thread ended while the process was to be idle");
     }
     return sum;
 }
@@ -129,11 +143,11 @@ double measureWakeUps(const LumivaneHome& home, NotifierTray& tray, ActivationMo
         const MonotonicInstant end = meterNow() + std::chrono::seconds(passing);
         waitUntil([end] { return meterNow() >= end; }, std::chrono::seconds(passing + 5));
     };
-    pass(5); // its threads end what the start began
-    const double before = wakeUps(program.processID());
+    pass(35); // the workers of the start end by themselves after half a minute
+    const auto before = wakeUps(program.processID());
     pass(seconds);
     residentMiB = statusOf(u"/proc/%1"_qs.arg(program.processID()), "VmRSS") / 1024;
-    return wakeUps(program.processID()) - before;
+    return difference(before, wakeUps(program.processID()));
 }
 
 int run(int starts, int seconds) {

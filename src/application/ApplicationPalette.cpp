@@ -24,6 +24,11 @@ QPalette applicationPalette(Appearance appearance) {
     set(QPalette::Highlight, accentFill);
     set(QPalette::HighlightedText, accentOnFill);
     set(QPalette::Link, accentStatusText);
+    // Edges, and what some styles draw behind words that cannot be chosen.
+    set(QPalette::Light, surfaceControl);
+    set(QPalette::Midlight, surfaceControlHover);
+    set(QPalette::Mid, surfaceControlBorder);
+    set(QPalette::Dark, surfaceCardBorder);
     for (const QPalette::ColorRole role :
          {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
         palette.setColor(QPalette::Disabled, role, paintColor(textTertiary.resolved(appearance)));

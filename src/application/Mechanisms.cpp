@@ -48,6 +48,8 @@ Mechanisms::Mechanisms(const TestingMode& testing, const QProcessEnvironment& en
     , statusBar(QDBusConnection::sessionBus())
     , shell(applicationPalette) {
     workers.setMaxThreadCount(workerThreads);
+    // The one that follows the palette, whatever the desktop says.
+    QApplication::setStyle(u"fusion"_qs);
     QObject::connect(&compositor, &CompositorWatch::changed, &accessibility,
                      &DesktopAccessibilitySettings::transparencySupportChanged);
     OverlayViews::install(accessibility);

@@ -1,6 +1,5 @@
 #include "application/Services.h"
 
-#include "async/MainThread.h"
 #include "overlays/OverlayViews.h"
 #include "provisional/DevelopmentToken.h"
 

@@ -27,7 +27,7 @@ namespace lumivane {
 
 /// The program over one desktop's mechanisms: every service, and the one model over all of them.
 struct Services {
-    /// Both outlive the services, and so does `relauncher`.
+    /// `desktop` and `relauncher` outlive the services.
     Services(Mechanisms& desktop, const ApplicationInformation& information,
              const TestingMode& testing, Relauncher& relauncher);
 
