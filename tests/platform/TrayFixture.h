@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QMenu>
 #include <QPainter>
+#include <QSystemTrayIcon>
 #include <QWindow>
 
 #include <X11/keysym.h>
@@ -68,6 +69,11 @@ private:
 /// An icon with a menu of three lines, on a desktop whose trays the test chooses.
 class TrayTest : public testing::Test {
 protected:
+    /// The toolkit asks for a watcher once in a process, when it first makes an icon, and waits for
+    /// its answer on the main thread: here, where the trays of the tests live. So it asks before
+    /// there is one.
+    static void SetUpTestSuite() { const QSystemTrayIcon decided; }
+
     ~TrayTest() override {
         item.reset();
         // What was let go of in the middle of a call goes now.

@@ -1,6 +1,7 @@
 #include "support/RunTestsOnX.h"
 
 #include "support/PanelDesktop.h"
+#include "support/XTestProcess.h"
 
 #include <QApplication>
 #include <QQuickWindow>
@@ -19,6 +20,20 @@ bool onlyListsTests(int argc, char** argv) {
     });
 }
 
+namespace {
+
+int runTestsBelow(const QProcessEnvironment& environment) {
+    QProcess tests;
+    tests.setProcessEnvironment(environment);
+    tests.setProcessChannelMode(QProcess::ForwardedChannels);
+    startInOwnGroup(tests, QCoreApplication::applicationFilePath(),
+                    QCoreApplication::arguments().mid(1));
+    tests.waitForFinished(-1);
+    return tests.exitStatus() == QProcess::NormalExit ? tests.exitCode() : 1;
+}
+
+} // namespace
+
 int runTestsOnX(int argc, char** argv) {
     std::unique_ptr<XServer> server;
     qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -32,6 +47,15 @@ int runTestsOnX(int argc, char** argv) {
     const QApplication application(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
+}
+
+int runTestsOnXBeside(int argc, char** argv, const char* marker,
+                      const std::function<int(const RunTests& runTests)>& besideIt) {
+    if (qEnvironmentVariableIsSet(marker) || onlyListsTests(argc, argv)) {
+        return runTestsOnX(argc, argv);
+    }
+    const QCoreApplication application(argc, argv);
+    return besideIt(runTestsBelow);
 }
 
 } // namespace lumivane::test
