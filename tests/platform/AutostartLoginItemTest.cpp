@@ -1,4 +1,6 @@
 #include "AutostartFixture.h"
+#include "analysis/LaunchAtLoginService.h"
+#include "support/CommonUser.h"
 
 #include <signal.h>
 #include <sys/resource.h>
@@ -32,14 +34,19 @@ private:
     sighandler_t m_handler;
 };
 
-/// What registering fails with.
-std::error_code refusal(AutostartLoginItem& item) {
+/// What the work fails with.
+template <typename Work>
+std::error_code failure(const Work& work) {
     try {
-        item.registerItem();
+        work();
     } catch (const std::system_error& error) {
         return error.code();
     }
     return {};
+}
+
+std::error_code refusal(AutostartLoginItem& item) {
+    return failure([&item] { item.registerItem(); });
 }
 
 std::error_code code(std::errc error) { return std::make_error_code(error); }
@@ -60,6 +67,18 @@ protected:
     LoginItemStatus statusOf(const QByteArray& bytes) {
         write(bytes);
         return item.status();
+    }
+
+    static void setMode(const QString& path, mode_t mode) {
+        ASSERT_EQ(::chmod(QFile::encodeName(path).constData(), mode), 0);
+    }
+
+    /// Whoever the test works as may do everything here.
+    void openToAll() const {
+        for (const QString& name : {place.path(), folder(), folder() + u"/autostart"_qs,
+                                    QFileInfo(program).path(), program}) {
+            setMode(name, 0777);
+        }
     }
 
     QByteArray startLine() const { return "Exec=" + program.toUtf8() + " --login-item\n"; }
@@ -91,69 +110,85 @@ TEST_F(AutostartLoginItemTest, MakesTheFoldersThatAreMissingForTheUserAlone) {
     }
 }
 
-TEST_F(AutostartLoginItemTest, WhatIsNotThereOrDamagedIsNotRegistered) {
+TEST_F(AutostartLoginItemTest, WhatIsNotThereIsNotRegisteredAndWhatIsDamagedIsOutdated) {
     EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
-    EXPECT_EQ(statusOf(""), LoginItemStatus::notRegistered);
-    EXPECT_EQ(statusOf("[Desktop Entry]\n"), LoginItemStatus::notRegistered);
+    EXPECT_EQ(statusOf(""), LoginItemStatus::outdated);
+    EXPECT_EQ(statusOf("[Desktop Entry]\n"), LoginItemStatus::outdated);
     EXPECT_EQ(statusOf("[Desktop Entry]\nType=Application\n" + startLine()),
               LoginItemStatus::enabled);
-    EXPECT_EQ(statusOf("[Desktop Entry]\nType=Link\n" + startLine()),
-              LoginItemStatus::notRegistered);
-    EXPECT_EQ(statusOf("[Desktop Entry]\n" + startLine()), LoginItemStatus::notRegistered);
-    EXPECT_EQ(statusOf("Type=Application\n" + startLine()), LoginItemStatus::notRegistered);
+    EXPECT_EQ(statusOf("[Desktop Entry]\nType=Link\n" + startLine()), LoginItemStatus::outdated);
+    EXPECT_EQ(statusOf("[Desktop Entry]\n" + startLine()), LoginItemStatus::outdated);
+    EXPECT_EQ(statusOf("Type=Application\n" + startLine()), LoginItemStatus::outdated);
     EXPECT_EQ(statusOf("[Desktop Entry]\nType=Application\n" + startLine() + startLine()),
-              LoginItemStatus::notRegistered);
+              LoginItemStatus::outdated);
     EXPECT_EQ(statusOf("[Desktop Entry]\nType=Application\nName=\xff\n" + startLine()),
-              LoginItemStatus::notRegistered);
+              LoginItemStatus::outdated);
 }
 
-TEST_F(AutostartLoginItemTest, EveryCutOffEntryIsEitherWholeOrNotRegistered) {
+TEST_F(AutostartLoginItemTest, EveryCutOffEntryIsEitherWholeOrOutdated) {
     item.registerItem();
     const QByteArray whole = written();
     for (qsizetype size = 0; size < whole.size() - 1; ++size) {
-        EXPECT_EQ(statusOf(whole.left(size)), LoginItemStatus::notRegistered) << size;
+        EXPECT_EQ(statusOf(whole.left(size)), LoginItemStatus::outdated) << size;
     }
     EXPECT_EQ(statusOf(whole.chopped(1)), LoginItemStatus::enabled);
 }
 
-TEST_F(AutostartLoginItemTest, AFileWithoutEndIsNotRegisteredAndReplaced) {
+TEST_F(AutostartLoginItemTest, AFileWithoutEndIsOutdatedAndReplaced) {
     item.registerItem();
     write(written() + '#' + QByteArray(100 * 1024, 'x') + '\n');
-    EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
+    EXPECT_EQ(item.status(), LoginItemStatus::outdated);
     item.registerItem();
     EXPECT_EQ(item.status(), LoginItemStatus::enabled);
     EXPECT_LT(written().size(), 1024);
 }
 
-TEST_F(AutostartLoginItemTest, AnotherCommandIsNotRegistered) {
-    const QByteArray start = "[Desktop Entry]\nType=Application\nExec=";
+TEST_F(AutostartLoginItemTest, AnotherCommandIsOutdatedAndGoesWhenStartAtLoginIsTurnedOff) {
     const QByteArray here = program.toUtf8();
+    LaunchAtLoginService service(item);
     for (const QByteArray& command : std::initializer_list<QByteArray>{
              here, here + " --other", here + " --login-item --other",
              QByteArray("/usr/bin/true --login-item"), "env " + here + " --login-item",
              here + " --login-item %u", "\"" + here, QByteArray()}) {
-        EXPECT_EQ(statusOf(start + command + "\n"), LoginItemStatus::notRegistered)
-            << command.constData();
+        const QByteArray entry = "[Desktop Entry]\nType=Application\nExec=" + command + "\n";
+        EXPECT_EQ(statusOf(entry), LoginItemStatus::outdated) << command.constData();
+        EXPECT_FALSE(service.isEnabled()) << command.constData();
+        service.setEnabled(false);
+        EXPECT_FALSE(QFile::exists(path())) << command.constData();
+        write(entry);
+        service.setEnabled(true);
+        EXPECT_TRUE(service.isEnabled()) << command.constData();
     }
+    const QByteArray start = "[Desktop Entry]\nType=Application\nExec=";
     EXPECT_EQ(statusOf(start + '"' + here + "\"  \"--login-item\"\n"), LoginItemStatus::enabled);
 }
 
-TEST_F(AutostartLoginItemTest, AnEntryOfAnOlderPathIsNotRegisteredAndWrittenAnew) {
+TEST_F(AutostartLoginItemTest, AnEntryOfAnOlderPathIsOutdatedAndWrittenAnew) {
     const QString older = place.filePath(u"old/lumivane"_qs);
     addProgram(older);
     itemFor(older).registerItem();
-    EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
+    EXPECT_EQ(item.status(), LoginItemStatus::outdated);
     item.registerItem();
     EXPECT_EQ(item.status(), LoginItemStatus::enabled);
     EXPECT_FALSE(written().contains("old/"));
 }
 
-TEST_F(AutostartLoginItemTest, AProgramThatIsGoneIsNotRegistered) {
+TEST_F(AutostartLoginItemTest, TurningOffRemovesTheEntryOfAnotherInstallation) {
+    const QString other = place.filePath(u"other/lumivane"_qs);
+    addProgram(other);
+    auto others = itemFor(other);
+    others.registerItem();
+    LaunchAtLoginService(item).setEnabled(false);
+    EXPECT_EQ(others.status(), LoginItemStatus::notRegistered);
+    EXPECT_FALSE(QFile::exists(path()));
+}
+
+TEST_F(AutostartLoginItemTest, AnEntryWhoseProgramIsGoneIsOutdated) {
     item.registerItem();
     QFile::remove(program);
-    EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
+    EXPECT_EQ(item.status(), LoginItemStatus::outdated);
     QDir().mkpath(program);
-    EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
+    EXPECT_EQ(item.status(), LoginItemStatus::outdated);
 }
 
 TEST_F(AutostartLoginItemTest, AProgramThatIsNotThereCannotBeRegistered) {
@@ -194,7 +229,7 @@ TEST_F(AutostartLoginItemTest, AnEntryForOtherDesktopsIsTurnedOffOnThisOne) {
 }
 
 TEST_F(AutostartLoginItemTest, AProgramToTryThatIsMissingKeepsTheEntryFromStarting) {
-    EXPECT_EQ(statusWith("TryExec=/nowhere/lumivane"), LoginItemStatus::notRegistered);
+    EXPECT_EQ(statusWith("TryExec=/nowhere/lumivane"), LoginItemStatus::outdated);
     EXPECT_EQ(statusWith("TryExec=" + program.toUtf8()), LoginItemStatus::enabled);
 }
 
@@ -307,6 +342,36 @@ TEST_F(AutostartLoginItemTest, AFullDiskLeavesTheOldEntryWholeAndNothingBesideIt
     EXPECT_EQ(item.status(), LoginItemStatus::enabled);
 }
 
+TEST_F(AutostartLoginItemTest, AFolderThatMayNotBeWrittenRefusesBothAndTheEntryStays) {
+    write("[Desktop Entry]\nHidden=true\n");
+    openToAll();
+    setMode(folder() + u"/autostart"_qs, 0555);
+    test::asCommonUser([this] {
+        LaunchAtLoginService service(item);
+        const auto refused = code(std::errc::permission_denied);
+        EXPECT_EQ(refusal(item), refused);
+        EXPECT_EQ(failure([this] { item.unregisterItem(); }), refused);
+        EXPECT_EQ(failure([&service] { service.setEnabled(true); }), refused);
+        EXPECT_EQ(failure([&service] { service.setEnabled(false); }), refused);
+        EXPECT_EQ(item.status(), LoginItemStatus::requiresApproval);
+    });
+    setMode(folder() + u"/autostart"_qs, 0755);
+    EXPECT_EQ(written(), "[Desktop Entry]\nHidden=true\n");
+    EXPECT_EQ(QDir(folder() + u"/autostart"_qs).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
+TEST_F(AutostartLoginItemTest, AnEntryThatMayNotBeReadIsOutdatedAndCanBeRemoved) {
+    item.registerItem();
+    openToAll();
+    setMode(path(), 0);
+    test::asCommonUser([this] {
+        EXPECT_EQ(item.status(), LoginItemStatus::outdated);
+        LaunchAtLoginService(item).setEnabled(false);
+        EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
+    });
+    EXPECT_FALSE(QFile::exists(path()));
+}
+
 TEST_F(AutostartLoginItemTest, ALinkToAFileIsWrittenThrough) {
     const QString kept = place.filePath(u"dotfiles.desktop"_qs);
     write("");
@@ -354,7 +419,7 @@ TEST_F(AutostartLoginItemTest, AnyPathIsQuotedSoThatItIsReadBack) {
         auto here = itemFor(odd);
         here.registerItem();
         EXPECT_EQ(here.status(), LoginItemStatus::enabled) << qPrintable(name);
-        EXPECT_EQ(item.status(), LoginItemStatus::notRegistered) << qPrintable(name);
+        EXPECT_EQ(item.status(), LoginItemStatus::outdated) << qPrintable(name);
         EXPECT_EQ(written().count('\n'), 5) << qPrintable(name);
     }
 }
