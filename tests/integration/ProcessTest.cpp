@@ -139,6 +139,16 @@ TEST_P(ProcessTest, AResetWipesTheSettingsAndStartsNothing) {
     EXPECT_THAT(program.log().toStdString(), Not(HasSubstr("App model initialized")));
 }
 
+TEST_P(ProcessTest, AResetThatCannotBeDoneEndsWithAnErrorStatus) {
+    home.store(settings);
+    const QString file = home.path(u"CONFIG/lumivane/settings.json"_qs);
+    ASSERT_TRUE(QFile::remove(file));
+    ASSERT_TRUE(QDir().mkpath(file + u"/mine"_qs));
+    LumivaneProgram program(home, {u"--reset-settings"_qs});
+    EXPECT_EQ(program.waitForEnd(), 1);
+    EXPECT_TRUE(QDir(file + u"/mine"_qs).exists());
+}
+
 TEST_P(ProcessTest, OfBothSwitchesOnlyTheLoginItemsActs) {
     home.store(settings);
     QDir().mkpath(QFileInfo(autostartEntry()).path());
