@@ -140,13 +140,10 @@ TEST_P(ProcessTest, AResetWipesTheSettingsAndStartsNothing) {
 }
 
 TEST_P(ProcessTest, AResetThatCannotBeDoneEndsWithAnErrorStatus) {
-    home.store(settings);
-    const QString file = home.path(u"CONFIG/lumivane/settings.json"_qs);
-    ASSERT_TRUE(QFile::remove(file));
-    ASSERT_TRUE(QDir().mkpath(file + u"/mine"_qs));
+    home.environment.insert(u"XDG_CONFIG_HOME"_qs, home.path(QString(300, u'x'))); // no such name
     LumivaneProgram program(home, {u"--reset-settings"_qs});
     EXPECT_EQ(program.waitForEnd(), 1);
-    EXPECT_TRUE(QDir(file + u"/mine"_qs).exists());
+    EXPECT_THAT(program.log().toStdString(), HasSubstr("Resetting settings failed"));
 }
 
 TEST_P(ProcessTest, OfBothSwitchesOnlyTheLoginItemsActs) {
