@@ -83,9 +83,29 @@ remove_leftover() {
     fi
 }
 
+# Whether an entry has a command in which the installed program is no word. An entry without a
+# command, such as one that only hides, is the program's by its name. The places of installations
+# hold nothing that a command would have to escape.
+starts_another() {
+    local line group="" word
+    local -a words
+    while IFS= read -r line || [[ -n "$line" ]]; do
+        if [[ "$line" == "["* ]]; then
+            group="${line%$'\r'}"
+        elif [[ "$group" == "[Desktop Entry]" && "$line" =~ ^Exec[[:blank:]]*=(.*)$ ]]; then
+            read -ra words <<<"${BASH_REMATCH[1]//[\"$'\r']/}"
+            for word in "${words[@]}"; do
+                [[ "$word" != "$program" ]] || return 1
+            done
+            [[ ${#words[@]} -eq 0 ]] || return 0
+        fi
+    done <"$1"
+    return 1
+}
+
 end_start_at_login() {
     local entry="$configuration/autostart/com.marnoth.Lumivane.desktop"
-    if [[ -f "$entry" ]] && ! grep -qF -- "$program" "$entry"; then
+    if [[ -f "$entry" ]] && starts_another "$entry"; then
         echo "Left $entry, which starts another program."
         return
     fi
@@ -101,15 +121,18 @@ end_start_at_login() {
 }
 
 forget_settings() {
-    local folder="$configuration/lumivane" file
+    local folder="$configuration/lumivane" file stays=""
     maintain --reset-settings || true
-    for file in "$folder"/settings.json "$folder"/settings.json.damaged*; do
+    # What a killed process was about to write, and what tests of the interface used, go as well.
+    for file in "$folder"/{settings,com.marnoth.Lumivane.Testing}.json{,.damaged*} \
+        "$folder"/.{settings,com.marnoth.Lumivane.Testing}.json-*.tmp; do
         remove_leftover "$file"
+        [[ ! -e "$file" && ! -L "$file" ]] || stays=yes
     done
     if [[ -d "$folder" && ! -L "$folder" ]]; then
         rmdir -- "$folder" 2>/dev/null || true
     fi
-    [[ -e "$folder/settings.json" ]] || echo "All settings are forgotten."
+    [[ -n "$stays" ]] || echo "All settings are forgotten."
 }
 
 # A keyring that is locked asks the user and waits; one that hangs says nothing at all.

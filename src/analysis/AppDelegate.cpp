@@ -56,6 +56,7 @@ void AppDelegate::resetSettings() {
     try {
         m_ports.standardDefaults.removePersistentDomain();
     } catch (const std::exception& error) {
+        m_hasMaintenanceFailed = true;
         LumivaneLog::lifecycle.error("Resetting settings failed; errorType=%{public}s",
                                      LogTypeName(error));
     }

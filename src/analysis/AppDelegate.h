@@ -55,6 +55,10 @@ public:
     /// that one job and asks the application to end; otherwise it starts the program.
     void applicationDidFinishLaunching();
 
+    /// Whether a job of maintenance could not be done. A login item that stays is none: whoever
+    /// uninstalls goes on whatever the desktop says.
+    bool hasMaintenanceFailed() const { return m_hasMaintenanceFailed; }
+
     /// The user came to one of the program's windows.
     void applicationDidBecomeActive();
 
@@ -81,6 +85,7 @@ private:
     AppDelegatePorts m_ports;
     CommandLine m_commandLine;
     std::optional<MainMenu> m_mainMenu;
+    bool m_hasMaintenanceFailed = false;
     std::stop_source m_ending;
     TaskHandle m_launchTask;
 };

@@ -77,7 +77,7 @@ int maintain() {
     delegate.applicationDidFinishLaunching();
     const int status = QCoreApplication::exec();
     delegate.applicationWillTerminate();
-    return status;
+    return delegate.hasMaintenanceFailed() ? 1 : status;
 }
 
 /// Tells the delegate what reaches the process from outside.

@@ -5,8 +5,9 @@ namespace lumivane {
 /// What the desktop does with the program at the start of a session.
 enum class LoginItemStatus {
     notRegistered,
-    enabled,         ///< it is started
-    requiresApproval ///< registered, but the user turned it off in the desktop's own settings
+    enabled,          ///< it is started
+    requiresApproval, ///< registered, but the user turned it off in the desktop's own settings
+    outdated ///< registered in another way than now; a session may start something all the same
 };
 
 /// The program's entry among what starts with the session: mechanism only. Main thread only.

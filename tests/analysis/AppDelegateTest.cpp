@@ -324,6 +324,18 @@ TEST_F(AppDelegateTest, AFailedResetIsLoggedByItsTypeAndEndsAllTheSame) {
     EXPECT_EQ(log.countStartingWith("Resetting settings failed; errorType="), 1);
     EXPECT_TRUE(log.holds("system_error"));
     EXPECT_FALSE(log.holds("secret"));
+    EXPECT_TRUE(delegate->hasMaintenanceFailed());
+}
+
+TEST_F(AppDelegateTest, NothingButAFailedResetIsAFailedMaintenance) {
+    launch();
+    EXPECT_FALSE(delegate->hasMaintenanceFailed());
+    launch({u"--reset-settings"_qs});
+    EXPECT_FALSE(delegate->hasMaintenanceFailed());
+    loginItem.fails = true;
+    defaults.fails = true;
+    launch({u"--unregister-login-item"_qs});
+    EXPECT_FALSE(delegate->hasMaintenanceFailed());
 }
 
 TEST_F(AppDelegateTest, WithBothSwitchesOnlyUnregisteringActs) {

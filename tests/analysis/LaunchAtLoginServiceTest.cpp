@@ -26,6 +26,8 @@ TEST_F(LaunchAtLoginServiceTest, IsEnabledWhereTheItemIsAndNowhereElse) {
     EXPECT_FALSE(service.isEnabled());
     item.current = LoginItemStatus::requiresApproval;
     EXPECT_FALSE(service.isEnabled());
+    item.current = LoginItemStatus::outdated;
+    EXPECT_FALSE(service.isEnabled());
     item.current = LoginItemStatus::enabled;
     EXPECT_TRUE(service.isEnabled());
     EXPECT_TRUE(log.lines().empty());
@@ -76,6 +78,17 @@ TEST_F(LaunchAtLoginServiceTest, DisablingWhatIsNotRegisteredTouchesNothingAndIs
 
 TEST_F(LaunchAtLoginServiceTest, DisablingWhatTheUserTurnedOffUnregisters) {
     item.current = LoginItemStatus::requiresApproval;
+    service.setEnabled(false);
+    EXPECT_EQ(item.unregisterCount, 1);
+    EXPECT_EQ(item.current, LoginItemStatus::notRegistered);
+}
+
+TEST_F(LaunchAtLoginServiceTest, WhatIsOutdatedIsRegisteredAnewOrRemoved) {
+    item.current = LoginItemStatus::outdated;
+    service.setEnabled(true);
+    EXPECT_EQ(item.registerCount, 1);
+    EXPECT_EQ(item.current, LoginItemStatus::enabled);
+    item.current = LoginItemStatus::outdated;
     service.setEnabled(false);
     EXPECT_EQ(item.unregisterCount, 1);
     EXPECT_EQ(item.current, LoginItemStatus::notRegistered);

@@ -139,6 +139,13 @@ TEST_P(ProcessTest, AResetWipesTheSettingsAndStartsNothing) {
     EXPECT_THAT(program.log().toStdString(), Not(HasSubstr("App model initialized")));
 }
 
+TEST_P(ProcessTest, AResetThatCannotBeDoneEndsWithAnErrorStatus) {
+    home.environment.insert(u"XDG_CONFIG_HOME"_qs, home.path(QString(300, u'x'))); // no such name
+    LumivaneProgram program(home, {u"--reset-settings"_qs});
+    EXPECT_EQ(program.waitForEnd(), 1);
+    EXPECT_THAT(program.log().toStdString(), HasSubstr("Resetting settings failed"));
+}
+
 TEST_P(ProcessTest, OfBothSwitchesOnlyTheLoginItemsActs) {
     home.store(settings);
     QDir().mkpath(QFileInfo(autostartEntry()).path());

@@ -1,50 +1,9 @@
 #include "AutostartFixture.h"
+#include "analysis/LaunchAtLoginService.h"
 
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <system_error>
-
 namespace lumivane {
-
-namespace {
-
-/// Lets no file of this process grow beyond nothing, as on a disk that is full.
-class FullDisk {
-public:
-    FullDisk() {
-        ::getrlimit(RLIMIT_FSIZE, &m_limit);
-        m_handler = ::signal(SIGXFSZ, SIG_IGN);
-        const rlimit none{0, m_limit.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &none);
-    }
-
-    ~FullDisk() {
-        ::setrlimit(RLIMIT_FSIZE, &m_limit);
-        ::signal(SIGXFSZ, m_handler);
-    }
-
-    Q_DISABLE_COPY_MOVE(FullDisk)
-
-private:
-    rlimit m_limit{};
-    sighandler_t m_handler;
-};
-
-/// What registering fails with.
-std::error_code refusal(AutostartLoginItem& item) {
-    try {
-        item.registerItem();
-    } catch (const std::system_error& error) {
-        return error.code();
-    }
-    return {};
-}
-
-std::error_code code(std::errc error) { return std::make_error_code(error); }
-
-} // namespace
 
 class AutostartLoginItemTest : public AutostartFixture {
 protected:
@@ -91,79 +50,85 @@ TEST_F(AutostartLoginItemTest, MakesTheFoldersThatAreMissingForTheUserAlone) {
     }
 }
 
-TEST_F(AutostartLoginItemTest, WhatIsNotThereOrDamagedIsNotRegistered) {
+TEST_F(AutostartLoginItemTest, WhatIsNotThereIsNotRegisteredAndWhatIsDamagedIsOutdated) {
     EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
-    EXPECT_EQ(statusOf(""), LoginItemStatus::notRegistered);
-    EXPECT_EQ(statusOf("[Desktop Entry]\n"), LoginItemStatus::notRegistered);
+    EXPECT_EQ(statusOf(""), LoginItemStatus::outdated);
+    EXPECT_EQ(statusOf("[Desktop Entry]\n"), LoginItemStatus::outdated);
     EXPECT_EQ(statusOf("[Desktop Entry]\nType=Application\n" + startLine()),
               LoginItemStatus::enabled);
-    EXPECT_EQ(statusOf("[Desktop Entry]\nType=Link\n" + startLine()),
-              LoginItemStatus::notRegistered);
-    EXPECT_EQ(statusOf("[Desktop Entry]\n" + startLine()), LoginItemStatus::notRegistered);
-    EXPECT_EQ(statusOf("Type=Application\n" + startLine()), LoginItemStatus::notRegistered);
+    EXPECT_EQ(statusOf("[Desktop Entry]\nType=Link\n" + startLine()), LoginItemStatus::outdated);
+    EXPECT_EQ(statusOf("[Desktop Entry]\n" + startLine()), LoginItemStatus::outdated);
+    EXPECT_EQ(statusOf("Type=Application\n" + startLine()), LoginItemStatus::outdated);
     EXPECT_EQ(statusOf("[Desktop Entry]\nType=Application\n" + startLine() + startLine()),
-              LoginItemStatus::notRegistered);
+              LoginItemStatus::outdated);
     EXPECT_EQ(statusOf("[Desktop Entry]\nType=Application\nName=\xff\n" + startLine()),
-              LoginItemStatus::notRegistered);
+              LoginItemStatus::outdated);
 }
 
-TEST_F(AutostartLoginItemTest, EveryCutOffEntryIsEitherWholeOrNotRegistered) {
+TEST_F(AutostartLoginItemTest, EveryCutOffEntryIsEitherWholeOrOutdated) {
     item.registerItem();
     const QByteArray whole = written();
     for (qsizetype size = 0; size < whole.size() - 1; ++size) {
-        EXPECT_EQ(statusOf(whole.left(size)), LoginItemStatus::notRegistered) << size;
+        EXPECT_EQ(statusOf(whole.left(size)), LoginItemStatus::outdated) << size;
     }
     EXPECT_EQ(statusOf(whole.chopped(1)), LoginItemStatus::enabled);
 }
 
-TEST_F(AutostartLoginItemTest, AFileWithoutEndIsNotRegisteredAndReplaced) {
+TEST_F(AutostartLoginItemTest, AFileWithoutEndIsOutdatedAndReplaced) {
     item.registerItem();
     write(written() + '#' + QByteArray(100 * 1024, 'x') + '\n');
-    EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
+    EXPECT_EQ(item.status(), LoginItemStatus::outdated);
     item.registerItem();
     EXPECT_EQ(item.status(), LoginItemStatus::enabled);
     EXPECT_LT(written().size(), 1024);
 }
 
-TEST_F(AutostartLoginItemTest, AnotherCommandIsNotRegistered) {
-    const QByteArray start = "[Desktop Entry]\nType=Application\nExec=";
+TEST_F(AutostartLoginItemTest, AnotherCommandIsOutdatedAndGoesWhenStartAtLoginIsTurnedOff) {
     const QByteArray here = program.toUtf8();
+    LaunchAtLoginService service(item);
     for (const QByteArray& command : std::initializer_list<QByteArray>{
              here, here + " --other", here + " --login-item --other",
              QByteArray("/usr/bin/true --login-item"), "env " + here + " --login-item",
              here + " --login-item %u", "\"" + here, QByteArray()}) {
-        EXPECT_EQ(statusOf(start + command + "\n"), LoginItemStatus::notRegistered)
-            << command.constData();
+        const QByteArray entry = "[Desktop Entry]\nType=Application\nExec=" + command + "\n";
+        EXPECT_EQ(statusOf(entry), LoginItemStatus::outdated) << command.constData();
+        EXPECT_FALSE(service.isEnabled()) << command.constData();
+        service.setEnabled(false);
+        EXPECT_FALSE(QFile::exists(path())) << command.constData();
+        write(entry);
+        service.setEnabled(true);
+        EXPECT_TRUE(service.isEnabled()) << command.constData();
     }
+    const QByteArray start = "[Desktop Entry]\nType=Application\nExec=";
     EXPECT_EQ(statusOf(start + '"' + here + "\"  \"--login-item\"\n"), LoginItemStatus::enabled);
 }
 
-TEST_F(AutostartLoginItemTest, AnEntryOfAnOlderPathIsNotRegisteredAndWrittenAnew) {
+TEST_F(AutostartLoginItemTest, AnEntryOfAnOlderPathIsOutdatedAndWrittenAnew) {
     const QString older = place.filePath(u"old/lumivane"_qs);
     addProgram(older);
     itemFor(older).registerItem();
-    EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
+    EXPECT_EQ(item.status(), LoginItemStatus::outdated);
     item.registerItem();
     EXPECT_EQ(item.status(), LoginItemStatus::enabled);
     EXPECT_FALSE(written().contains("old/"));
 }
 
-TEST_F(AutostartLoginItemTest, AProgramThatIsGoneIsNotRegistered) {
-    item.registerItem();
-    QFile::remove(program);
-    EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
-    QDir().mkpath(program);
-    EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
+TEST_F(AutostartLoginItemTest, TurningOffRemovesTheEntryOfAnotherInstallation) {
+    const QString other = place.filePath(u"other/lumivane"_qs);
+    addProgram(other);
+    auto others = itemFor(other);
+    others.registerItem();
+    LaunchAtLoginService(item).setEnabled(false);
+    EXPECT_EQ(others.status(), LoginItemStatus::notRegistered);
+    EXPECT_FALSE(QFile::exists(path()));
 }
 
-TEST_F(AutostartLoginItemTest, AProgramThatIsNotThereCannotBeRegistered) {
-    QFile::setPermissions(program, QFile::ReadOwner);
-    EXPECT_EQ(refusal(item), code(std::errc::no_such_file_or_directory));
-    auto missing = itemFor(place.filePath(u"nothing"_qs));
-    EXPECT_EQ(refusal(missing), code(std::errc::no_such_file_or_directory));
-    auto relative = itemFor(u"lumivane"_qs);
-    EXPECT_EQ(refusal(relative), code(std::errc::no_such_file_or_directory));
-    EXPECT_FALSE(QFile::exists(folder()));
+TEST_F(AutostartLoginItemTest, AnEntryWhoseProgramIsGoneIsOutdated) {
+    item.registerItem();
+    QFile::remove(program);
+    EXPECT_EQ(item.status(), LoginItemStatus::outdated);
+    QDir().mkpath(program);
+    EXPECT_EQ(item.status(), LoginItemStatus::outdated);
 }
 
 TEST_F(AutostartLoginItemTest, TheUsersOwnSwitchesAreHonoured) {
@@ -194,7 +159,7 @@ TEST_F(AutostartLoginItemTest, AnEntryForOtherDesktopsIsTurnedOffOnThisOne) {
 }
 
 TEST_F(AutostartLoginItemTest, AProgramToTryThatIsMissingKeepsTheEntryFromStarting) {
-    EXPECT_EQ(statusWith("TryExec=/nowhere/lumivane"), LoginItemStatus::notRegistered);
+    EXPECT_EQ(statusWith("TryExec=/nowhere/lumivane"), LoginItemStatus::outdated);
     EXPECT_EQ(statusWith("TryExec=" + program.toUtf8()), LoginItemStatus::enabled);
 }
 
@@ -274,76 +239,6 @@ TEST_F(AutostartLoginItemTest, RemovesTheEntryWhateverItHolds) {
     EXPECT_TRUE(QDir(folder() + u"/autostart"_qs).exists());
 }
 
-TEST_F(AutostartLoginItemTest, AFolderInItsPlaceIsNotOursToTouch) {
-    QDir().mkpath(path() + u"/kept"_qs);
-    EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
-    item.unregisterItem();
-    EXPECT_EQ(refusal(item), code(std::errc::is_a_directory));
-    EXPECT_TRUE(QDir(path() + u"/kept"_qs).exists());
-}
-
-TEST_F(AutostartLoginItemTest, AFileWhereTheFolderShouldBeIsAnErrorOfTheSystem) {
-    QFile file(folder());
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
-    EXPECT_NO_THROW(item.unregisterItem());
-    EXPECT_EQ(refusal(item), code(std::errc::not_a_directory));
-}
-
-TEST_F(AutostartLoginItemTest, AFolderThatCannotBeMadeIsAnErrorOfTheSystem) {
-    AutostartLoginItem impossible(place.filePath(QString(300, u'x')), program, {});
-    EXPECT_EQ(refusal(impossible), code(std::errc::filename_too_long));
-}
-
-TEST_F(AutostartLoginItemTest, AFullDiskLeavesTheOldEntryWholeAndNothingBesideIt) {
-    write("[Desktop Entry]\nHidden=true\n");
-    {
-        const FullDisk disk;
-        EXPECT_TRUE(refusal(item));
-    }
-    EXPECT_EQ(written(), "[Desktop Entry]\nHidden=true\n");
-    EXPECT_EQ(QDir(folder() + u"/autostart"_qs).entryList(QDir::Files | QDir::Hidden).size(), 1);
-    item.registerItem();
-    EXPECT_EQ(item.status(), LoginItemStatus::enabled);
-}
-
-TEST_F(AutostartLoginItemTest, ALinkToAFileIsWrittenThrough) {
-    const QString kept = place.filePath(u"dotfiles.desktop"_qs);
-    write("");
-    ASSERT_TRUE(QFile::rename(path(), kept));
-    ASSERT_TRUE(QFile::link(kept, path()));
-    item.registerItem();
-    EXPECT_EQ(item.status(), LoginItemStatus::enabled);
-    EXPECT_TRUE(QFileInfo(path()).isSymLink());
-    EXPECT_GT(QFileInfo(kept).size(), 0);
-    item.unregisterItem();
-    EXPECT_FALSE(QFileInfo(path()).isSymLink());
-    EXPECT_TRUE(QFile::exists(kept));
-}
-
-TEST_F(AutostartLoginItemTest, APipeInItsPlaceIsNeverWaitedForAndReplaced) {
-    const QString pipe = place.filePath(u"pipe"_qs);
-    ASSERT_EQ(::mkfifo(qPrintable(pipe), 0600), 0);
-    QDir().mkpath(folder() + u"/autostart"_qs);
-    ASSERT_TRUE(QFile::link(pipe, path()));
-    EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
-    item.registerItem();
-    EXPECT_EQ(item.status(), LoginItemStatus::enabled);
-
-    struct stat facts {};
-
-    ASSERT_EQ(::stat(qPrintable(pipe), &facts), 0);
-    EXPECT_TRUE(S_ISFIFO(facts.st_mode));
-}
-
-TEST_F(AutostartLoginItemTest, LinksInACircleAreReplaced) {
-    QDir().mkpath(folder() + u"/autostart"_qs);
-    ASSERT_TRUE(QFile::link(path(), path()));
-    EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
-    item.registerItem();
-    EXPECT_EQ(item.status(), LoginItemStatus::enabled);
-}
-
 TEST_F(AutostartLoginItemTest, AnyPathIsQuotedSoThatItIsReadBack) {
     for (const QString& name :
          {u"with blank"_qs, u"it's \"quoted\""_qs, u"100% sure"_qs, u"%u"_qs, u"cash $HOME"_qs,
@@ -354,7 +249,7 @@ TEST_F(AutostartLoginItemTest, AnyPathIsQuotedSoThatItIsReadBack) {
         auto here = itemFor(odd);
         here.registerItem();
         EXPECT_EQ(here.status(), LoginItemStatus::enabled) << qPrintable(name);
-        EXPECT_EQ(item.status(), LoginItemStatus::notRegistered) << qPrintable(name);
+        EXPECT_EQ(item.status(), LoginItemStatus::outdated) << qPrintable(name);
         EXPECT_EQ(written().count('\n'), 5) << qPrintable(name);
     }
 }

@@ -1,10 +1,10 @@
 #include "platform/linux/FileUserDefaults.h"
 
 #include "SettingsFolder.h"
+#include "support/CommonUser.h"
 #include "support/FileSizeLimit.h"
 
 #include <sys/file.h>
-#include <sys/fsuid.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,6 +12,8 @@
 #include <thread>
 
 namespace lumivane {
+
+using test::asCommonUser;
 
 namespace {
 
@@ -24,16 +26,6 @@ mode_t modeOf(const QString& path) {
 
 void setMode(const QString& path, mode_t mode) {
     ASSERT_EQ(::chmod(QFile::encodeName(path).constData(), mode), 0);
-}
-
-/// On a thread of its own that may not write everywhere, even if the test itself may.
-void asCommonUser(const std::function<void()>& work) {
-    std::thread([&work] {
-        if (::geteuid() == 0) {
-            ::setfsuid(65534);
-        }
-        work();
-    }).join();
 }
 
 /// As a process that was killed between two of its system calls leaves it.

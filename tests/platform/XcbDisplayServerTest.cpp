@@ -49,7 +49,12 @@ protected:
     std::vector<std::uint32_t> panels;
 };
 
-TEST_F(XcbDisplayServerTest, MayAlwaysCapture) { EXPECT_TRUE(displayServer->mayCapture()); }
+TEST_F(XcbDisplayServerTest, MayCaptureWhileTheServerAnswers) {
+    EXPECT_TRUE(displayServer->mayCapture());
+    EXPECT_TRUE(displayServer->mayCapture());
+    server.kill();
+    EXPECT_FALSE(displayServer->mayCapture());
+}
 
 TEST_F(XcbDisplayServerTest, ListsMonitorsWithYUpFromThePrimarysBottom) {
     const auto displays = displayServer->displays();

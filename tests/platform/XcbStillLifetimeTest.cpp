@@ -30,7 +30,10 @@ int sharedFrameCount() {
 TEST_F(XcbStillLifetimeTest, ServerThatGoesAwayIsAnErrorAndNotTheEnd) {
     const StillRequest wanted = request();
     EXPECT_EQ(displayServer->still(wanted).size(), whole.size());
+    EXPECT_TRUE(displayServer->mayCapture());
     server.kill();
+    EXPECT_FALSE(displayServer->mayCapture());
+    EXPECT_FALSE(displayServer->mayCapture());
     EXPECT_THROW(displayServer->still(wanted), DisplayServerError);
     EXPECT_THROW(displayServer->still(wanted), DisplayServerError);
     EXPECT_THROW(displayServer->displays(), DisplayServerError);

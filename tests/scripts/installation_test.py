@@ -76,10 +76,12 @@ class InstallationTest(TreeTest):
         return sorted(str(path.relative_to(folder)) for path in folder.rglob("*")
                       if path.is_symlink() or path.is_file())
 
+    def write_login_item(self, text):
+        return self.write("home/.config/autostart/com.marnoth.Lumivane.desktop", text)
+
     def register_login_item(self, program=None):
-        return self.write("home/.config/autostart/com.marnoth.Lumivane.desktop",
-                          f"[Desktop Entry]\nExec={program or self.prefix / 'bin/lumivane'} "
-                          "--login-item\n")
+        return self.write_login_item(
+            f"[Desktop Entry]\nExec={program or self.prefix / 'bin/lumivane'} --login-item\n")
 
 
 class InstallTest(InstallationTest):
@@ -251,6 +253,71 @@ class UninstallTest(InstallationTest):
         self.assertTrue(entry.exists())
         self.assertEqual(self.asked("program"), [])
         self.assertIn(f"Left {entry}, which starts another program.\n", output)
+
+    def test_a_login_item_of_a_program_whose_path_begins_alike_stays(self):
+        self.assert_passes("install.sh")
+        program = self.prefix / "bin/lumivane"
+        for command in (f"{program}-beta --login-item", f"/opt{program} --login-item",
+                        f'"{program}-beta"', f"env {program}.old --login-item"):
+            entry = self.write_login_item(f"[Desktop Entry]\nName={program}\nExec={command}\n")
+            output = self.assert_passes("uninstall.sh")
+            self.assertTrue(entry.exists(), command)
+            self.assertIn(f"Left {entry}, which starts another program.\n", output)
+        self.assertEqual(self.asked("program"), [])
+
+    def test_only_the_command_of_the_entry_itself_counts(self):
+        self.assert_passes("install.sh")
+        entry = self.write_login_item(
+            f"[Desktop Entry]\nExec=/opt/lumivane\nTryExec={self.prefix}/bin/lumivane\n"
+            f"[Desktop Action A]\nExec={self.prefix}/bin/lumivane\n")
+        self.assertIn("which starts another program", self.assert_passes("uninstall.sh"))
+        self.assertTrue(entry.exists())
+
+    def test_a_login_item_that_names_the_program_in_another_way_goes(self):
+        program = self.prefix / "bin/lumivane"
+        for command in (f'"{program}" --login-item', f"env {program}", f'env A=b "{program}" %u',
+                        f" \t{program}\t%u\r", str(program)):
+            self.assert_passes("install.sh")
+            entry = self.write_login_item(f"# mine\r\n[Desktop Entry]\r\nExec ={command}")
+            output = self.assert_passes("uninstall.sh")
+            self.assertFalse(entry.exists(), command)
+            self.assertIn("Lumivane no longer starts at login.\n", output)
+
+    def test_a_login_item_without_a_command_goes(self):
+        for text in ("", "[Desktop Entry]\nHidden=true\n", "[Desktop Entry]\nExec=\nHidden=true",
+                     "[Desktop Action A]\nExec=/opt/lumivane\n", "Exec=/opt/lumivane\n"):
+            self.assert_passes("install.sh")
+            entry = self.write_login_item(text)
+            output = self.assert_passes("uninstall.sh")
+            self.assertFalse(entry.exists(), text)
+            self.assertIn("Lumivane no longer starts at login.\n", output)
+            self.assertNotIn("another program", output)
+
+    def test_whatever_settings_a_broken_program_left_is_forgotten(self):
+        self.environment["BROKEN_PROGRAM"] = "yes"
+        self.assert_passes("install.sh")
+        names = (".settings.json-0123abcd.tmp", "com.marnoth.Lumivane.Testing.json",
+                 "com.marnoth.Lumivane.Testing.json.damaged-2",
+                 ".com.marnoth.Lumivane.Testing.json-0123abcd.tmp")
+        for name in names:
+            self.write(f"home/.config/lumivane/{name}", "{}")
+        output = self.assert_passes("uninstall.sh", "--reset-settings")
+        for name in names:
+            self.assertIn(f"Removed {self.settings.parent}/{name}\n", output)
+        self.assertFalse(self.settings.parent.exists())
+        self.assertIn("All settings are forgotten.\n", output)
+
+    def test_settings_that_cannot_be_removed_are_not_called_forgotten(self):
+        for name in ("settings.json", "settings.json.damaged", ".settings.json-0123abcd.tmp",
+                     "com.marnoth.Lumivane.Testing.json"):
+            self.settings.unlink(missing_ok=True)
+            self.assert_passes("install.sh")
+            mine = self.write(f"home/.config/lumivane/{name}/mine", "mine\n")
+            output = self.assert_finds(f"Left {mine.parent}, which cannot be removed",
+                                       "uninstall.sh", "--reset-settings")
+            self.assertNotIn("forgotten", output)
+            self.assertEqual(mine.read_text(), "mine\n")
+            shutil.rmtree(mine.parent)
 
     def test_resetting_takes_settings_and_both_keyring_items(self):
         self.assert_passes("install.sh")

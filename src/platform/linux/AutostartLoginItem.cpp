@@ -92,14 +92,14 @@ AutostartLoginItem::AutostartLoginItem(const QString& configFolder, QString prog
 }
 
 LoginItemStatus AutostartLoginItem::status() const {
-    const auto entry = read();
-    if (!entry) {
+    if (!QFileInfo(m_path).isFile()) {
         return LoginItemStatus::notRegistered;
     }
-    if (isTurnedOff(*entry)) {
+    const auto entry = read();
+    if (entry && isTurnedOff(*entry)) {
         return LoginItemStatus::requiresApproval;
     }
-    return startsProgram(*entry) ? LoginItemStatus::enabled : LoginItemStatus::notRegistered;
+    return entry && startsProgram(*entry) ? LoginItemStatus::enabled : LoginItemStatus::outdated;
 }
 
 void AutostartLoginItem::registerItem() {

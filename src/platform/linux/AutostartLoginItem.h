@@ -14,10 +14,13 @@ namespace lumivane {
 /// The login item as an entry in the user's own autostart folder, which every desktop reads at the
 /// start of a session. The folders of the system are neither read nor written.
 ///
-/// An entry of another program path counts as not registered, so that it is written anew. One that
-/// the desktop is told to pass over (hidden, disabled, for other desktops only) is the user's
-/// choice, which registering takes back; all else that the user or a desktop put into the entry
-/// stays. Entries are written whole or not at all.
+/// An entry that starts anything but this program, word for word, is outdated: so is one of another
+/// installation, one without the program's switch, and one that is damaged, since some desktops
+/// start those too. Registering writes it anew, unregistering removes it. An entry that the desktop
+/// is told to pass over (hidden, disabled, for other desktops only) is the user's choice, which
+/// registering takes back; all else that the user or a desktop put into the entry stays. What is no
+/// file, a link to a device say, starts nothing and is not registered. Entries are written whole or
+/// not at all.
 class AutostartLoginItem final : public LoginItem {
 public:
     /// Tells the program that it was started by the session and by nobody else.

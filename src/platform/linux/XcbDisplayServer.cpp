@@ -34,7 +34,19 @@ XcbDisplayServer::XcbDisplayServer(ScaleOfMonitor scaleOf, const QByteArray& dis
 
 XcbDisplayServer::~XcbDisplayServer() = default;
 
-bool XcbDisplayServer::mayCapture() const { return true; }
+bool XcbDisplayServer::mayCapture() const {
+    const std::lock_guard lock(m_queries->mutex);
+    const XcbConnection& connection = m_queries->connection;
+    try {
+        connection.dropEvents();
+        constexpr std::uint32_t allPlanes = ~0U;
+        const auto corner = xcb_get_image(connection.raw(), XCB_IMAGE_FORMAT_Z_PIXMAP,
+                                          connection.root(), 0, 0, 1, 1, allPlanes);
+        return connection.attempt(xcb_get_image_reply, corner) != nullptr;
+    } catch (const DisplayServerError&) {
+        return false;
+    }
+}
 
 std::vector<DisplayInfo> XcbDisplayServer::displays() const {
     const std::lock_guard lock(m_queries->mutex);

@@ -27,7 +27,10 @@ public:
     explicit XcbDisplayServer(ScaleOfMonitor scaleOf = {}, const QByteArray& displayName = {});
     ~XcbDisplayServer() override;
 
-    /// Always true: X11 lets every client read the screen.
+    /// Reads one pixel of the screen, in one round trip: true where that works, false where the
+    /// server refuses or is gone. X11 lets every client read unless an extension guards the screen.
+    /// In a Wayland session it answers for the X server of that session, so true says nothing about
+    /// the windows of other programs: those that are no X clients are not in its frames.
     bool mayCapture() const override;
 
     std::vector<DisplayInfo> displays() const override;
