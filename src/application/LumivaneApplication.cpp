@@ -178,7 +178,7 @@ QStringList argumentsOf(int argc, char** argv) {
 } // namespace
 
 int LumivaneApplication::main(int argc, char** argv) {
-    TerminationSignals::block();
+    TerminationSignals::unblock();
     QCoreApplication::setApplicationName(u"lumivane"_qs);
     const QStringList arguments = argumentsOf(argc, argv);
     const CommandLine::Entry entry = CommandLine::of(arguments).entry();

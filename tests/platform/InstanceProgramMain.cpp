@@ -202,7 +202,7 @@ private:
 
 int main(int argc, char** argv) {
     const QByteArray descriptors = inheritedDescriptors();
-    TerminationSignals::block();
+    TerminationSignals::unblock();
     QStringList arguments;
     QByteArrayList bytes;
     for (int index = 0; index < argc; ++index) {
@@ -212,15 +212,9 @@ int main(int argc, char** argv) {
     openReport();
     say("up session=" + QByteArray::number(::getsid(0)) + " open=" + descriptors.trimmed() +
         " arguments=" + bytes.mid(1).join(','));
-    if (!qEnvironmentVariableIsEmpty("LUMIVANE_TEST_FAULT")) {
-        sigset_t none;
-        sigemptyset(&none);
-        pthread_sigmask(SIG_SETMASK, &none, nullptr);
-    }
     goWrong(arguments);
     auto replacement = Replacement::fromArguments(arguments);
     const QCoreApplication application(argc, argv);
-    const TerminationSignals signalHandler([] { QCoreApplication::quit(); });
     Program program(bytes);
     if (replacement) {
         const bool isOurs = replacement->takeOver(program.instance(), program.clock());
@@ -229,6 +223,7 @@ int main(int argc, char** argv) {
             return 1;
         }
     }
+    const TerminationSignals signalHandler([] { QCoreApplication::quit(); });
     if (arguments.contains(u"--begin"_qs)) {
         program.obey("begin");
     }
