@@ -77,6 +77,16 @@ ApplicationInstance::Claim SessionInstance::claim() {
     return m_lock.take() == InstanceLock::Outcome::taken ? Claim::taken : standUnderLock();
 }
 
+ApplicationInstance::Claim SessionInstance::claimWhenFree() {
+    const MonotonicInstant deadline = m_clock.now() + m_patience;
+    Claim outcome = claim();
+    while (outcome == Claim::taken && m_clock.now() < deadline) {
+        ::poll(nullptr, 0, int(lookInterval.count()));
+        outcome = claim();
+    }
+    return outcome;
+}
+
 ApplicationInstance::Claim SessionInstance::adopt(OwnedDescriptor lock) {
     return m_lock.adopt(std::move(lock)) ? standUnderLock() : claim();
 }
