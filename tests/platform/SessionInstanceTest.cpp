@@ -9,45 +9,11 @@
 
 #include <array>
 #include <chrono>
-#include <functional>
-#include <memory>
-#include <utility>
 
 namespace lumivane::test {
 
 using namespace std::chrono_literals;
 using Claim = ApplicationInstance::Claim;
-
-/// Calls back each time somebody looks at it, with the number of the look.
-class LookingClock final : public Clock {
-public:
-    explicit LookingClock(std::function<void(int)> onLook)
-        : m_onLook(std::move(onLook)) {}
-
-    MonotonicInstant now() const override {
-        m_onLook(++m_looks);
-        return m_clock.now();
-    }
-
-    QDateTime wallNow() const override { return m_clock.wallNow(); }
-
-    std::unique_ptr<ClockTimer> after(std::chrono::nanoseconds delay,
-                                      std::function<void()> callback) override {
-        return m_clock.after(delay, std::move(callback));
-    }
-
-    std::unique_ptr<ClockTimer> every(std::chrono::nanoseconds interval,
-                                      std::function<void()> callback) override {
-        return m_clock.every(interval, std::move(callback));
-    }
-
-private:
-    std::function<void(int)> m_onLook;
-    mutable int m_looks = 0;
-    SystemClock m_clock;
-};
-
-QDBusConnection noBus() { return QDBusConnection(u"none"_qs); }
 
 /// Each case once without a bus and once with one.
 class SessionInstanceEitherWay : public InstancePrograms, public testing::WithParamInterface<bool> {
@@ -72,28 +38,6 @@ TEST_P(SessionInstanceEitherWay, ASecondStartActivatesTheFirst) {
         EXPECT_TRUE(activateOverBus());
         EXPECT_EQ(hear(first->processID(), ""), "activated");
     }
-}
-
-TEST_P(SessionInstanceEitherWay, APlaceThatGetsFreeIsClaimedByWhoeverWaits) {
-    const auto first = startFirst();
-    LookingClock clock([&](int look) {
-        if (look == 5) {
-            first->kill();
-        }
-    });
-    SessionInstance instance(place(), GetParam() ? m_bus->connect() : noBus(), clock);
-    EXPECT_EQ(instance.claimWhenFree(), Claim::granted);
-}
-
-TEST_P(SessionInstanceEitherWay, WhoeverWaitsForAPlaceLeavesItsInstanceAlone) {
-    const auto first = startFirst();
-    SystemClock clock;
-    SessionInstance instance(place(), GetParam() ? m_bus->connect() : noBus(), clock, 50ms);
-    const MonotonicInstant start = clock.now();
-    EXPECT_EQ(instance.claimWhenFree(), Claim::taken);
-    EXPECT_GE(clock.now() - start, 50ms);
-    EXPECT_EQ(ask(*first, "release"), "released"); // and nothing before
-    EXPECT_EQ(instance.claimWhenFree(), Claim::granted);
 }
 
 TEST_P(SessionInstanceEitherWay, AddressesAreHandedOverByteForByte) {
