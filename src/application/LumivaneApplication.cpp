@@ -84,7 +84,7 @@ int maintain() {
 void listen(ApplicationInstance& instance, AppDelegate& delegate) {
     instance.onActivate = [&delegate] { delegate.applicationShouldHandleReopen(); };
     instance.onOpen = [](const QStringList&) {
-        LumivaneLog::lifecycle.info("An address was opened that nobody waits for");
+        LumivaneLog::lifecycle.log("An address was opened that nobody waits for");
     };
     QObject::connect(qGuiApp, &QGuiApplication::applicationStateChanged, qGuiApp,
                      [&delegate](Qt::ApplicationState state) {
@@ -94,13 +94,20 @@ void listen(ApplicationInstance& instance, AppDelegate& delegate) {
                      });
 }
 
+/// The environment that the process was started with, in the forms that its readers take.
+struct StartEnvironment {
+    QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+    QByteArrayList words = ProgramCommand::presentEnvironment();
+};
+
 /// The program itself, from its first look at the desktop to the end of its event loop.
-int live(SessionInstance& instance, const QProcessEnvironment& environment) {
+int live(SessionInstance& instance, const StartEnvironment& environment) {
     const QStringList arguments = QCoreApplication::arguments();
-    const TestingMode testing = TestingMode::of(arguments, environment);
+    const TestingMode testing = TestingMode::of(arguments, environment.variables);
     const ApplicationInformation itsInformation = information();
-    Mechanisms desktop(testing, environment);
-    ProcessRelauncher relauncher(instance, ProgramCommand::ofThisProcess(arguments), desktop.clock);
+    Mechanisms desktop(testing, environment.variables);
+    ProcessRelauncher relauncher(
+        instance, ProgramCommand::ofThisProcess(arguments, environment.words), desktop.clock);
     std::optional<Services> services; // made by the launch
     const auto sharedModel = [&]() -> AppModel& {
         if (!services) {
@@ -124,14 +131,45 @@ int live(SessionInstance& instance, const QProcessEnvironment& environment) {
     const TerminationSignals signalHandler(stop);
     const SessionEnd sessionEnd(*qGuiApp, stop);
     delegate.applicationDidFinishLaunching();
+    if (const QStringList urls = CommandLine::of(arguments).urls; !urls.isEmpty()) {
+        instance.onOpen(urls);
+    }
     const int status = QCoreApplication::exec();
     delegate.applicationWillTerminate();
     return status;
 }
 
+/// Takes the place, or reaches the instance that has it: then the process's exit status.
+std::optional<int> settle(SessionInstance& instance) {
+    using Claim = ApplicationInstance::Claim;
+    const CommandLine commandLine = CommandLine::of(QCoreApplication::arguments());
+    if (commandLine.launchedAsLoginItem && commandLine.urls.isEmpty()) {
+        // A start by the session stays silent, whoever was first. But at a login right after a
+        // logout that one may be on its way out.
+        return instance.claimWhenFree() == Claim::granted ? std::nullopt : std::optional(0);
+    }
+    if (instance.claim() == Claim::granted) {
+        return std::nullopt;
+    }
+    if (instance.activateOther(commandLine.urls)) {
+        return 0;
+    }
+    // It may have been on its way out.
+    if (instance.claim() == Claim::granted) {
+        return std::nullopt;
+    }
+    std::fputs("lumivane: another instance has this session and does not answer\n", stderr);
+    return 1;
+}
+
+InstancePlace placeFor(const TestingMode& testing) {
+    using Use = InstancePlace::Use;
+    return InstancePlace::ofThisSession(testing.isTesting() ? Use::testing : Use::ordinary);
+}
+
 /// Comes up as the session's one instance, or reaches the one that is up.
 int run(int argc, char** argv, std::optional<Replacement> replacement) {
-    const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const StartEnvironment environment;
     const bool isWithoutBus = sessionBusHangs(busPatience);
     if (isWithoutBus) {
         leaveSessionBus();
@@ -145,25 +183,13 @@ int run(int argc, char** argv, std::optional<Replacement> replacement) {
         LumivaneLog::lifecycle.error("The session bus does not answer; going on without it");
     }
     SystemClock clock;
-    SessionInstance instance(InstancePlace::ofThisSession(), QDBusConnection::sessionBus(), clock);
-    const bool isOurs = replacement ? replacement->takeOver(instance, clock)
-                                    : instance.claim() == ApplicationInstance::Claim::granted;
-    if (isOurs) {
-        return live(instance, environment);
+    const auto testing = TestingMode::of(QCoreApplication::arguments(), environment.variables);
+    SessionInstance instance(placeFor(testing), QDBusConnection::sessionBus(), clock);
+    if (replacement) {
+        return replacement->takeOver(instance, clock) ? live(instance, environment) : 1;
     }
-    const CommandLine commandLine = CommandLine::of(QCoreApplication::arguments());
-    if (commandLine.launchedAsLoginItem && commandLine.urls.isEmpty()) {
-        return 0; // a start by the session stays silent, whoever was first
-    }
-    if (instance.activateOther(commandLine.urls)) {
-        return 0;
-    }
-    // It may have been on its way out.
-    if (instance.claim() == ApplicationInstance::Claim::granted) {
-        return live(instance, environment);
-    }
-    std::fputs("lumivane: another instance has this session and does not answer\n", stderr);
-    return 1;
+    const std::optional<int> status = settle(instance);
+    return status ? *status : live(instance, environment);
 }
 
 /// The arguments before there is an application object to ask.
@@ -178,7 +204,7 @@ QStringList argumentsOf(int argc, char** argv) {
 } // namespace
 
 int LumivaneApplication::main(int argc, char** argv) {
-    TerminationSignals::block();
+    TerminationSignals::unblock();
     QCoreApplication::setApplicationName(u"lumivane"_qs);
     const QStringList arguments = argumentsOf(argc, argv);
     const CommandLine::Entry entry = CommandLine::of(arguments).entry();
@@ -200,7 +226,7 @@ int LumivaneApplication::main(int argc, char** argv) {
         default:
             return maintain();
         }
-    } catch (const DisplayServerError& error) {
+    } catch (const std::exception& error) {
         std::fprintf(stderr, "lumivane: %s\n", error.what());
         return 1;
     }

@@ -68,6 +68,16 @@ TEST_F(InstancePlaceOfSession, WithoutADisplayTheNextBestTellsSessionsApart) {
     EXPECT_NE(nameWith("WAYLAND_DISPLAY", "7"), seven);
 }
 
+TEST_F(InstancePlaceOfSession, AProgramThatIsBeingTestedHasAPlaceOfItsOwn) {
+    using Use = InstancePlace::Use;
+    const QString user = nameWith("DISPLAY", ":0");
+    EXPECT_EQ(InstancePlace::ofThisSession(Use::ordinary).name(), user);
+    const QString tested = InstancePlace::ofThisSession(Use::testing).name();
+    EXPECT_NE(tested, user);
+    qputenv("DISPLAY", ":1");
+    EXPECT_NE(InstancePlace::ofThisSession(Use::testing).name(), tested);
+}
+
 TEST_F(InstancePlaceOfSession, NamesAreShortAndPlainWhateverTheEnvironmentSays) {
     for (const QByteArray& display : {QByteArray("/private/tmp/launch/org:0"),
                                       QByteArray(5000, 'x'), QByteArray("\xFF ../\n")}) {

@@ -29,6 +29,9 @@ using namespace lumivane;
 
 int report = -1;
 
+/// Set by each program for itself, and no other is to see it.
+constexpr const char* ownVariable = "LUMIVANE_TEST_OWN";
+
 void say(const QByteArray& words) {
     const QByteArray line = QByteArray::number(::getpid()) + ' ' + words + '\n';
     if (::write(report, line.constData(), std::size_t(line.size())) != line.size()) {
@@ -190,11 +193,12 @@ private:
     }
 
     QByteArrayList m_arguments;
+    QByteArrayList m_environment = ProgramCommand::presentEnvironment();
     SystemClock m_clock;
     SessionInstance m_instance{InstancePlace::ofThisSession(), QDBusConnection::sessionBus(),
                                m_clock};
-    ProcessRelauncher m_relauncher{m_instance, ProgramCommand::ofThisProcess(texts(m_arguments)),
-                                   m_clock};
+    ProcessRelauncher m_relauncher{
+        m_instance, ProgramCommand::ofThisProcess(texts(m_arguments), m_environment), m_clock};
     TaskHandle m_relaunch;
 };
 
@@ -202,7 +206,7 @@ private:
 
 int main(int argc, char** argv) {
     const QByteArray descriptors = inheritedDescriptors();
-    TerminationSignals::block();
+    TerminationSignals::unblock();
     QStringList arguments;
     QByteArrayList bytes;
     for (int index = 0; index < argc; ++index) {
@@ -211,17 +215,13 @@ int main(int argc, char** argv) {
     }
     openReport();
     say("up session=" + QByteArray::number(::getsid(0)) + " open=" + descriptors.trimmed() +
-        " arguments=" + bytes.mid(1).join(','));
-    if (!qEnvironmentVariableIsEmpty("LUMIVANE_TEST_FAULT")) {
-        sigset_t none;
-        sigemptyset(&none);
-        pthread_sigmask(SIG_SETMASK, &none, nullptr);
-    }
+        " arguments=" + bytes.mid(1).join(',') +
+        (qEnvironmentVariableIsSet(ownVariable) ? " and a variable that is not its own" : ""));
     goWrong(arguments);
     auto replacement = Replacement::fromArguments(arguments);
     const QCoreApplication application(argc, argv);
-    const TerminationSignals signalHandler([] { QCoreApplication::quit(); });
     Program program(bytes);
+    qputenv(ownVariable, "1");
     if (replacement) {
         const bool isOurs = replacement->takeOver(program.instance(), program.clock());
         say(isOurs ? "took over" : "gave way");
@@ -229,6 +229,7 @@ int main(int argc, char** argv) {
             return 1;
         }
     }
+    const TerminationSignals signalHandler([] { QCoreApplication::quit(); });
     if (arguments.contains(u"--begin"_qs)) {
         program.obey("begin");
     }

@@ -7,6 +7,7 @@
 #include "support/ManualClock.h"
 #include "support/Outcome.h"
 
+#include <algorithm>
 #include <chrono>
 #include <system_error>
 
@@ -80,7 +81,7 @@ TEST_P(Relaunch, TheReplacementOutlivesEverythingOfTheOldOne) {
 
 TEST_P(Relaunch, TheReplacementGetsTheSwitchesAndNothingElse) {
     const auto old = start({u"--one"_qs, u"com.example:/callback?code=1"_qs, u"--two=a b"_qs,
-                            u"--hand-over=9"_qs, u"-x"_qs});
+                            u"--hand-over=9"_qs, u"--login-item"_qs, u"-x"_qs});
     EXPECT_EQ(ask(*old, "claim"), "granted");
     old->tell("relaunch");
     const pid_t replacement = nextProcess({old->processID()});
@@ -120,6 +121,27 @@ TEST_P(Relaunch, AThirdStartInTheMiddleNeverGetsThePlace) {
         forget(replacement);
         ASSERT_EQ(ask(*third, "release"), "released");
     }
+}
+
+TEST_P(Relaunch, AThirdStartThatActivatesInTheMiddleReachesOneOfThem) {
+    const auto third = start();
+    const auto old = startFirst();
+    ASSERT_EQ(ask(*third, "claim"), "taken");
+    old->tell("relaunch");
+    int reached = 0;
+    std::vector<QByteArray> ofOld;
+    while (std::find(ofOld.begin(), ofOld.end(), "relaunched") == ofOld.end()) {
+        ASSERT_EQ(ask(*third, "activate"), "reached") << "after " << reached;
+        ++reached;
+        ofOld = linesOf(old->processID());
+    }
+    const pid_t replacement = nextProcess({old->processID(), third->processID()});
+    EXPECT_TRUE(hear(replacement, "took over"));
+    EXPECT_TRUE(waitUntil([&] {
+        const auto ofBoth = ofOld.size() - 1 + linesOf(replacement).size();
+        return ofBoth == std::size_t(reached);
+    }));
+    quitInstance();
 }
 
 TEST_P(Relaunch, AnOldInstanceKilledInTheMiddleLeavesExactlyOne) {
@@ -232,6 +254,16 @@ TEST_F(ProcessRelauncherTest, AProgramThatIsNotThereFails) {
     EXPECT_TRUE(next.errorAs<std::system_error>());
 }
 
+TEST_F(ProcessRelauncherTest, AProgramThatCannotBeToldFails) {
+    ASSERT_EQ(m_instance.claim(), Claim::granted);
+    ProcessRelauncher relauncher(
+        m_instance, ProgramCommand::ofThisProcess({}, {}, u"/nowhere/link"_qs), m_clock);
+    const auto outcome = outcomeOf(ended(relauncher.startReplacement()));
+    EXPECT_TRUE(outcome.errorAs<std::system_error>());
+    const auto third = start();
+    EXPECT_EQ(ask(*third, "begin"), "reached");
+}
+
 TEST_F(ProcessRelauncherTest, AProgramThatIsAnotherFails) {
     ASSERT_EQ(m_instance.claim(), Claim::granted);
     ProcessRelauncher relauncher(m_instance, {u"/bin/true"_qs, {}}, m_clock);
@@ -269,11 +301,15 @@ TEST_F(ProcessRelauncherTest, AProgramThatEndsInTheMiddleTakesItsReplacementAlon
 
 TEST(ProgramCommand, IsThisProgramWithItsSwitches) {
     const ProgramCommand command = ProgramCommand::ofThisProcess(
-        {u"name"_qs, u"--a"_qs, u"b"_qs, u"--hand-over=3"_qs, u"--hand-overs"_qs, u"--c=d e"_qs});
+        {u"name"_qs, u"--a"_qs, u"b"_qs, u"--hand-over=3"_qs, u"--hand-overs"_qs,
+         u"--login-item"_qs, u"--login-items"_qs, u"--c=d e"_qs},
+        {"A=b", "C=\xE9"});
     EXPECT_TRUE(command.program.startsWith(u'/'));
     EXPECT_TRUE(command.program.endsWith(u"/tests_platform_instance"_qs));
-    EXPECT_EQ(command.arguments, QStringList({u"--a"_qs, u"--hand-overs"_qs, u"--c=d e"_qs}));
-    EXPECT_EQ(ProgramCommand::ofThisProcess({}).arguments, QStringList());
+    EXPECT_EQ(command.arguments,
+              QStringList({u"--a"_qs, u"--hand-overs"_qs, u"--login-items"_qs, u"--c=d e"_qs}));
+    EXPECT_EQ(command.environment, QByteArrayList({"A=b", "C=\xE9"}));
+    EXPECT_EQ(ProgramCommand::ofThisProcess({}, {}).arguments, QStringList());
 }
 
 } // namespace lumivane::test

@@ -11,9 +11,11 @@
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 
 #include <array>
 #include <chrono>
+#include <csignal>
 #include <cstring>
 #include <string>
 
@@ -79,6 +81,17 @@ TEST_F(ReplacementTest, AnOldInstanceThatDiesWithTheLockOnItsWayIsReplacedAllThe
     EXPECT_EQ(hear(m_replacement, ""), "took over");
     SessionInstance third(place(), QDBusConnection(u"none"_qs), m_clock);
     EXPECT_EQ(third.claim(), Claim::taken);
+}
+
+TEST_F(ReplacementTest, EndsAtOnceWhenItIsToldToWhileItWaits) {
+    EXPECT_EQ(nextWord(), HandOverWord::running);
+    ::kill(m_replacement, SIGTERM);
+    int status = 0;
+    ASSERT_EQ(::waitpid(m_replacement, &status, 0), m_replacement);
+    m_process->letGo();
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGTERM);
+    EXPECT_TRUE(linesOf(m_replacement).empty());
 }
 
 TEST_F(ReplacementTest, GivesWayToAnOldInstanceThatChangesItsMind) {

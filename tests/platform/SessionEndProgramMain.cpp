@@ -17,7 +17,7 @@ void say(const char* words) {
 } // namespace
 
 int main(int argc, char** argv) {
-    lumivane::TerminationSignals::block();
+    lumivane::TerminationSignals::unblock();
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     const lumivane::SessionEnd end(application, [] {

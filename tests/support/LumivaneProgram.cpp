@@ -10,6 +10,8 @@
 #include <QFileInfo>
 #include <QUuid>
 
+#include <algorithm>
+#include <csignal>
 #include <stdexcept>
 
 namespace lumivane::test {
@@ -99,8 +101,24 @@ void LumivaneProgram::requireLog(const QByteArray& text) const {
 }
 
 int LumivaneProgram::waitForEnd() {
-    const bool hasEnded = waitUntil([this] { return !isRunning(); });
-    return hasEnded && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+    if (!waitUntil([this] { return !isRunning(); })) {
+        return -1;
+    }
+    return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : endedBySignal;
+}
+
+bool LumivaneProgram::hasSocket() const {
+    const QDir descriptors(u"/proc/%1/fd"_qs.arg(processID()));
+    const QStringList names = descriptors.entryList(QDir::System | QDir::Files);
+    return std::any_of(names.begin(), names.end(), [&](const QString& name) {
+        return QFile::symLinkTarget(descriptors.filePath(name)).contains(u"socket:"_qs);
+    });
+}
+
+void LumivaneProgram::signal(int number) const {
+    if (isRunning()) {
+        ::kill(pid_t(processID()), number);
+    }
 }
 
 int LumivaneProgram::terminate() {

@@ -59,7 +59,14 @@ public:
 
     bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
 
-    /// Waits for its end; its exit status, or -1 when it did not end, or not in order.
+    /// Whether it has opened any socket yet; the first one is that to its display.
+    bool hasSocket() const;
+
+    void signal(int number) const;
+
+    static constexpr int endedBySignal = -2;
+
+    /// Waits for its end; its exit status, or `endedBySignal`, or -1 when it did not end.
     int waitForEnd();
 
     /// Asks it to end and waits, as `waitForEnd`.

@@ -7,6 +7,8 @@
 #include <QString>
 #include <QTemporaryDir>
 
+#include <cstdint>
+
 namespace lumivane::test {
 
 /// An X server without a screen of glass, of a test's own; it ends with its object. It throws
@@ -20,6 +22,8 @@ public:
 
     /// Such as ":3".
     const QByteArray& displayName() const { return m_displayName; }
+
+    std::int64_t processID() const { return m_server.processId(); }
 
     /// Ends it in the middle of whatever it does.
     void kill();

@@ -19,8 +19,8 @@ bool isOfTheWeb(const QUrl& url) {
     return url.isValid() && !url.host().isEmpty() && (scheme == u"http" || scheme == u"https");
 }
 
-/// Runs in the new process. The main thread keeps signals from itself, and a program that inherits
-/// that cannot be ended by its user.
+/// Runs in the new process. A program that inherits signals that are held back cannot be ended by
+/// its user.
 void letSignalsThrough() {
     sigset_t none;
     ::sigemptyset(&none);
@@ -38,7 +38,7 @@ bool DesktopUrlOpener::open(const QUrl& url) {
     if (program.isEmpty() || !isOfTheWeb(url)) {
         return false;
     }
-    // The toolkit's own way to start what lives on its own leaves the signals held back. This
+    // The toolkit's own way to start what lives on its own leaves such signals held back. This
     // program ends as soon as the other one is on its own.
     QProcess starter;
     starter.setProcessEnvironment(m_environment);

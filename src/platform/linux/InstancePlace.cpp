@@ -32,8 +32,10 @@ QString sessionOfEnvironment() {
 
 } // namespace
 
-InstancePlace InstancePlace::ofThisSession() {
-    return {qEnvironmentVariable("XDG_RUNTIME_DIR"), QDir::tempPath(), sessionOfEnvironment()};
+InstancePlace InstancePlace::ofThisSession(Use use) {
+    const QString session = sessionOfEnvironment();
+    return {qEnvironmentVariable("XDG_RUNTIME_DIR"), QDir::tempPath(),
+            use == Use::testing ? u"testing "_qs + session : session};
 }
 
 QString InstancePlace::name() const {

@@ -32,8 +32,8 @@ public:
     ///
     /// True when the place is this process's: from the old instance, or by a claim of its own when
     /// the old one has died on the way. An old process that has handed the place over and does not
-    /// end is left behind. False when the program should end: the old instance, or a third one,
-    /// keeps the place.
+    /// end is left behind. False when the program should end, with nothing asked of anybody: the
+    /// old instance, or a third one, keeps the place.
     bool takeOver(SessionInstance& instance, const Clock& clock,
                   std::chrono::milliseconds patience = defaultPatience);
 

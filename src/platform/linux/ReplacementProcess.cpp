@@ -1,6 +1,7 @@
 #include "platform/linux/ReplacementProcess.h"
 
 #include "async/Completion.h"
+#include "platform/linux/AutostartLoginItem.h"
 #include "platform/linux/Replacement.h"
 
 #include <QFile>
@@ -28,6 +29,16 @@ void check(int error, const char* what) {
     if (error != 0) {
         throw std::system_error(error, std::generic_category(), what);
     }
+}
+
+/// As the system takes them. They are valid while `words` is left alone.
+std::vector<char*> pointersTo(QByteArrayList& words) {
+    std::vector<char*> pointers;
+    for (QByteArray& word : words) {
+        pointers.push_back(word.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
 }
 
 class FileActions {
@@ -77,12 +88,19 @@ private:
 
 } // namespace
 
-ProgramCommand ProgramCommand::ofThisProcess(const QStringList& arguments) {
-    const QString deletedMark = u" (deleted)"_qs;
-    QString program = QFile::symLinkTarget(u"/proc/self/exe"_qs);
-    if (program.isEmpty()) {
-        throw std::system_error(errno, std::generic_category(), "/proc/self/exe");
+QByteArrayList ProgramCommand::presentEnvironment() {
+    QByteArrayList words;
+    for (char** word = environ; word != nullptr && *word != nullptr; ++word) {
+        words << *word;
     }
+    return words;
+}
+
+ProgramCommand ProgramCommand::ofThisProcess(const QStringList& arguments,
+                                             const QByteArrayList& environment,
+                                             const QString& link) {
+    const QString deletedMark = u" (deleted)"_qs;
+    QString program = QFile::symLinkTarget(link);
     // An update has replaced the file: the new one stands under the old name.
     if (program.endsWith(deletedMark) && !QFileInfo::exists(program)) {
         program.chop(deletedMark.size());
@@ -91,9 +109,10 @@ ProgramCommand ProgramCommand::ofThisProcess(const QStringList& arguments) {
     std::copy_if(arguments.begin() + std::min<qsizetype>(1, arguments.size()), arguments.end(),
                  std::back_inserter(kept), [](const QString& argument) {
                      return argument.startsWith(u"--"_qs) &&
+                            argument != AutostartLoginItem::startedBySession &&
                             !argument.startsWith(Replacement::switchPrefix());
                  });
-    return {program, kept};
+    return {program, kept, environment};
 }
 
 QCoro::Task<bool> becomesReadable(int descriptor, Clock& clock, std::chrono::nanoseconds limit,
@@ -114,15 +133,12 @@ ReplacementProcess::ReplacementProcess(const ProgramCommand& command, const Hand
         words << argument.toLocal8Bit();
     }
     words << (Replacement::switchPrefix() + QString::number(lineInProgram)).toLatin1();
-    std::vector<char*> pointers;
-    for (QByteArray& word : words) {
-        pointers.push_back(word.data());
-    }
-    pointers.push_back(nullptr);
+    const std::vector<char*> pointers = pointersTo(words);
+    QByteArrayList environment = command.environment;
     const FileActions actions(line.descriptor());
     const Attributes attributes;
     check(::posix_spawn(&m_processID, pointers.front(), actions.get(), attributes.get(),
-                        pointers.data(), environ),
+                        pointers.data(), pointersTo(environment).data()),
           "posix_spawn");
     m_handle = OwnedDescriptor(int(::syscall(SYS_pidfd_open, m_processID, 0)));
 }

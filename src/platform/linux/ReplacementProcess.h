@@ -4,6 +4,7 @@
 #include "platform/linux/HandOverChannel.h"
 #include "platform/linux/OwnedDescriptor.h"
 
+#include <QByteArrayList>
 #include <QString>
 #include <QStringList>
 #include <qcoro/qcorotask.h>
@@ -19,11 +20,20 @@ namespace lumivane {
 struct ProgramCommand {
     QString program; ///< a whole path
     QStringList arguments;
+    QByteArrayList environment = presentEnvironment(); ///< each "NAME=value"
+
+    /// What this process would hand on now. A program sets variables for itself, so it asks before.
+    static QByteArrayList presentEnvironment();
 
     /// This program as it is installed now, which may be newer than what runs, with the switches
-    /// of `arguments` (all of this process's, the program's name first). Addresses it was to open
-    /// and the switch of a relaunch are left out. Throws std::system_error.
-    static ProgramCommand ofThisProcess(const QStringList& arguments);
+    /// of `arguments` (all of this process's, the program's name first), in the surroundings that
+    /// this process was started in. Addresses it was to open are left out, and so are the switches
+    /// of a relaunch and of a start by the session: this one is its user's wish.
+    ///
+    /// `program` is empty, and cannot be started, where `link` does not tell it.
+    static ProgramCommand ofThisProcess(const QStringList& arguments,
+                                        const QByteArrayList& environment,
+                                        const QString& link = QStringLiteral("/proc/self/exe"));
 };
 
 /// Ends when the descriptor can be read, with true, or after `limit`, with false. Main thread.

@@ -11,8 +11,8 @@ namespace lumivane {
 /// well answers within a millisecond, and one that is not there is known at once.
 bool sessionBusHangs(std::chrono::milliseconds limit);
 
-/// Lets the toolkit, and every program that this one starts, take the session bus for absent.
-/// Called before the application object is made.
+/// Lets the toolkit take the session bus for absent. Called before the application object is made.
+/// Programs that this one starts would, too: they get the environment as it was before.
 void leaveSessionBus();
 
 } // namespace lumivane

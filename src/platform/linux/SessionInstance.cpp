@@ -77,6 +77,16 @@ ApplicationInstance::Claim SessionInstance::claim() {
     return m_lock.take() == InstanceLock::Outcome::taken ? Claim::taken : standUnderLock();
 }
 
+ApplicationInstance::Claim SessionInstance::claimWhenFree() {
+    const MonotonicInstant deadline = m_clock.now() + m_patience;
+    Claim outcome = claim();
+    while (outcome == Claim::taken && m_clock.now() < deadline) {
+        ::poll(nullptr, 0, int(lookInterval.count()));
+        outcome = claim();
+    }
+    return outcome;
+}
+
 ApplicationInstance::Claim SessionInstance::adopt(OwnedDescriptor lock) {
     return m_lock.adopt(std::move(lock)) ? standUnderLock() : claim();
 }
@@ -212,8 +222,15 @@ InstanceAnswer SessionInstance::askOverBus(const QStringList& urls,
         error == u"org.freedesktop.DBus.Error.NameHasNoOwner"_qs) {
         return InstanceAnswer::absent;
     }
-    return error == u"org.freedesktop.DBus.Error.NoReply"_qs ? InstanceAnswer::silent
-                                                             : InstanceAnswer::refused;
+    // An instance that hands its place over takes its object away before its name.
+    if (error == u"org.freedesktop.DBus.Error.UnknownObject"_qs) {
+        return InstanceAnswer::absent;
+    }
+    if (error == u"org.freedesktop.DBus.Error.NoReply"_qs) {
+        // The bus says so at once, too, for one that has ended in the middle.
+        return m_clock.now() < deadline ? InstanceAnswer::absent : InstanceAnswer::silent;
+    }
+    return InstanceAnswer::refused;
 }
 
 void SessionInstance::deliver(const QStringList& urls) {

@@ -36,7 +36,7 @@ class ApplicationObject;
 /// is neither a folder nor a bus, it is granted.
 class SessionInstance final : public ApplicationInstance {
 public:
-    /// How long `activateOther` waits for the other instance, and `claim` for the bus.
+    /// How long `activateOther` and `claimWhenFree` wait for the other instance.
     static constexpr std::chrono::milliseconds defaultPatience{1500};
 
     /// `bus` may be unconnected; whoever makes it has seen that the bus answers. `clock` outlives
@@ -47,6 +47,10 @@ public:
 
     /// Blocks for two exchanges with the bus at most, less than a millisecond as a rule.
     Claim claim() override;
+
+    /// The same, but blocks for the patience at most while the place is taken: the other instance
+    /// may be on its way out, and is left alone.
+    Claim claimWhenFree();
 
     void release() override;
 
