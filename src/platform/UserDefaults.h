@@ -9,7 +9,8 @@ namespace lumivane {
 
 /// Data under keys that outlives the process: mechanism only. Main thread only. Reading takes less
 /// than a millisecond; writing takes as long as the disk does to have the data for good, mostly a
-/// few milliseconds, and some 50 more where another process hangs in the middle of writing.
+/// few milliseconds, and a quarter of a second more where another process hangs in the middle of
+/// writing.
 ///
 /// When `set` or `removeObject` throws, what was there before is still there, and a process that is
 /// killed in the middle leaves either the old data or the new, whole.

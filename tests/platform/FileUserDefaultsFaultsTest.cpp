@@ -73,11 +73,11 @@ TEST_F(FileUserDefaultsFaultsTest, AFolderOfItsOwnThatMayNotLastRefusesBeforeAny
 
 // Another process that holds the lock
 
-TEST_F(FileUserDefaultsFaultsTest, AHungHolderOfTheLockHoldsUpAWriteForFiftyTries) {
+TEST_F(FileUserDefaultsFaultsTest, AHungHolderOfTheLockHoldsUpAWriteForABoundedNumberOfTries) {
     hold();
     test::SystemCallFaults faults;
     opened().set("one", u"a"_qs);
-    EXPECT_EQ(faults.locksTried, 50);
+    EXPECT_EQ(faults.locksTried, 250);
     EXPECT_EQ(stored(), "one");
 }
 
@@ -86,7 +86,7 @@ TEST_F(FileUserDefaultsFaultsTest, AHungHolderHoldsUpARemovalNoLonger) {
     hold();
     test::SystemCallFaults faults;
     opened().removePersistentDomain();
-    EXPECT_EQ(faults.locksTried, 50);
+    EXPECT_EQ(faults.locksTried, 250);
     EXPECT_TRUE(everythingIn(folder).isEmpty());
 }
 
@@ -94,15 +94,15 @@ TEST_F(FileUserDefaultsFaultsTest, AHolderAtWorkIsWaitedFor) {
     hold();
     test::SystemCallFaults faults;
     faults.onLock = [this, &faults] {
-        if (faults.locksTried == 200) {
+        if (faults.locksTried == 600) {
             write(file, R"({"b":"theirs"})");
             release();
-        } else if (faults.locksTried % 40 == 0) {
+        } else if (faults.locksTried % 200 == 0) {
             changeFolder();
         }
     };
     opened().set("one", u"a"_qs);
-    EXPECT_EQ(faults.locksTried, 200);
+    EXPECT_EQ(faults.locksTried, 600);
     EXPECT_EQ(stored(), "one");
     EXPECT_EQ(stored(u"b"_qs), "theirs");
 }

@@ -132,7 +132,7 @@ bool lockFolder(int folder) {
     // Never waits without an end: the holder may have been stopped. One that is at work makes and
     // renames files, so the folder tells it from one that hangs.
     constexpr int mostAttempts = 1000;
-    constexpr int mostIdleAttempts = 50;
+    constexpr int mostIdleAttempts = 250;
     constexpr int pauseMilliseconds = 1;
     auto seen = lastChange(folder);
     for (int attempts = 1, idle = 1; attempts <= mostAttempts; ++attempts, ++idle) {
