@@ -6,20 +6,12 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <optional>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
 namespace lumivane {
-
-template <>
-struct JsonCoding<ApplicationInformation> {
-    static ApplicationInformation decode(const Json& value) {
-        const JsonObjectReader reader(value);
-        return {.CFBundleShortVersionString =
-                    reader.optional<QString>("CFBundleShortVersionString"),
-                .LumivaneAPIBaseURL = reader.optional<QString>("LumivaneAPIBaseURL")};
-    }
-};
 
 namespace {
 
@@ -36,17 +28,24 @@ QByteArray readWhole(const QString& path) {
     return data;
 }
 
-void replace(std::optional<QString>& field, std::optional<QString> later) {
-    if (later) {
-        field = std::move(later);
+void replace(std::optional<QString>& field, const JsonObjectReader& reader, std::string_view key) {
+    try {
+        if (auto later = reader.optional<QString>(key)) {
+            field = std::move(later);
+        }
+    } catch (const DecodingError& error) {
+        LumivaneLog::lifecycle.error(
+            "A key of application information was ignored; errorType=%{public}s",
+            LogTypeName(error));
     }
 }
 
 void readInto(ApplicationInformation& information, const QString& path) {
     constexpr JsonLimits limits{.maximumBytes = ApplicationInformationFile::longestFile};
-    auto later = decodeJson<ApplicationInformation>(readWhole(path), limits);
-    replace(information.CFBundleShortVersionString, std::move(later.CFBundleShortVersionString));
-    replace(information.LumivaneAPIBaseURL, std::move(later.LumivaneAPIBaseURL));
+    const Json object = parseJson(readWhole(path), limits);
+    const JsonObjectReader reader(object);
+    replace(information.CFBundleShortVersionString, reader, "CFBundleShortVersionString");
+    replace(information.LumivaneAPIBaseURL, reader, "LumivaneAPIBaseURL");
 }
 
 } // namespace

@@ -19,8 +19,9 @@ QStringList paths(const QString& programFolder, const QString& configurationFold
 /// What the files say together; a key of a later file replaces that key of the earlier ones. Keys
 /// that the record does not know are ignored, and null is as good as absent.
 ///
-/// Never fails: a file that is not there counts for nothing, and one that is damaged, unreadable or
-/// holds a wrong type counts for nothing as a whole and is logged. Any thread; reads the disk.
+/// Never fails: a file that is not there counts for nothing, one that is damaged or unreadable
+/// counts for nothing and is logged, and so does a single key that stands there twice or holds
+/// something other than a text. Any thread; reads the disk.
 ApplicationInformation load(const QStringList& paths);
 
 } // namespace lumivane::ApplicationInformationFile

@@ -154,6 +154,9 @@ void LumivaneStatusItemController::transition(LumivaneDisplayState state) {
     const QString spoken = accessibilityValue(state);
     m_statusItem->setToolTip(applicationTitle + u" — "_qs + spoken);
     m_statusItem->setAccessibility(applicationTitle, spoken);
+    if (m_displayedState == state && m_animationTask && !m_ports.accessibility.reduceMotion()) {
+        return; // on its way there already: a run says two words of one state
+    }
     m_animationTask = {};
     const double target = pupilRadiusOf(state);
     const bool isAtOnce = state == LumivaneDisplayState::paused || m_displayedState == state ||

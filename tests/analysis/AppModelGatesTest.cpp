@@ -152,6 +152,32 @@ TEST_F(AppModelGatesTest, ATriggerWhilePausedLeavesARunningRunAlone) {
     EXPECT_EQ(model->lastResult(), u"still delivered"_qs);
 }
 
+TEST_F(AppModelGatesTest, PausingWhileARunIsInProgressDoesNotStopIt) {
+    settings.deliveryMode = DeliveryMode::both;
+    capture.script.hold();
+    service.script.hold();
+    make();
+    run();
+    ASSERT_EQ(model->state(), AnalysisState::capturing);
+    model->togglePaused();
+    EXPECT_EQ(model->state(), AnalysisState::capturing);
+    capture.script.release(0, FakeCapture::frame());
+    drainEvents();
+    ASSERT_EQ(model->state(), AnalysisState::analyzing);
+    journal.clear();
+    service.script.release(0, FakeAnalysisService::response(u"delivered"_qs));
+    drainEvents();
+    EXPECT_TRUE(model->settings().paused);
+    EXPECT_EQ(model->state(), AnalysisState::idle);
+    EXPECT_EQ(model->lastResult(), u"delivered"_qs);
+    ASSERT_EQ(overlays.results.size(), 1U);
+    EXPECT_EQ(overlays.results[0].text, u"delivered"_qs);
+    EXPECT_EQ(overlays.results[0].displayID, mainDisplay);
+    EXPECT_EQ(pasteboard.contents.at(PasteboardType::string), u"delivered"_qs);
+    EXPECT_TRUE(journal.holds(u"showResult 7"_qs));
+    EXPECT_TRUE(overlays.errors.empty());
+}
+
 TEST_F(AppModelGatesTest, AnEmptyCustomPromptShowsItsWords) {
     settings.preset = Preset::custom;
     settings.customPrompt = u" \n\t"_qs;

@@ -134,4 +134,45 @@ TEST_F(AppModelLifecycleTest, TheEndOfASessionLeavesNothingOfIt) {
     EXPECT_EQ(model->state(), AnalysisState::idle);
 }
 
+TEST_F(AppModelLifecycleTest, TheEndOfASessionTakesItsStepsInOrder) {
+    settings.preset = Preset::leetCode;
+    settings.deliveryMode = DeliveryMode::both;
+    const auto note = [this](const QString& entry) {
+        return [this, entry] { journal.add(entry); };
+    };
+    session.token.onStop = note(u"stop the token"_qs);
+    service.script.onStop = note(u"stop the analysis"_qs);
+    notes.script.onStop = note(u"stop the note"_qs);
+    make();
+    // One run has its answer and saves a note, the next one is under way, a third wants its token.
+    notes.script.hold();
+    run();
+    service.script.hold();
+    run();
+    session.token.hold();
+    run();
+    ASSERT_EQ(notes.script.pendingCount(), 1U);
+    ASSERT_EQ(service.script.pendingCount(), 1U);
+    ASSERT_EQ(session.token.pendingCount(), 1U);
+    ASSERT_EQ(model->lastResult(), u"the answer"_qs);
+    journal.clear();
+    QObject::connect(model.get(), &AppModel::lastAnalysisChanged, model.get(), [this] {
+        EXPECT_EQ(model->lastResult(), std::nullopt);
+        EXPECT_EQ(model->lastNotesError(), std::nullopt);
+        journal.add(u"the result is gone"_qs);
+    });
+    QObject::connect(model.get(), &AppModel::stateChanged, model.get(), [this] {
+        EXPECT_EQ(model->state(), AnalysisState::idle);
+        journal.add(u"idle"_qs);
+    });
+    model->authenticationDidClearSession();
+    EXPECT_EQ(
+        journal.entries(),
+        (QStringList{u"stop the token"_qs, u"stop the analysis"_qs, u"stop the note"_qs,
+                     u"clearPasteboard"_qs, u"clearAll"_qs, u"the result is gone"_qs, u"idle"_qs}));
+    journal.clear();
+    drainEvents();
+    EXPECT_TRUE(journal.entries().isEmpty());
+}
+
 } // namespace lumivane::test

@@ -49,7 +49,8 @@ TEST(LumivaneMainMenu, EveryItemHasItsTitleActionAndKeyInOrder) {
 }
 
 TEST(LumivaneMainMenu, EveryKeyGoesWithCommandAndOnlyRedoWithShift) {
-    for (const MainMenuItem& item : LumivaneMainMenu::make().submenus.at(0).items) {
+    const MainMenu menu = LumivaneMainMenu::make();
+    for (const MainMenuItem& item : menu.submenus.at(0).items) {
         if (!item.keyEquivalent) {
             continue;
         }
@@ -62,7 +63,8 @@ TEST(LumivaneMainMenu, EveryKeyGoesWithCommandAndOnlyRedoWithShift) {
 
 TEST(LumivaneMainMenu, EveryActionStandsInItOnce) {
     std::multiset<MainMenuAction> actions;
-    for (const MainMenuItem& item : LumivaneMainMenu::make().submenus.at(0).items) {
+    const MainMenu menu = LumivaneMainMenu::make();
+    for (const MainMenuItem& item : menu.submenus.at(0).items) {
         if (item.action) {
             actions.insert(*item.action);
         }

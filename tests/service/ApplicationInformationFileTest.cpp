@@ -30,6 +30,10 @@ protected:
         return log.countStartingWith("A file of application information was ignored; errorType=");
     }
 
+    int keyComplaints() const {
+        return log.countStartingWith("A key of application information was ignored; errorType=");
+    }
+
     static ApplicationInformation information(std::optional<QString> version,
                                               std::optional<QString> url) {
         return {.CFBundleShortVersionString = std::move(version),
@@ -76,21 +80,36 @@ TEST_F(ApplicationInformationFileTest, FilesThatAreNotThereCountForNothingWithou
     EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(ApplicationInformationFileTest, AWrongTypeSpoilsItsWholeFileAndNoOther) {
+TEST_F(ApplicationInformationFileTest, AWrongTypeSpoilsItsKeyAndNoOther) {
     const QString good =
         write(u"good"_qs, R"({"CFBundleShortVersionString":"1","LumivaneAPIBaseURL":"https://a"})");
     for (const char* value : {"1", "true", "[]", "{}", "1.5", "[\"https://b\"]"}) {
-        const QString bad =
-            write(u"bad"_qs, QByteArray(R"({"CFBundleShortVersionString":"2",)") +
+        const QString badURL =
+            write(u"url"_qs, QByteArray(R"({"CFBundleShortVersionString":"2",)") +
                                  R"("LumivaneAPIBaseURL":)" + QByteArray(value) + "}");
-        EXPECT_EQ(ApplicationInformationFile::load({good, bad}),
-                  information(u"1"_qs, u"https://a"_qs))
+        EXPECT_EQ(ApplicationInformationFile::load({good, badURL}),
+                  information(u"2"_qs, u"https://a"_qs))
             << value;
-        EXPECT_EQ(ApplicationInformationFile::load({bad, good}),
-                  information(u"1"_qs, u"https://a"_qs))
+        const QString badVersion =
+            write(u"version"_qs, QByteArray(R"({"LumivaneAPIBaseURL":"https://b",)") +
+                                     R"("CFBundleShortVersionString":)" + QByteArray(value) + "}");
+        EXPECT_EQ(ApplicationInformationFile::load({good, badVersion}),
+                  information(u"1"_qs, u"https://b"_qs))
+            << value;
+        EXPECT_EQ(ApplicationInformationFile::load({badVersion}),
+                  information(std::nullopt, u"https://b"_qs))
             << value;
     }
-    EXPECT_EQ(complaints(), 12);
+    EXPECT_EQ(keyComplaints(), 18);
+    EXPECT_EQ(complaints(), 0);
+}
+
+TEST_F(ApplicationInformationFileTest, AKeyThatStandsThereTwiceCountsForNothing) {
+    EXPECT_EQ(read(R"({"CFBundleShortVersionString":"1","LumivaneAPIBaseURL":"https://a",)"
+                   R"("CFBundleShortVersionString":"2"})"),
+              information(std::nullopt, u"https://a"_qs));
+    EXPECT_EQ(keyComplaints(), 1);
+    EXPECT_EQ(complaints(), 0);
 }
 
 TEST_F(ApplicationInformationFileTest, ADamagedFileCountsForNothingAndIsLoggedOnce) {
@@ -102,15 +121,14 @@ TEST_F(ApplicationInformationFileTest, ADamagedFileCountsForNothingAndIsLoggedOn
 }
 
 TEST_F(ApplicationInformationFileTest, OtherKindsOfDamageCountAsWell) {
-    const std::vector<QByteArray> texts{
-        "[]",
-        "\"text\"",
-        "null",
-        "{} {}",
-        QByteArray("{}\0", 3),
-        "{\"a\":\"\xff\"}",
-        R"({"CFBundleShortVersionString":"1","CFBundleShortVersionString":"2"})",
-        QByteArray(R"({"a":)") + QByteArray(100, '[') + QByteArray(100, ']') + "}"};
+    const std::vector<QByteArray> texts{"[]",
+                                        "\"text\"",
+                                        "null",
+                                        "{} {}",
+                                        QByteArray("{}\0", 3),
+                                        "{\"a\":\"\xff\"}",
+                                        QByteArray(R"({"a":)") + QByteArray(100, '[') +
+                                            QByteArray(100, ']') + "}"};
     for (const QByteArray& text : texts) {
         EXPECT_EQ(read(text), ApplicationInformation()) << text.toStdString();
     }
@@ -138,9 +156,11 @@ TEST_F(ApplicationInformationFileTest, WhatIsNoFileIsNotOpened) {
 
 TEST_F(ApplicationInformationFileTest, LogsHoldNothingOfFileOrPath) {
     read(R"({"LumivaneAPIBaseURL":7,"canary":"canary"} canary)");
+    read(R"({"LumivaneAPIBaseURL":["canary"]})");
     write(u"canary.json"_qs, "canary");
     ApplicationInformationFile::load({path(u"canary.json"_qs)});
     EXPECT_EQ(complaints(), 2);
+    EXPECT_EQ(keyComplaints(), 1);
     EXPECT_FALSE(log.holds("canary"));
     EXPECT_FALSE(log.holds(folder.path().toStdString()));
 }

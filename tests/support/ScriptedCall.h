@@ -37,6 +37,9 @@ public:
     /// From now on a requested stop is not honoured, as by a port that cannot be cancelled.
     void ignoreStops() { m_ignoresStops = true; }
 
+    /// Hears, inside the request, that a call which waits was asked to stop.
+    std::function<void()> onStop;
+
     std::size_t pendingCount() const { return m_pending.size(); }
 
     void release(std::size_t index, T answer) { m_pending.at(index).resolve(std::move(answer)); }
@@ -61,6 +64,11 @@ public:
         if (m_isHeld) {
             const Completion<T> completion;
             m_pending.push_back(completion);
+            const std::stop_callback hears(stop, [onStop = onStop] {
+                if (onStop) {
+                    onStop();
+                }
+            });
             co_return co_await completion.wait(stop);
         }
         if (m_failure) {

@@ -207,15 +207,47 @@ TEST_F(LumivaneStatusItemIconTest, PauseThatEndsDuringARunOpensThePupilAgain) {
     EXPECT_EQ(shown(), drawn(LumivaneDisplayState::capturing, 9));
 }
 
-TEST_F(LumivaneStatusItemIconTest, ASecondWordOfTheSameStateEndsTheAnimationAtItsGoal) {
+TEST_F(LumivaneStatusItemIconTest, ASecondWordOfTheSameStateLeavesTheAnimationRunning) {
     makeController();
     startCapturing();
     clock.advance(2 * 16ms);
-    const int before = pictureCount();
+    EXPECT_EQ(pictureCount(), 4);
     change([](AppSettings& settings) { settings.resultSeconds = 9; });
+    EXPECT_EQ(shown(), drawn(LumivaneDisplayState::capturing, 5.8 + 3.2 * shares[2]));
+    clock.advance(8 * 16ms);
+    EXPECT_EQ(pictureCount(), 12) << "frames were lost, or a second animation runs";
     EXPECT_EQ(shown(), drawn(LumivaneDisplayState::capturing, 9));
     clock.advance(1s);
-    EXPECT_EQ(pictureCount(), before + 1);
+    EXPECT_EQ(pictureCount(), 12);
+}
+
+TEST_F(LumivaneStatusItemIconTest, APupilThatOpensGoesOnWhenTheRunTurnsToItsAnalysis) {
+    service.script.hold();
+    makeController();
+    startCapturing();
+    clock.advance(4 * 16ms);
+    capture.script.release(0, FakeCapture::frame());
+    drainEvents();
+    ASSERT_EQ(model->state(), AnalysisState::analyzing);
+    EXPECT_EQ(shown(), drawn(LumivaneDisplayState::capturing, 5.8 + 3.2 * shares[4]));
+    for (int frame = 6; frame <= 11; ++frame) {
+        clock.advance(16ms);
+        EXPECT_EQ(shown(), drawn(LumivaneDisplayState::capturing, 5.8 + 3.2 * shares.at(frame - 1)))
+            << frame;
+    }
+    EXPECT_EQ(pictureCount(), 12);
+    service.script.cancelPending();
+    drainEvents();
+}
+
+TEST_F(LumivaneStatusItemIconTest, AWordOfTheSameStateUnderReduceMotionEndsTheAnimation) {
+    makeController();
+    startCapturing();
+    clock.advance(2 * 16ms);
+    accessibility.setReduceMotion(true);
+    change([](AppSettings& settings) { settings.resultSeconds = 9; });
+    EXPECT_EQ(shown(), drawn(LumivaneDisplayState::capturing, 9));
+    EXPECT_EQ(clock.timerCount(), 0U);
 }
 
 TEST_F(LumivaneStatusItemIconTest, UnderReduceMotionThePupilSnaps) {

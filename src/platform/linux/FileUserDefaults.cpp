@@ -9,12 +9,14 @@
 #include <stdio.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace lumivane {
@@ -116,17 +118,33 @@ Content read(const Place& entry) {
     return text ? UserDefaultsText::read(*text) : std::nullopt;
 }
 
+/// When a name in the folder was last made, changed or removed.
+std::pair<time_t, long> lastChange(int folder) {
+    struct stat status {};
+
+    checked(::fstat(folder, &status));
+    return {status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+}
+
 /// Holds until the folder is closed. False when somebody else does not let go of it, or the file
 /// system knows no locks.
 bool lockFolder(int folder) {
-    // Never waits without an end: the holder may have been stopped.
+    // Never waits without an end: the holder may have been stopped. One that is at work makes and
+    // renames files, so the folder tells it from one that hangs.
     constexpr int mostAttempts = 1000;
+    constexpr int mostIdleAttempts = 250;
     constexpr int pauseMilliseconds = 1;
-    for (int attempts = 0; attempts < mostAttempts; ++attempts) {
+    auto seen = lastChange(folder);
+    for (int attempts = 1, idle = 1; attempts <= mostAttempts; ++attempts, ++idle) {
         if (::flock(folder, LOCK_EX | LOCK_NB) == 0) {
             return true;
         }
         if (errno != EWOULDBLOCK && errno != EINTR) {
+            return false;
+        }
+        if (std::exchange(seen, lastChange(folder)) != seen) {
+            idle = 0;
+        } else if (idle >= mostIdleAttempts) {
             return false;
         }
         ::poll(nullptr, 0, pauseMilliseconds);
@@ -205,7 +223,6 @@ public:
     void publish(const std::string& name) {
         checked(::renameat(m_folder, m_name.c_str(), m_folder, name.c_str()));
         m_isPublished = true;
-        synchroniseFolder(m_folder);
     }
 
 private:
@@ -286,6 +303,9 @@ void FileUserDefaults::change(const std::function<void(Entries&)>& edit) {
         setAside(folder.number(), place);
     }
     file.publish(place.name);
+    ::flock(folder.number(), LOCK_UN); // the slow rest needs no turn
+    // Whoever reads now finds the new data: a failure would say that the old one is still there.
+    ::fsync(folder.number());
 }
 
 } // namespace lumivane

@@ -16,7 +16,12 @@ namespace lumivane {
 /// Each operation reads the file anew, so what another process or a person wrote counts at once.
 /// Writing replaces the whole file in one step: temporary file, rename. Two processes that write
 /// take turns by a lock on the folder and lose none of each other's keys. A process that holds the
-/// lock for more than a second counts as hung, and then the last one to write wins.
+/// lock for a quarter of a second without anything changing in the folder counts as hung, and then
+/// the last one to write wins. No wait for a turn is longer than about a second, and only that long
+/// where many others go on writing.
+///
+/// Once the file is replaced, a disk that fails to make the new name permanent is no failure of the
+/// write: every reader finds the new data, and only a loss of power could bring the old back.
 ///
 /// A link to a file elsewhere stays: the file that it names is the one that is replaced.
 ///
