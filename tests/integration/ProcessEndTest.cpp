@@ -1,8 +1,8 @@
 // Every way in which the program is told to end.
 
 #include "ProcessFixture.h"
-#include "platform/SessionManager.h"
 #include "support/EventLoop.h"
+#include "support/SessionManager.h"
 
 #include <csignal>
 

@@ -1,7 +1,7 @@
 #include "platform/linux/SessionEnd.h"
 
-#include "SessionManager.h"
 #include "support/EventLoop.h"
+#include "support/SessionManager.h"
 #include "support/XServer.h"
 #include "support/XTestProcess.h"
 

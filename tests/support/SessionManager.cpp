@@ -1,4 +1,4 @@
-#include "SessionManager.h"
+#include "support/SessionManager.h"
 
 #include <QSocketNotifier>
 
