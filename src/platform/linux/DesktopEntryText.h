@@ -11,7 +11,7 @@
 
 namespace lumivane {
 
-/// The main group of a desktop entry file, as the specification of desktop entries writes it.
+/// The main group of a desktop entry file, as the desktop entry format writes it.
 ///
 /// Whatever it does not know is kept as it is: other keys, translations, comments, the order of the
 /// lines, further groups. Keys are ASCII, so that they compare byte by byte.
