@@ -125,7 +125,7 @@ std::uint64_t randomBelow(std::uint64_t bound) {
 
 std::string freeHandle(std::string_view displayName, const HandleIsTaken& isTaken,
                        const RandomBelow& random) {
-    const std::string stem = stemOf(displayName);
+    std::string stem = stemOf(displayName);
     const auto isFree = [&isTaken](const std::string& handle) {
         return isWellFormedHandle(handle) && !isReservedHandle(handle) && !isTaken(handle);
     };
@@ -137,7 +137,7 @@ std::string freeHandle(std::string_view displayName, const HandleIsTaken& isTake
     // free at once.
     for (const std::uint64_t most : {10'000ULL, 10'000ULL, 1'000'000ULL, 1'000'000ULL,
                                      10'000'000'000ULL, 10'000'000'000ULL, 10'000'000'000ULL}) {
-        const std::string handle = base + std::to_string(random(most));
+        std::string handle = base + std::to_string(random(most));
         if (isFree(handle)) {
             return handle;
         }
