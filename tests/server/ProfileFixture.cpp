@@ -7,7 +7,7 @@
 namespace lumivane::service::test {
 
 std::string addAccount(Database& database, const std::string& handle) {
-    const std::string id = "account-of-" + foldHandle(handle);
+    std::string id = "account-of-" + foldHandle(handle);
     const std::string folded = foldHandle(handle);
     const std::string name = "Name of " + handle;
     const std::string email = folded + "@mail.example";
