@@ -8,6 +8,8 @@ namespace lumivane::service {
 
 namespace {
 
+constexpr std::size_t fewestOfLongTitle = 4; // words that no prose has together by chance
+
 // Integer arithmetic, so that a share lies on the same side of a bar everywhere.
 bool isShare(const MatchEvidence& evidence, std::size_t part, std::size_t whole) {
     return evidence.signs * whole >= evidence.allSigns * part;
@@ -20,27 +22,55 @@ HeadingFit bestFit(const ScreenHeading& heading, const std::vector<ScreenHeading
         if (fit == HeadingFit::same) {
             return fit;
         }
-        best = fit == HeadingFit::longer ? fit : best;
+        best = fit != HeadingFit::none ? fit : best;
     }
-    // A line with its neighbours has more words than its title had.
-    return heading.isJoined ? HeadingFit::none : best;
+    // A line with its neighbours has more words than its title had, but a number right behind the
+    // title has only wrapped.
+    return heading.isJoined && best == HeadingFit::longer ? HeadingFit::none : best;
+}
+
+// The lines on which a title stands, and those on which one stands that only begins like it.
+struct TitleLines {
+    TitleLines(const std::vector<ScreenHeading>& headings,
+               const std::vector<ScreenHeading>& titles) {
+        for (const ScreenHeading& heading : headings) {
+            fits.push_back(bestFit(heading, titles));
+            if (fits.back() == HeadingFit::same && !heading.isJoined) {
+                own.insert(heading.line);
+            } else if (fits.back() == HeadingFit::sequel) {
+                sequels.insert(heading.line);
+            }
+        }
+    }
+
+    bool isOwn(std::size_t line) const { return own.contains(line) && !sequels.contains(line); }
+
+    std::vector<HeadingFit> fits; ///< beside the headings
+    std::set<std::size_t> own;
+    std::set<std::size_t> sequels;
+};
+
+// How many of the signs are there in one of their wordings.
+template <typename Sign, typename IsThere>
+std::size_t countSigns(const std::vector<Sign>& signs, IsThere isThere) {
+    return static_cast<std::size_t>(
+        std::count_if(signs.begin(), signs.end(), [&](const Sign& wordings) {
+            return std::any_of(wordings.begin(), wordings.end(), isThere);
+        }));
 }
 
 } // namespace
 
 bool isEnough(const MatchEvidence& evidence) {
-    if (evidence.hasOtherTitle) {
+    if (evidence.hasOtherTitle || evidence.foreignSigns > 0) {
         return false;
     }
     if (evidence.hasTitle) {
-        const std::size_t tolerated = 1;
-        return evidence.foreignSigns <= tolerated &&
-               ((evidence.hasEntry && isShare(evidence, 1, 3)) || isShare(evidence, 1, 2));
+        const bool isSure = evidence.hasNumberedTitle || evidence.hasLongTitle;
+        return (evidence.hasEntry && isShare(evidence, 1, 3)) ||
+               (isSure ? isShare(evidence, 1, 2) : isShare(evidence, 2, 3));
     }
-    if (evidence.foreignSigns > 0) {
-        return false;
-    }
-    return (evidence.hasEntry && isShare(evidence, 3, 5)) || isShare(evidence, 4, 5);
+    return (evidence.hasEntry && isShare(evidence, 3, 5)) || isShare(evidence, 9, 10);
 }
 
 double strengthOf(const MatchEvidence& evidence) {
@@ -48,7 +78,7 @@ double strengthOf(const MatchEvidence& evidence) {
                                                 : static_cast<double>(evidence.signs) /
                                                       static_cast<double>(evidence.allSigns);
     return share + (evidence.hasTitle ? 0.5 : 0.0) + (evidence.hasNumberedTitle ? 0.5 : 0.0) +
-           (evidence.hasEntry ? 0.5 : 0.0) - 0.25 * static_cast<double>(evidence.foreignSigns);
+           (evidence.hasEntry ? 0.5 : 0.0);
 }
 
 ExerciseMatch::ExerciseMatch(const ExerciseSigns& signs, Vocabulary& vocabulary)
@@ -78,49 +108,56 @@ std::vector<ExerciseMatch::Sign> ExerciseMatch::read(const std::vector<Wordings>
     return read;
 }
 
-std::size_t ExerciseMatch::count(const std::vector<Sign>& signs, const ExerciseScreen& screen,
-                                 const std::set<std::size_t>& hidden) {
-    const auto isThere = [&](const Sign& sign) {
-        return std::any_of(sign.begin(), sign.end(),
-                           [&](const Words& words) { return screen.holds(words, hidden); });
-    };
-    return static_cast<std::size_t>(std::count_if(signs.begin(), signs.end(), isThere));
-}
-
 std::set<std::size_t> ExerciseMatch::readTitles(const ExerciseScreen& screen,
                                                 MatchEvidence& evidence) const {
-    std::set<std::size_t> others;
+    const auto& headings = screen.headings();
+    const TitleLines lines(headings, m_titles);
+    std::set<std::size_t> titles;
     bool isOtherFirst = false;
-    bool hasOtherNumbered = false;
     bool isLongerNumberedFirst = false;
     bool hasNumbered = false;
-    for (const ScreenHeading& heading : screen.headings()) {
-        const HeadingFit fit = bestFit(heading, m_titles);
-        if (fit == HeadingFit::same) {
+    bool hasOtherNumbered = false;
+    for (std::size_t index = 0; index < headings.size(); ++index) {
+        const ScreenHeading& heading = headings[index];
+        const bool isSame =
+            lines.fits[index] == HeadingFit::same && !lines.sequels.contains(heading.line);
+        const bool isOther = lines.fits[index] == HeadingFit::sequel ||
+                             (lines.fits[index] == HeadingFit::longer && heading.isTitle &&
+                              !lines.isOwn(heading.line));
+        if (isSame) {
             evidence.hasTitle = true;
             evidence.hasNumberedTitle = evidence.hasNumberedTitle || heading.isNumbered;
-        } else if (fit == HeadingFit::longer && heading.isTitle) {
-            others.insert(heading.line);
+            evidence.hasLongTitle =
+                evidence.hasLongTitle || heading.words.size() >= fewestOfLongTitle;
+        } else if (isOther) {
             isOtherFirst = isOtherFirst || !evidence.hasTitle;
             isLongerNumberedFirst = isLongerNumberedFirst || (heading.isNumbered && !hasNumbered);
         }
-        if (heading.isNumbered && heading.isTitle && !heading.isJoined) {
-            hasOtherNumbered = hasOtherNumbered || fit != HeadingFit::same;
+        // Titles of similar exercises stand beside many an exercise; only prose speaks against it.
+        if (heading.isTitle && !heading.isJoined) {
+            titles.insert(heading.line);
+        }
+        if (heading.isNumbered && heading.isTitle && (isSame || !heading.isJoined)) {
+            const bool isOwn =
+                isSame || lines.isOwn(heading.line) || lines.fits[index] == HeadingFit::near;
+            hasOtherNumbered = hasOtherNumbered || !isOwn;
             hasNumbered = true;
         }
     }
     evidence.hasOtherTitle =
         isLongerNumberedFirst || (!evidence.hasNumberedTitle && (isOtherFirst || hasOtherNumbered));
-    return others;
+    return titles;
 }
 
 MatchEvidence ExerciseMatch::evidenceOn(const ExerciseScreen& screen) const {
     MatchEvidence evidence;
-    const auto others = readTitles(screen, evidence);
+    const auto titles = readTitles(screen, evidence);
     evidence.hasEntry = screen.names(m_entry);
-    evidence.signs = count(m_signs, screen, {});
+    evidence.signs =
+        countSigns(m_signs, [&](const Words& words) { return screen.holdsNear(words); });
     evidence.allSigns = m_signs.size();
-    evidence.foreignSigns = count(m_foreign, screen, others);
+    evidence.foreignSigns = countSigns(
+        m_foreign, [&](const Words& words) { return screen.holdsPhrase(words, titles); });
     return evidence;
 }
 

@@ -15,6 +15,7 @@ namespace lumivane::service {
 struct MatchEvidence {
     bool hasTitle = false;         ///< its title stands there as a heading
     bool hasNumberedTitle = false; ///< so, behind a number, as over an exercise
+    bool hasLongTitle = false;     ///< so, and it has four words or more
     bool hasOtherTitle = false;    ///< another exercise's title stands there instead
     bool hasEntry = false;         ///< the function or class of its solution is named
     std::size_t signs = 0;         ///< of its statement that are there
@@ -24,9 +25,9 @@ struct MatchEvidence {
     bool operator==(const MatchEvidence&) const = default;
 };
 
-/// Whether that is enough: a title needs the entry with a third of the signs, or half of them; the
-/// entry alone needs three in five, and signs alone four in five. What belongs to another exercise
-/// rules a screen out.
+/// Whether that is enough. A title with the entry needs a third of the signs; a title alone half of
+/// them, or two in three where it is short and has no number; the entry alone three in five; signs
+/// alone nine in ten. What belongs to another exercise rules a screen out.
 bool isEnough(const MatchEvidence& evidence);
 
 /// For choosing between exercises that have enough; higher is surer.
@@ -45,10 +46,7 @@ private:
     using Sign = std::vector<Words>; ///< any of them will do
 
     static std::vector<Sign> read(const std::vector<Wordings>& signs, Vocabulary& vocabulary);
-    static std::size_t count(const std::vector<Sign>& signs, const ExerciseScreen& screen,
-                             const std::set<std::size_t>& hidden);
-
-    /// Looks at the headings; gives the lines that belong to other exercises' titles.
+    /// Looks at the headings; gives the lines that are titles and nothing else.
     std::set<std::size_t> readTitles(const ExerciseScreen& screen, MatchEvidence& evidence) const;
 
     std::vector<ScreenHeading> m_titles;

@@ -83,8 +83,16 @@ std::vector<Vocabulary::Id> ExerciseScreen::knownWords() const {
     return words;
 }
 
-bool ExerciseScreen::holds(const std::vector<Vocabulary::Id>& words,
-                           const std::set<std::size_t>& hidden) const {
+const ExerciseScreen::Place* ExerciseScreen::placeFrom(Vocabulary::Id word,
+                                                       std::size_t position) const {
+    const auto& places = m_places[word];
+    const auto found = std::lower_bound(
+        places.begin(), places.end(), position,
+        [](const Place& place, std::size_t wanted) { return place.position < wanted; });
+    return found == places.end() ? nullptr : &*found;
+}
+
+bool ExerciseScreen::holdsNear(const std::vector<Vocabulary::Id>& words) const {
     if (words.empty()) {
         return false;
     }
@@ -93,19 +101,32 @@ bool ExerciseScreen::holds(const std::vector<Vocabulary::Id>& words,
     };
     const auto rarest = *std::min_element(words.begin(), words.end(), fewer);
     const std::size_t reach = words.size() + wordsBetween;
-    const auto isNear = [&](Vocabulary::Id word, std::size_t position) {
-        const auto& places = m_places[word];
-        const std::size_t first = position > reach ? position - reach : 0;
-        const auto found = std::lower_bound(
-            places.begin(), places.end(), first,
-            [](const Place& place, std::size_t wanted) { return place.position < wanted; });
-        return found != places.end() && found->position <= position + reach;
+    const auto areAllNear = [&](const Place& place) {
+        const std::size_t first = place.position > reach ? place.position - reach : 0;
+        return std::all_of(words.begin(), words.end(), [&](Vocabulary::Id word) {
+            const Place* found = placeFrom(word, first);
+            return found != nullptr && found->position <= place.position + reach;
+        });
     };
-    return std::any_of(m_places[rarest].begin(), m_places[rarest].end(), [&](const Place& place) {
-        return !hidden.contains(place.line) &&
-               std::all_of(words.begin(), words.end(),
-                           [&](Vocabulary::Id word) { return isNear(word, place.position); });
-    });
+    return std::any_of(m_places[rarest].begin(), m_places[rarest].end(), areAllNear);
+}
+
+bool ExerciseScreen::holdsPhrase(const std::vector<Vocabulary::Id>& words,
+                                 const std::set<std::size_t>& hidden) const {
+    constexpr std::size_t step = 2;
+    const auto goesOnFrom = [&](const Place& begin) {
+        std::size_t position = begin.position;
+        for (std::size_t index = 1; index < words.size(); ++index) {
+            const Place* found = placeFrom(words[index], position + 1);
+            if (found == nullptr || found->position > position + step) {
+                return false;
+            }
+            position = found->position;
+        }
+        return !hidden.contains(begin.line);
+    };
+    return !words.empty() &&
+           std::any_of(m_places[words.front()].begin(), m_places[words.front()].end(), goesOnFrom);
 }
 
 bool ExerciseScreen::names(std::string_view entry) const {

@@ -21,9 +21,12 @@ public:
     std::vector<Vocabulary::Id> knownWords() const;
 
     /// Whether all words stand close together somewhere: in any order, with a few others between.
-    /// Lines in `hidden` do not count.
-    bool holds(const std::vector<Vocabulary::Id>& words,
-               const std::set<std::size_t>& hidden = {}) const;
+    bool holdsNear(const std::vector<Vocabulary::Id>& words) const;
+
+    /// Whether the words follow one another somewhere, with at most one other between two of them.
+    /// What begins on a line in `hidden` does not count.
+    bool holdsPhrase(const std::vector<Vocabulary::Id>& words,
+                     const std::set<std::size_t>& hidden) const;
 
     /// Whether a name of a program's text is `entry` (a foldName), a lost letter of a long one
     /// aside. Short names must stand before a parenthesis or behind "class".
@@ -34,6 +37,9 @@ private:
         std::size_t position; ///< in words
         std::size_t line;
     };
+
+    /// The first place of the word from `position` on.
+    const Place* placeFrom(Vocabulary::Id word, std::size_t position) const;
 
     void readWords(std::string_view text, const Vocabulary& vocabulary);
     void readNames(std::string_view text);

@@ -14,8 +14,9 @@ namespace {
 
 [[noreturn]] void refuse() { throw JsonError("it does not hold the signs of an exercise"); }
 
+// Not in braces, which make an array of it.
 json::value encoded(const std::string& text) {
-    return {json::string_view{text.data(), text.size()}};
+    return json::value(json::string_view(text.data(), text.size()));
 }
 
 template <typename Item>

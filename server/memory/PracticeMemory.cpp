@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <set>
 #include <vector>
 
 namespace lumivane::service {
@@ -21,6 +22,11 @@ constexpr std::int64_t mostCandidates = 6;
 
 // Two exercises this close on one screen: a list of them, and no answer is better than a guess.
 constexpr double leastLead = 0.15;
+
+// A mail about a robber in a house has many words of an exercise, and none of these.
+constexpr const char* programmersWords =
+    "algorithm array class code constraints def easy example function given hard input int integer "
+    "list medium output python return solution string var void";
 
 std::int64_t numberOf(const Sqlite& database, std::string_view sql) {
     auto statement = database.prepare(sql);
@@ -70,6 +76,9 @@ struct PracticeMemory::State {
     explicit State(const std::filesystem::path& path)
         : database(path, Sqlite::Mode::readOnly)
         , rows(checkedRows(database)) {
+        for (const std::string& word : foldedWordsOf(programmersWords)) {
+            ofProgrammers.insert(vocabulary.add(word));
+        }
         for (const memoryFormat::Row& row : rows) {
             matches.emplace_back(decodeSigns(row.signs), vocabulary);
         }
@@ -78,11 +87,13 @@ struct PracticeMemory::State {
     // The rows of the exercises that have words in common with the screen, best first.
     std::vector<std::size_t> candidates(const ExerciseScreen& screen) const {
         std::string query;
+        bool isOfProgrammers = false;
         for (const Vocabulary::Id id : screen.knownWords()) {
+            isOfProgrammers = isOfProgrammers || ofProgrammers.contains(id);
             query.append(query.empty() ? "\"" : " OR \"").append(vocabulary.word(id)).append("\"");
         }
         std::vector<std::size_t> found;
-        if (query.empty()) {
+        if (!isOfProgrammers) {
             return found;
         }
         const std::lock_guard lock(mutex);
@@ -100,6 +111,7 @@ struct PracticeMemory::State {
     mutable std::mutex mutex; ///< for the database
     std::vector<memoryFormat::Row> rows;
     Vocabulary vocabulary;
+    std::set<Vocabulary::Id> ofProgrammers;
     std::vector<ExerciseMatch> matches; ///< beside the rows
 };
 

@@ -25,7 +25,9 @@ std::vector<ScreenHeading> headingsOf(std::string_view screenText);
 enum class HeadingFit {
     none,
     same,   ///< the title, letters lost by recognition aside
+    near,   ///< hardly anything else, with many letters lost; speaks neither for nor against it
     longer, ///< the title with more words: a title of another exercise
+    sequel, ///< so, and the word behind it is a number
 };
 
 HeadingFit fitOf(const ScreenHeading& heading, const ScreenHeading& title);
