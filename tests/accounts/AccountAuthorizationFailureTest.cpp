@@ -222,7 +222,7 @@ TEST_F(AccountAuthorizationFailureTest, ALinkThatCannotBeStoredKeepsTheSessionBe
 
 TEST_F(AccountAuthorizationFailureTest, ALinkWithoutARefreshKeepsItsUser) {
     beSignedIn();
-    clock.hands.advance(850s);
+    clock.advance(850s);
     service.refreshFailure = Error(Case::unavailable);
     authorize(AuthIntent::link);
     EXPECT_EQ(status.state(), signedIn());
@@ -232,7 +232,7 @@ TEST_F(AccountAuthorizationFailureTest, ALinkWithoutARefreshKeepsItsUser) {
 
 TEST_F(AccountAuthorizationFailureTest, ALinkWhoseRefreshIsRefusedEndsSignedOut) {
     beSignedIn();
-    clock.hands.advance(850s);
+    clock.advance(850s);
     service.refreshFailure = Error(Case::expiredSession);
     authorize(AuthIntent::link);
     EXPECT_EQ(status.state(), State::signedOut());

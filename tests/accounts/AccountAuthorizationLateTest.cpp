@@ -154,7 +154,7 @@ INSTANTIATE_TEST_SUITE_P(EveryWait, AccountAuthorizationLateWaitTest,
 
 TEST_F(AccountAuthorizationLateTest, ATokenThatComesAfterTheSessionWentStartsNothing) {
     beSignedIn();
-    clock.hands.advance(850s);
+    clock.advance(850s);
     service.refreshAnswer.hold();
     const auto outcome = start(AuthIntent::link);
     ASSERT_EQ(service.refreshAnswer.pendingCount(), 1U);

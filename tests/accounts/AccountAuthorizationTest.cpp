@@ -173,7 +173,7 @@ TEST_F(AccountAuthorizationTest, ALinkGoesOutWithTheAccessToken) {
 
 TEST_F(AccountAuthorizationTest, ALinkRefreshesATokenThatIsNearItsEnd) {
     beSignedIn();
-    clock.hands.advance(840s);
+    clock.advance(840s);
     const auto outcome = start(AuthIntent::link, AuthProvider::google);
     EXPECT_TRUE(outcome->value);
     EXPECT_EQ(service.requestsTo(u"createTransaction"_qs).at(0).token, "access-1");

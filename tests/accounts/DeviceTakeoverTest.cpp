@@ -44,7 +44,7 @@ protected:
         EXPECT_EQ(status.state(), State::signedOut());
         EXPECT_EQ(status.errorMessage(), message);
         EXPECT_FALSE(status.takeoverInFlight());
-        EXPECT_EQ(clock.hands.timerCount(), 0U);
+        EXPECT_EQ(clock.timerCount(), 0U);
     }
 
     int count(const char* line) const { return log.count("lifecycle", LogLevel::standard, line); }
@@ -100,14 +100,14 @@ TEST_F(DeviceTakeoverTest, AQuestionThatEndsNowIsNeverAsked) {
         EXPECT_FALSE(state.takeoverContext());
     }
     EXPECT_TRUE(log.lines().empty());
-    EXPECT_EQ(clock.hands.timerCount(), 0U);
+    EXPECT_EQ(clock.timerCount(), 0U);
 }
 
 TEST_F(DeviceTakeoverTest, AQuestionMayLastAFewThousandYears) {
     auto required = question();
     required.expiresAt = QDateTime(QDate(9999, 12, 31), QTime(23, 59, 59), Qt::UTC);
     ask(required);
-    clock.hands.advance(24h);
+    clock.advance(24h);
     EXPECT_EQ(status.state(), questionState(required));
 }
 
@@ -167,8 +167,8 @@ TEST_F(DeviceTakeoverTest, ItIsInFlightFromTheYesToTheEnd) {
 TEST_F(DeviceTakeoverTest, AConfirmedTakeoverHasNoClockAnyMore) {
     ask();
     confirm();
-    EXPECT_EQ(clock.hands.timerCount(), 0U);
-    clock.hands.advance(1h);
+    EXPECT_EQ(clock.timerCount(), 0U);
+    clock.advance(1h);
     EXPECT_EQ(status.state(), signedIn());
     EXPECT_EQ(status.errorMessage(), std::nullopt);
 }
@@ -300,16 +300,16 @@ TEST_F(DeviceTakeoverTest, AfterANoTheUserMayLogInAgain) {
 
 TEST_F(DeviceTakeoverTest, DeviceTakeoverExpiredSignedOut) {
     ask(question(5min));
-    clock.hands.advance(5min - 1ms);
+    clock.advance(5min - 1ms);
     EXPECT_TRUE(status.state().takeoverContext());
-    clock.hands.advance(1ms);
+    clock.advance(1ms);
     expectClosed(closedWords);
     EXPECT_EQ(store.stored, std::nullopt);
 }
 
 TEST_F(DeviceTakeoverTest, AYesAtTheVeryEndIsTooLate) {
     ask(question(5min));
-    clock.wallShift = 5min; // the timer has not fired
+    clock.jumpWall(5min); // the timer has not fired
     confirm();
     expectClosed(closedWords);
     EXPECT_EQ(requestCount(), 0U);
@@ -317,7 +317,7 @@ TEST_F(DeviceTakeoverTest, AYesAtTheVeryEndIsTooLate) {
 
 TEST_F(DeviceTakeoverTest, AYesJustBeforeTheEndCounts) {
     ask(question(5min));
-    clock.wallShift = 5min - 1s;
+    clock.jumpWall(5min - 1s);
     confirm();
     EXPECT_EQ(status.state(), signedIn());
 }
@@ -325,12 +325,12 @@ TEST_F(DeviceTakeoverTest, AYesJustBeforeTheEndCounts) {
 TEST_F(DeviceTakeoverTest, AWallClockThatIsSetBackKeepsTheWindowOpen) {
     ask(question(5min));
     drainEvents();
-    clock.wallShift = -2min;
-    clock.hands.advance(5min);
+    clock.jumpWall(-2min);
+    clock.advance(5min);
     EXPECT_TRUE(status.state().takeoverContext());
-    clock.hands.advance(2min - 1ms);
+    clock.advance(2min - 1ms);
     EXPECT_TRUE(status.state().takeoverContext());
-    clock.hands.advance(1ms);
+    clock.advance(1ms);
     expectClosed(closedWords);
 }
 
@@ -339,18 +339,18 @@ TEST_F(DeviceTakeoverTest, ANewQuestionHasAClockOfItsOwn) {
     takeover->cancel();
     const auto second = question(10min, "ticket-2");
     ask(second);
-    EXPECT_EQ(clock.hands.timerCount(), 1U);
-    clock.hands.advance(9min);
+    EXPECT_EQ(clock.timerCount(), 1U);
+    clock.advance(9min);
     EXPECT_EQ(status.state(), questionState(second));
-    clock.hands.advance(1min);
+    clock.advance(1min);
     expectClosed(closedWords);
 }
 
 TEST_F(DeviceTakeoverTest, ASessionThatGoesStopsTheClock) {
     ask();
     endSession();
-    EXPECT_EQ(clock.hands.timerCount(), 0U);
-    clock.hands.advance(1h);
+    EXPECT_EQ(clock.timerCount(), 0U);
+    clock.advance(1h);
     EXPECT_EQ(status.errorMessage(), std::nullopt);
 }
 
@@ -359,7 +359,7 @@ TEST_F(DeviceTakeoverTest, ASeededQuestionHasNoClock) {
     takeover->seed({required.takeoverTicket, required.expiresAt, AuthProvider::github,
                     required.currentDevice});
     EXPECT_EQ(status.state(), questionState(required));
-    clock.hands.advance(1h);
+    clock.advance(1h);
     EXPECT_EQ(status.state(), questionState(required));
 }
 
@@ -367,9 +367,9 @@ TEST_F(DeviceTakeoverTest, TheOwnerMayGoWhileTheClockRuns) {
     ask();
     takeover.reset();
     drainEvents();
-    EXPECT_EQ(clock.hands.timerCount(), 0U);
+    EXPECT_EQ(clock.timerCount(), 0U);
     states.clear();
-    clock.hands.advance(1h);
+    clock.advance(1h);
     EXPECT_TRUE(states.empty());
 }
 
@@ -379,7 +379,7 @@ TEST_F(DeviceTakeoverTest, AnAnswerAfterTheWindowClosedIsStoredAndLogged) {
     ask(question(5min));
     service.takeoverScript.hold();
     const auto outcome = startConfirming();
-    clock.hands.advance(5min);
+    clock.advance(5min);
     expectClosed(closedWords);
     service.takeoverScript.release(0, service.login(4));
     drainEvents();
@@ -408,7 +408,7 @@ TEST_F(DeviceTakeoverTest, AWindowThatClosesWhileTheAnswerIsStoredIsOpenedAgain)
     ask(question(5min));
     store.saveGate.hold();
     const auto outcome = startConfirming();
-    clock.hands.advance(5min);
+    clock.advance(5min);
     expectClosed(closedWords);
     store.saveGate.release(0, true);
     drainEvents();
@@ -422,7 +422,7 @@ TEST_F(DeviceTakeoverTest, ARefusalAfterTheWindowClosedLeavesItsWords) {
     ask(question(5min));
     service.takeoverScript.hold();
     startConfirming();
-    clock.hands.advance(5min);
+    clock.advance(5min);
     service.takeoverScript.fail(0, Error(Case::expiredSession));
     drainEvents();
     expectClosed(closedWords);
@@ -432,7 +432,7 @@ TEST_F(DeviceTakeoverTest, AnErrorAfterTheWindowClosedIsSaid) {
     ask(question(5min));
     service.takeoverScript.hold();
     startConfirming();
-    clock.hands.advance(5min);
+    clock.advance(5min);
     service.takeoverScript.fail(0, Error(Case::unavailable));
     drainEvents();
     expectClosed(textOf(Case::unavailable));
@@ -450,7 +450,7 @@ TEST_F(DeviceTakeoverTest, AnErrorDoesNotTouchTheNextQuestion) {
         drainEvents();
         EXPECT_EQ(status.state(), questionState(second));
         EXPECT_EQ(status.errorMessage(), std::nullopt);
-        EXPECT_EQ(clock.hands.timerCount(), 1U);
+        EXPECT_EQ(clock.timerCount(), 1U);
         takeover->cancel();
     }
 }
@@ -489,7 +489,7 @@ TEST_F(DeviceTakeoverTest, AWindowThatClosesWhileTheKeyringAsksSendsNothing) {
     ask(question(5min));
     device.script.hold();
     const auto outcome = startConfirming();
-    clock.hands.advance(5min);
+    clock.advance(5min);
     device.script.release(0, test::FakeDeviceIdentity::complete());
     drainEvents();
     EXPECT_TRUE(outcome->value);
@@ -501,7 +501,7 @@ TEST_F(DeviceTakeoverTest, AWallClockThatPassesTheEndWhileTheKeyringAsksSendsNot
     ask(question(5min));
     device.script.hold();
     startConfirming();
-    clock.wallShift = 5min;
+    clock.jumpWall(5min);
     device.script.release(0, test::FakeDeviceIdentity::complete());
     drainEvents();
     expectClosed(closedWords);
@@ -612,7 +612,7 @@ TEST_F(DeviceTakeoverTest, NoLineHoldsAnythingOfATakeover) {
     service.user.displayName = u"canary-user"_qs;
     service.takeoverScript.hold();
     startConfirming();
-    clock.hands.advance(5min);
+    clock.advance(5min);
     service.takeoverScript.release(0, service.login(4));
     drainEvents();
     EXPECT_EQ(log.lines().size(), 3U);

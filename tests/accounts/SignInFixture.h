@@ -20,27 +20,6 @@
 
 namespace lumivane::test {
 
-/// A clock whose wall can be set apart from its hands, as a user sets the time of a machine.
-class SettableClock final : public Clock {
-public:
-    MonotonicInstant now() const override { return hands.now(); }
-
-    QDateTime wallNow() const override { return hands.wallNow().addSecs(wallShift.count()); }
-
-    std::unique_ptr<ClockTimer> after(std::chrono::nanoseconds delay,
-                                      std::function<void()> callback) override {
-        return hands.after(delay, std::move(callback));
-    }
-
-    std::unique_ptr<ClockTimer> every(std::chrono::nanoseconds interval,
-                                      std::function<void()> callback) override {
-        return hands.every(interval, std::move(callback));
-    }
-
-    ManualClock hands;
-    std::chrono::seconds wallShift{0};
-};
-
 /// The parts of the login that a sign-in needs, put together as the coordinator does, over fakes.
 /// Every login fails for want of a script unless a test says what it yields.
 class SignInFixture : public testing::Test {
@@ -137,7 +116,7 @@ protected:
 
     State signedIn() const { return State::signedIn(service.user); }
 
-    SettableClock clock;
+    ManualClock clock;
     Journal journal;
     FakeAuthService service{journal, clock};
     FakeCredentialStore store{journal};
