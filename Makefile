@@ -3,7 +3,7 @@
 JOBS ?= $(shell nproc)
 export CTEST_OUTPUT_ON_FAILURE = 1
 
-.PHONY: run install uninstall test bench gallery local-up local-down format lint check clean \
+.PHONY: run install uninstall test bench fuzz gallery local-up local-down format lint check clean \
   deps-run deps-test build
 
 run: deps-run
@@ -22,6 +22,10 @@ test: deps-test build
 
 bench: deps-test
 	scripts/bench
+
+# Hostile input to everything that reads any, for SECONDS each.
+fuzz: deps-test
+	scripts/fuzz $(SECONDS)
 
 # A picture of every floating panel in every state, and one contact sheet of them.
 gallery: deps-run
