@@ -61,6 +61,8 @@ test_packages=(
   trayer xfce4-panel
   # the desktop's keyring
   gnome-keyring
+  # a browser for logins
+  chromium
 )
 
 usage() { sed -n '2,8s/^# \{0,1\}//p' "$0"; }
