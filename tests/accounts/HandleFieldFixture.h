@@ -26,6 +26,21 @@ protected:
         drainEvents();
     }
 
+    void commit(const QString& draft) { run(field->commit(draft)); }
+
+    std::shared_ptr<Outcome<bool>> startCommit(const QString& draft) {
+        return start(field->commit(draft));
+    }
+
+    /// "cedar" is typed and free.
+    void typeFreeHandle(const QString& handle = u"cedar"_qs) {
+        adoptFilter(false);
+        type(handle);
+        ASSERT_EQ(state(), State::available());
+        service.profileScript.answerWith(userWith(handle));
+        shown.clear();
+    }
+
     /// A filter that takes everything for free, or nothing.
     void adoptFilter(bool isFull, const QString& version = u"v1"_qs) {
         checker.adopt(HandleFilterOutcome(filter(isFull, version)));

@@ -167,6 +167,31 @@ TEST_F(LinkedDevicesTest, OfTwoLoadsTheLaterOneCounts) {
     EXPECT_EQ(status.devices(), list.devices);
 }
 
+TEST_F(LinkedDevicesTest, AListThatComesDuringARefreshLeavesTheRefreshAlone) {
+    for (const bool succeeds : {true, false}) {
+        service.devicesScript = test::ScriptedCall<LinkedDeviceList>(list);
+        service.devicesScript.hold();
+        start(linked->loadDevices(true));
+        letTheTokenAge();
+        service.refreshAnswer = test::ScriptedCall<bool>(true);
+        service.refreshAnswer.hold();
+        const auto token = test::watch(keeper.validAccessToken(
+            SessionKeeper::defaultMinimumValidity, UnlockPrompt::never, std::stop_token()));
+        test::drainEvents();
+        if (succeeds) {
+            service.devicesScript.release(0, list);
+        } else {
+            service.devicesScript.fail(0, AuthenticationError(Case::unavailable));
+        }
+        test::drainEvents();
+        EXPECT_EQ(status.state(), AuthenticationState::refreshing());
+        service.refreshAnswer.release(0, true);
+        test::drainEvents();
+        EXPECT_TRUE(token->value);
+        EXPECT_EQ(status.state(), signedInAs(service.user));
+    }
+}
+
 TEST_F(LinkedDevicesTest, ALoadThatOutlivesItsOwnerTouchesNothing) {
     service.devicesScript.hold();
     const auto outcome = start(linked->loadDevices(false));

@@ -135,6 +135,16 @@ TEST_F(UserChangesTest, ATokenThatIsRunningOutIsRefreshedAndTheKeyringMayAsk) {
     EXPECT_EQ(store.savePrompts.front(), UnlockPrompt::allowed);
 }
 
+TEST_F(UserChangesTest, AnAnswerDuringALoginLeavesTheLoginAlone) {
+    service.profileScript.hold();
+    make(u"Grace"_qs);
+    status.setState(AuthenticationState::authorizing(AuthProvider::google));
+    service.profileScript.release(0, userWith(u"ada"_qs, u"Grace"_qs));
+    test::drainEvents();
+    EXPECT_EQ(status.state(), AuthenticationState::authorizing(AuthProvider::google));
+    EXPECT_EQ(keeper.credentials()->user.displayName, u"Grace"_qs);
+}
+
 TEST_F(UserChangesTest, ARefusedTokenEndsTheSessionAndIsTheReason) {
     letTheTokenAge();
     service.refreshFailure = AuthenticationError(Case::expiredSession);
