@@ -78,7 +78,7 @@ protected:
         EXPECT_EQ(status.errorMessage(), u"as it was"_qs);
         EXPECT_FALSE(journal.holds(wait.nextStep));
         EXPECT_EQ(store.stored, std::nullopt);
-        EXPECT_EQ(keeper->credentials(), std::nullopt);
+        EXPECT_EQ(keeper.credentials(), std::nullopt);
         EXPECT_TRUE(proofs.empty());
         EXPECT_EQ(deleteFailures, 0);
     }
@@ -170,21 +170,21 @@ TEST_F(AccountAuthorizationLateTest, ASessionThatGoesWhileALoginIsStoredLeavesNo
     store.saveGate.hold();
     const auto outcome = start();
     ASSERT_EQ(store.saveGate.pendingCount(), 1U);
-    const auto cleared = watch(keeper->handleUnauthorized());
+    const auto cleared = watch(keeper.handleUnauthorized());
     drainEvents();
     store.saveGate.release(0, true);
     drainEvents();
     EXPECT_EQ(cleared->value, true);
     EXPECT_TRUE(outcome->value);
     EXPECT_EQ(store.stored, std::nullopt);
-    EXPECT_EQ(keeper->credentials(), std::nullopt);
+    EXPECT_EQ(keeper.credentials(), std::nullopt);
     EXPECT_EQ(status.state(), State::signedOut());
 }
 
 TEST_F(AccountAuthorizationLateTest, SigningOutClosesThePage) {
     web.callback.hold();
     const auto outcome = start();
-    const auto signedOut = watch(test::flagged(keeper->signOut()));
+    const auto signedOut = watch(test::flagged(keeper.signOut()));
     drainEvents();
     EXPECT_TRUE(signedOut->value);
     EXPECT_TRUE(outcome->value);
@@ -269,7 +269,7 @@ TEST_F(AccountAuthorizationLateTest, ALoginThatIsBeingStoredIsKeptAndTheSecondGo
     store.saveGate.release(0, true);
     drainEvents();
     EXPECT_TRUE(first->value);
-    EXPECT_EQ(keeper->credentials(), service.login(1));
+    EXPECT_EQ(keeper.credentials(), service.login(1));
     EXPECT_EQ(store.stored, storedFormOf(service.login(1)));
     EXPECT_EQ(status.state(), State::authorizing(AuthProvider::google));
     web.callback.fail(0, Error(Case::cancelled));

@@ -20,6 +20,7 @@
 #include "support/ScriptedLogins.h"
 
 #include <QDBusMessage>
+#include <QDBusPendingCall>
 #include <QThreadPool>
 
 #include <gtest/gtest.h>
@@ -32,7 +33,6 @@ using test::outcomeOf;
 using test::ScriptedLogins;
 using test::waitUntil;
 using test::watch;
-using Case = AuthenticationError::Case;
 using State = AuthenticationState;
 using namespace std::chrono_literals;
 
