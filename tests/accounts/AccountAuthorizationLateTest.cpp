@@ -181,6 +181,50 @@ TEST_F(AccountAuthorizationLateTest, ASessionThatGoesWhileALoginIsStoredLeavesNo
     EXPECT_EQ(status.state(), State::signedOut());
 }
 
+TEST_F(AccountAuthorizationLateTest, ACallbackOnItsWayWhenTheSessionGoesIsNotRead) {
+    web.callback.hold();
+    const auto outcome = start();
+    web.callback.release(0, u"com.marnoth.lumivane.oauth://callback"_qs);
+    endSession();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_EQ(status.state(), State::signedOut());
+    EXPECT_FALSE(journal.holds(u"registration"_qs));
+}
+
+TEST_F(AccountAuthorizationLateTest, AProofThatComesAfterTheSessionWentDeletesNothing) {
+    beSignedIn();
+    service.completeScript.hold();
+    const auto outcome = start(AuthIntent::deleteReauth);
+    endSession();
+    service.completeScript.release(0, AuthCompletion(proof()));
+    drainEvents();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_TRUE(proofs.empty());
+    EXPECT_EQ(deleteFailures, 0);
+}
+
+TEST_F(AccountAuthorizationLateTest, AQuestionThatComesAfterTheSessionWentIsNotAsked) {
+    service.completeScript.hold();
+    const auto outcome = start();
+    endSession();
+    service.completeScript.release(0, AuthCompletion(question()));
+    drainEvents();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_EQ(status.state(), State::signedOut());
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(AccountAuthorizationLateTest, TheOwnerMayGoWhileALoginIsStored) {
+    store.saveGate.hold();
+    const auto outcome = start();
+    ASSERT_EQ(store.saveGate.pendingCount(), 1U);
+    takeover.reset();
+    authorization.reset();
+    drainEvents();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_EQ(keeper.credentials(), std::nullopt);
+}
+
 TEST_F(AccountAuthorizationLateTest, SigningOutClosesThePage) {
     web.callback.hold();
     const auto outcome = start();
@@ -256,7 +300,7 @@ TEST_F(AccountAuthorizationLateTest, TheFirstOnesCallbackCompletesNothing) {
     drainEvents();
     EXPECT_TRUE(first->value);
     EXPECT_FALSE(second->hasEnded());
-    EXPECT_FALSE(journal.holds(u"complete"_qs));
+    EXPECT_FALSE(journal.holds(u"registration"_qs));
     web.callback.cancelPending();
     drainEvents();
 }
