@@ -35,6 +35,7 @@ boost::asio::awaitable<HttpResponse> answerOnPool(boost::asio::thread_pool& pool
 HttpResponse jsonResponse(std::string body) {
     HttpResponse response;
     response.body = std::move(body);
+    response.headers.emplace_back("Cache-Control", "no-store");
     return response;
 }
 

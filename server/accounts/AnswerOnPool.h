@@ -17,7 +17,7 @@ boost::asio::awaitable<HttpResponse> answerOnPool(boost::asio::thread_pool& pool
                                                   std::string requestId,
                                                   std::function<HttpResponse()> work);
 
-/// 200 with a JSON body.
+/// 200 with a JSON body that nobody on the way may keep.
 HttpResponse jsonResponse(std::string body);
 
 /// 204.

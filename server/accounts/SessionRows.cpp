@@ -64,7 +64,7 @@ void endSession(soci::session& sql, const std::string& sessionId, SessionEnd end
 
 std::string openSession(soci::session& sql, const std::string& accountId,
                         const DeviceRegistration& device, WallTime now) {
-    const std::string session = makeIdentifier();
+    std::string session = makeIdentifier();
     const long long time = storedTime(now);
     sql << "INSERT INTO devices (account_id, device_id, name, kind, os_version, registered_at, "
            "last_seen_at) VALUES (:account, :device, :name, :kind, :os, :now, :seen) "

@@ -21,8 +21,8 @@ namespace lumivane::service {
 ///     auto ending = runOnWorkPool(pool, std::move(work));
 ///     const Ending ended = co_await std::move(ending);
 ///
-/// `work` may run several times, since a transaction that met another one is tried again: it has
-/// no effect but through its session, keeps nothing between runs and takes the time once, outside.
+/// `work` may run several times, since a transaction that met another is tried again, and on the
+/// thread of another caller: it has no effect but through its session and takes the time outside.
 /// It never catches an error of the session, and never calls the database again. A change that
 /// must last although the request is refused is returned as a value; what is thrown undoes it all.
 class Database {

@@ -37,7 +37,7 @@ bool isConnected(soci::session& sql) {
 
 std::string stateOf(const soci::soci_error& error) {
     const auto* own = dynamic_cast<const soci::postgresql_soci_error*>(&error);
-    return own != nullptr ? own->sqlstate() : std::string();
+    return own != nullptr ? own->sqlstate() : std::string("?");
 }
 
 bool metAnother(const soci::soci_error& error) {
@@ -45,10 +45,12 @@ bool metAnother(const soci::soci_error& error) {
     return state == "40001" || state == "40P01";
 }
 
-// The server's last words on a connection can be read before its end is.
+// The server's last words on a connection can be read before its end is, and what never reached
+// the server has no state, which the driver writes as blanks.
 bool lostConnection(const soci::soci_error& error, soci::session& sql) {
     const std::string state = stateOf(error);
-    return !isConnected(sql) || state.starts_with("08") || state.starts_with("57P");
+    return !isConnected(sql) || state.starts_with(" ") || state.starts_with("08") ||
+           state.starts_with("57P");
 }
 
 StoreError translated(const soci::soci_error& error) {
@@ -79,14 +81,12 @@ std::string withConnectTimeout(const std::string& url) {
 
 void rollBack(soci::session& sql) noexcept {
     try {
-        if (isConnected(sql)) {
-            sql << "ROLLBACK";
-            return;
-        }
-        sql.close();
-    } catch (...) {
+        sql << "ROLLBACK";
+        // Within a transaction that has failed, the driver could not give them back.
+        sql << "DEALLOCATE ALL";
+    } catch (const std::exception&) {
         // A connection that cannot even do this is made anew at its next use.
-        return;
+        sql.close();
     }
 }
 

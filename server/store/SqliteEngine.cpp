@@ -129,6 +129,8 @@ private:
         // What was deleted must not be found in the file by whoever gets hold of it later.
         sql << "PRAGMA secure_delete = ON";
         sql << "PRAGMA trusted_schema = OFF";
+        // Kibibytes, for each connection: the system keeps what is read often as well.
+        sql << "PRAGMA cache_size = -512";
     }
 
     // An open file lives on after its name has gone, and would swallow every write.

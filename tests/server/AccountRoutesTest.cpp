@@ -43,6 +43,7 @@ TEST_P(AccountRoutesTest, RefreshGivesALoginAndTheSameOneAgain) {
 
     EXPECT_EQ(first.status, 200);
     EXPECT_EQ(first.headers.at("content-type"), "application/json");
+    EXPECT_EQ(first.headers.at("cache-control"), "no-store");
     EXPECT_EQ(textIn(first.body, "token_type"), "Bearer");
     EXPECT_EQ(textIn(first.body, "access_expires_at"), "2026-11-15T06:40:30.000Z");
     EXPECT_EQ(textIn(first.body, "refresh_expires_at"), "2027-01-14T06:25:30.000Z");

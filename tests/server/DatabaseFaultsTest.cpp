@@ -167,6 +167,26 @@ TEST(SqliteDatabase, EveryCommitIsFlushedAndForeignKeysHold) {
     EXPECT_EQ(pragma("secure_delete"), "1");
 }
 
+TEST(SqliteDatabase, ReplicasThatMakeOneFileAtOnceAllOpenIt) {
+    for (int round = 0; round < 5; ++round) {
+        TemporaryFolder folder;
+        auto settings = fileIn(folder);
+        settings.patience = 10s;
+        std::atomic<int> opened = 0;
+        {
+            std::vector<std::jthread> threads;
+            for (int i = 0; i < 6; ++i) {
+                threads.emplace_back([&] {
+                    addRow(*Database::open(settings));
+                    ++opened;
+                });
+            }
+        }
+        ASSERT_EQ(opened, 6);
+        ASSERT_EQ(rows(*Database::open(settings)), 6);
+    }
+}
+
 TEST(SqliteDatabase, AFileThatIsNoDatabaseIsRefusedAndLeftAlone) {
     TemporaryFolder folder;
     const auto settings = fileIn(folder);
@@ -361,6 +381,25 @@ TEST(PostgresDatabase, WhatMeetsAnotherIsDoneAgain) {
 
     EXPECT_EQ(runs, 3);
     EXPECT_EQ(rows(*database), 1);
+}
+
+TEST(PostgresDatabase, WhatFailedLeavesNothingBehindInTheServer) {
+    auto settings = serverDatabase();
+    settings.connections = 1;
+    const auto database = Database::open(settings);
+    const auto prepareAndMeet = [](soci::session& sql) {
+        soci::statement kept = (sql.prepare << "DELETE FROM service_secrets");
+        kept.execute(true);
+        sql << "DO $$ BEGIN RAISE EXCEPTION USING ERRCODE = '40001'; END $$";
+    };
+    EXPECT_EQ(caseOf([&] { database->transact(prepareAndMeet); }), "busy");
+
+    const long long left = database->read([](soci::session& sql) {
+        long long count = -1;
+        sql << "SELECT COUNT(*) FROM pg_prepared_statements", soci::into(count);
+        return count;
+    });
+    EXPECT_EQ(left, 0);
 }
 
 TEST(PostgresDatabase, AStatementThatTakesTooLongIsBusy) {

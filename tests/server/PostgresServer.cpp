@@ -99,7 +99,7 @@ void copyFolder(const fs::path& from, const fs::path& to) {
 // Initialising takes seconds and copying the outcome does not, so the first process to come here
 // leaves a copy for all others.
 fs::path emptyCluster(const std::optional<User>& user) {
-    const fs::path cluster = LUMIVANE_POSTGRES_TEMPLATE;
+    fs::path cluster = LUMIVANE_POSTGRES_TEMPLATE;
     const int lock =
         ::open((cluster.string() + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (lock < 0 || ::flock(lock, LOCK_EX) != 0) {

@@ -196,13 +196,9 @@ TEST_P(SessionIssuerTest, ExtendingAnEvictedSessionNamesTheHolderAndOpensNothing
 }
 
 TEST_P(SessionIssuerTest, ExtendingASessionThatIsOverGivesNothing) {
-    const IssuedLogin first = login(laptop);
+    login(laptop);
     const std::string session = openSession();
-    const std::string otherTicket = [&] {
-        const std::string ticket = ticketFor(desktop);
-        return ticket;
-    }();
-    const IssuedLogin second = takeover.takeOver(otherTicket, desktop);
+    const IssuedLogin second = takeover.takeOver(ticketFor(desktop), desktop);
     tokens.revoke(second.tokens.refreshToken);
 
     EXPECT_TRUE(std::get<SessionOver>(extend(session)).wasEvicted);

@@ -1,0 +1,71 @@
+#include "server/ChildProgram.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <stdexcept>
+
+namespace lumivane::service::test {
+
+ChildProgram::ChildProgram(const std::vector<std::string>& words) {
+    std::array<int, 2> output{};
+    if (::pipe2(output.data(), O_CLOEXEC) != 0) {
+        throw std::runtime_error("no pipe");
+    }
+    std::vector<char*> arguments;
+    for (const std::string& word : words) {
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    }
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
+    const int status =
+        ::posix_spawn(&m_process, arguments.front(), &actions, nullptr, arguments.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    ::close(output[1]);
+    m_output = output[0];
+    if (status != 0) {
+        ::close(m_output);
+        throw std::runtime_error("a program of the build does not start");
+    }
+}
+
+ChildProgram::~ChildProgram() {
+    kill();
+    ::close(m_output);
+}
+
+std::string ChildProgram::readLine() {
+    for (;;) {
+        const auto end = m_read.find('\n');
+        if (end != std::string::npos) {
+            std::string line = m_read.substr(0, end);
+            m_read.erase(0, end + 1);
+            return line;
+        }
+        pollfd entry{m_output, POLLIN, 0};
+        std::array<char, 4096> bytes{};
+        const auto count =
+            ::poll(&entry, 1, 20'000) > 0 ? ::read(m_output, bytes.data(), bytes.size()) : 0;
+        if (count <= 0) {
+            return "";
+        }
+        m_read.append(bytes.data(), static_cast<std::size_t>(count));
+    }
+}
+
+void ChildProgram::kill() {
+    if (m_process > 0) {
+        ::kill(m_process, SIGKILL);
+        ::waitpid(m_process, nullptr, 0);
+        m_process = -1;
+    }
+}
+
+} // namespace lumivane::service::test
