@@ -64,8 +64,8 @@ protected:
                 }
                 answer = std::move(given);
             } catch (const EngineError& refused) {
-                answer.result = std::to_string(refused.status()) + " " + refused.code() + " " +
-                                refused.what();
+                answer.result =
+                    std::to_string(refused.status()) + " " + refused.code() + " " + refused.what();
             }
         };
         boost::asio::co_spawn(context, engine.analyze(std::move(analyzed)), done);
@@ -133,8 +133,8 @@ TEST_F(PracticeEngineTest, WithoutAModelAnUnknownExerciseSaysWhatIsMissing) {
 
 TEST_F(PracticeEngineTest, WithoutMemoryOrModelLeetCodeIsRefusedAsBefore) {
     PracticeEngine engine(nullptr, extraction(), pool);
-    EXPECT_EQ(answerOf(engine, request(knownScreen)).result.find(
-                  "422 model_required LeetCode answers need a model."),
+    EXPECT_EQ(answerOf(engine, request(knownScreen))
+                  .result.find("422 model_required LeetCode answers need a model."),
               0U);
     EXPECT_EQ(answerOf(engine, request("The ferry crosses the harbour.", Preset::summary)).result,
               "The ferry crosses the harbour.");

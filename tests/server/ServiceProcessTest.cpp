@@ -99,8 +99,8 @@ TEST_F(ServiceProcessTest, AnswersAKnownExerciseFromItsMemory) {
     EXPECT_NE(known.body.find(R"("question_title":"Two Sum","answer_status":"memory_validated")"),
               std::string::npos);
     EXPECT_NE(known.body.find(R"("result_kind":"leetcode")"), std::string::npos);
-    const auto unknown = client.ask(
-        analyze(R"({"screen_text":"canary","preset":"leetcode","client_version":"1"})"));
+    const auto unknown =
+        client.ask(analyze(R"({"screen_text":"canary","preset":"leetcode","client_version":"1"})"));
     EXPECT_EQ(unknown.status, 422);
     EXPECT_EQ(unknown.errorCode(), "model_required");
     service.signal(SIGTERM);
