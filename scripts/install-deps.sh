@@ -11,6 +11,8 @@ set -euo pipefail
 build_packages=(
   # tools
   build-essential g++ cmake ninja-build ccache git make pkg-config ca-certificates
+  # runs the solutions of the practice memory
+  python3
   # toolkit, coroutines over it, JSON
   qt6-base-dev qt6-qpa-plugins qt6-declarative-dev qt6-declarative-dev-tools qcoro-qt6-dev
   nlohmann-json3-dev

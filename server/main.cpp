@@ -5,6 +5,7 @@
 #include "server/configuration/DevelopmentToken.h"
 #include "server/configuration/ServiceConfiguration.h"
 #include "server/http/StaticTokenAuthorizer.h"
+#include "server/memory/PracticeEngine.h"
 
 #include <boost/asio/signal_set.hpp>
 #include <sys/resource.h>
@@ -46,8 +47,19 @@ void stopOnSignal(asio::signal_set& signals, HttpServer& server) {
     });
 }
 
-std::unique_ptr<AnalysisEngine> makeEngine(const ServiceConfiguration& configuration,
-                                           asio::thread_pool& pool) {
+// Without it the service still does everything else.
+std::unique_ptr<PracticeMemory> openMemory(const ServiceConfiguration& configuration) {
+    try {
+        return PracticeMemory::open(configuration.memoryFile);
+    } catch (const PracticeMemoryError& error) {
+        std::cerr << "lumivane-service: no practice memory at " << configuration.memoryFile.string()
+                  << ": " << error.what() << std::endl;
+    }
+    return nullptr;
+}
+
+std::unique_ptr<AnalysisEngine> makeGeneralEngine(const ServiceConfiguration& configuration,
+                                                  asio::thread_pool& pool) {
     if (!configuration.chat) {
         return std::make_unique<ExtractiveEngine>(pool);
     }
@@ -61,6 +73,12 @@ std::unique_ptr<AnalysisEngine> makeEngine(const ServiceConfiguration& configura
     } catch (const PromptError& error) {
         throw ConfigurationError(std::string("\"prompts_folder\": ") + error.what());
     }
+}
+
+std::unique_ptr<AnalysisEngine> makeEngine(const ServiceConfiguration& configuration,
+                                           asio::thread_pool& pool) {
+    auto general = makeGeneralEngine(configuration, pool);
+    return std::make_unique<PracticeEngine>(openMemory(configuration), std::move(general), pool);
 }
 
 int serve(const ServiceConfiguration& configuration) {

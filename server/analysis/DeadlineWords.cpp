@@ -12,16 +12,21 @@ using std::string_view_literals::operator""sv;
 constexpr std::size_t reach = 4; // words between a cue and its moment, articles and the like
 
 constexpr std::array dayWords{
-    "monday"sv,    "tuesday"sv,   "wednesday"sv, "thursday"sv,   "friday"sv,  "saturday"sv,
-    "sunday"sv,    "mon"sv,       "tue"sv,       "wed"sv,        "thu"sv,     "fri"sv,
-    "today"sv,     "tomorrow"sv,  "tonight"sv,   "midnight"sv,   "noon"sv,    "eod"sv,
-    "montag"sv,    "dienstag"sv,  "mittwoch"sv,  "donnerstag"sv, "freitag"sv, "samstag"sv,
-    "sonntag"sv,   "heute"sv,     "morgen"sv,    "lundi"sv,      "mardi"sv,   "mercredi"sv,
-    "jeudi"sv,     "vendredi"sv,  "samedi"sv,    "dimanche"sv,   "demain"sv,  "lunes"sv,
-    "martes"sv,    "miércoles"sv, "jueves"sv,    "viernes"sv,    "sábado"sv,  "domingo"sv,
-    "mañana"sv,    "lunedì"sv,    "martedì"sv,   "mercoledì"sv,  "giovedì"sv, "venerdì"sv,
-    "sabato"sv,    "domenica"sv,  "domani"sv,    "maandag"sv,    "dinsdag"sv, "woensdag"sv,
-    "donderdag"sv, "vrijdag"sv,   "zaterdag"sv,  "zondag"sv,
+    "monday"sv,       "tuesday"sv,      "wednesday"sv,   "thursday"sv,      "friday"sv,
+    "saturday"sv,     "sunday"sv,       "mon"sv,         "tue"sv,           "wed"sv,
+    "thu"sv,          "fri"sv,          "today"sv,       "tomorrow"sv,      "tonight"sv,
+    "midnight"sv,     "noon"sv,         "eod"sv,         "montag"sv,        "dienstag"sv,
+    "mittwoch"sv,     "donnerstag"sv,   "freitag"sv,     "samstag"sv,       "sonntag"sv,
+    "heute"sv,        "morgen"sv,       "lundi"sv,       "mardi"sv,         "mercredi"sv,
+    "jeudi"sv,        "vendredi"sv,     "samedi"sv,      "dimanche"sv,      "demain"sv,
+    "lunes"sv,        "martes"sv,       "miércoles"sv,   "jueves"sv,        "viernes"sv,
+    "sábado"sv,       "domingo"sv,      "mañana"sv,      "lunedì"sv,        "martedì"sv,
+    "mercoledì"sv,    "giovedì"sv,      "venerdì"sv,     "sabato"sv,        "domenica"sv,
+    "domani"sv,       "maandag"sv,      "dinsdag"sv,     "woensdag"sv,      "donderdag"sv,
+    "vrijdag"sv,      "zaterdag"sv,     "zondag"sv,      "segunda-feira"sv, "terça-feira"sv,
+    "quarta-feira"sv, "quinta-feira"sv, "sexta-feira"sv, "amanhã"sv,        "понедельника"sv,
+    "вторника"sv,     "среды"sv,        "четверга"sv,    "пятницы"sv,       "субботы"sv,
+    "воскресенья"sv,  "завтра"sv,       "сегодня"sv,
 };
 
 constexpr std::array monthWords{
@@ -35,15 +40,19 @@ constexpr std::array monthWords{
     "décembre"sv,  "enero"sv,     "febrero"sv,   "marzo"sv,      "abril"sv,    "mayo"sv,
     "junio"sv,     "julio"sv,     "agosto"sv,    "septiembre"sv, "octubre"sv,  "noviembre"sv,
     "diciembre"sv, "gennaio"sv,   "febbraio"sv,  "aprile"sv,     "maggio"sv,   "giugno"sv,
-    "luglio"sv,    "settembre"sv, "ottobre"sv,   "dicembre"sv,
+    "luglio"sv,    "settembre"sv, "ottobre"sv,   "dicembre"sv,   "janeiro"sv,  "fevereiro"sv,
+    "março"sv,     "maio"sv,      "junho"sv,     "julho"sv,      "setembro"sv, "outubro"sv,
+    "novembro"sv,  "dezembro"sv,  "января"sv,    "февраля"sv,    "марта"sv,    "апреля"sv,
+    "мая"sv,       "июня"sv,      "июля"sv,      "августа"sv,    "сентября"sv, "октября"sv,
+    "ноября"sv,    "декабря"sv,
 };
 
 // Directly before a moment but for connecting words: "by Friday", "bis zum 4. Mai". Farther off
 // they mean something else, as in "written by Anna on Tuesday".
 constexpr std::array tightCues{
-    "by"sv,     "until"sv, "till"sv, "before"sv,   "than"sv,     "ends"sv,
-    "closes"sv, "bis"sv,   "vor"sv,  "avant"sv,    "hasta"sv,    "antes"sv,
-    "entro"sv,  "fino"sv,  "voor"sv, "jusqu'au"sv, "jusqu’au"sv,
+    "by"sv,    "until"sv, "till"sv,  "before"sv,   "than"sv,     "ends"sv, "closes"sv,
+    "bis"sv,   "vor"sv,   "avant"sv, "hasta"sv,    "antes"sv,    "até"sv,  "до"sv,
+    "entro"sv, "fino"sv,  "voor"sv,  "jusqu'au"sv, "jusqu’au"sv,
 };
 
 constexpr std::array connectors{

@@ -8,15 +8,16 @@
 namespace lumivane::service {
 
 /// Reads what a model was told to answer, one JSON object with "result" and "result_kind", also
-/// when a code fence or a few words stand around it. None when it is of another form, or of a
+/// when a code fence, a few words or thoughts aloud stand around it, or line ends stand in its
+/// strings as they are. None when it is of another form, or of a
 /// kind that the preset does not have.
 ///
 /// Kinds: `mcq` has choice (one short line), answers and text; `summary` and `custom` have text;
 /// `leetcode` has leetcode, marked as not validated.
 std::optional<AnalysisAnswer> readModelAnswer(std::string_view text, Preset preset);
 
-/// Takes what a model wrote as the answer itself. None for a broken JSON object, which no reader
-/// should get to see.
+/// Takes what a model wrote as the answer itself, or what an object of no known kind holds as its
+/// result. None for a broken JSON object, which no reader should get to see.
 std::optional<AnalysisAnswer> plainModelAnswer(std::string_view text, Preset preset);
 
 } // namespace lumivane::service

@@ -183,6 +183,38 @@ bool beginsWithLabel(std::string_view line) {
            std::count(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(colon), ' ') <= 1;
 }
 
+bool isClock(std::string_view word) {
+    const auto isDigit = [](char character) { return character >= '0' && character <= '9'; };
+    return word.size() >= 8 && isDigit(word[0]) && isDigit(word[1]) && word[2] == ':' &&
+           isDigit(word[3]) && isDigit(word[4]) && word[5] == ':';
+}
+
+// A line of a log has a time of day to the second among its first words; a row of a list begins
+// with a key, "LUM-31".
+bool beginsAsEntry(std::string_view line) {
+    constexpr std::size_t wordsOfStamp = 3;
+    const auto firstEnd = std::min(line.find(' '), line.size());
+    const std::string_view key = line.substr(0, firstEnd);
+    const auto dash = key.find('-');
+    const bool isKey =
+        dash != std::string_view::npos && dash >= 1 && dash + 1 < key.size() &&
+        key.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789") == dash &&
+        key.substr(dash + 1).find_first_not_of("0123456789") == std::string_view::npos;
+    if (isKey) {
+        return true;
+    }
+    for (std::size_t word = 0; word < wordsOfStamp && !line.empty(); ++word) {
+        const auto end = std::min(line.find(' '), line.size());
+        std::string_view text = line.substr(0, end);
+        text.remove_prefix(std::min(text.find_first_not_of("["), text.size()));
+        if (isClock(text) || (text.find('T') == 10 && isClock(text.substr(11)))) {
+            return true;
+        }
+        line = withoutLeadingBlanks(line.substr(end));
+    }
+    return false;
+}
+
 Line readLine(std::string_view raw) {
     Line line;
     const std::string seen = visible(raw);
@@ -194,7 +226,7 @@ Line readLine(std::string_view raw) {
         return line;
     }
     line.isComment = takeCommentMarks(rest);
-    line.startsItem = takeItemMarks(rest) || beginsWithLabel(rest);
+    line.startsItem = takeItemMarks(rest) || beginsWithLabel(rest) || beginsAsEntry(rest);
     line.text = rowText(rest);
     if (!line.isComment && line.kind == SentenceKind::prose && isCodeLike(line.text)) {
         line.kind = SentenceKind::code;
@@ -220,8 +252,9 @@ bool beginsLower(std::string_view text) {
 
 // Whether `next` goes on where `last` was wrapped at the edge of a column of `width`.
 bool goesOn(const Line& last, const Line& next, std::size_t width) {
-    if (next.startsItem || last.kind != next.kind || last.isComment != next.isComment ||
-        last.kind == SentenceKind::code) {
+    // A row that stands there twice goes on from nothing.
+    if (next.startsItem || next.text == last.text || last.kind != next.kind ||
+        last.isComment != next.isComment || last.kind == SentenceKind::code) {
         return false;
     }
     if (readingWords(last.text) < wordsOfWrapped) {
@@ -277,8 +310,8 @@ bool isCodeLike(std::string_view line) {
     };
     const auto marks = std::count_if(line.begin(), line.end(), isSymbol);
     return opensBlock || static_cast<std::size_t>(marks) * 6 > line.size() ||
-           (line.starts_with("from ") && holds(" import ")) || line.starts_with("import ") ||
-           line.starts_with("#include");
+           line.starts_with("File \"") || (line.starts_with("from ") && holds(" import ")) ||
+           line.starts_with("import ") || line.starts_with("#include");
 }
 
 std::vector<ScreenPassage> passagesOf(std::string_view transcript) {

@@ -124,12 +124,27 @@ bool endsInQuestion(std::string_view text) {
     return false;
 }
 
+// "ImportError", "NullPointerException": what programs call their failures.
+bool namesFailure(std::string_view word) {
+    for (const auto ending : {"error"sv, "exception"sv}) {
+        if (word.size() > ending.size() && word.ends_with(ending)) {
+            return true;
+        }
+    }
+    return isIn(failureWords, word);
+}
+
 // The first words of a log's line are when it was written, which is no date that matters.
 bool beginsWithStamp(const std::vector<std::string>& words) {
     if (words.empty()) {
         return false;
     }
     const std::string& first = words.front();
+    // "Mar 03 14:02:11"
+    if (words.size() > 2 && words[2].size() == 8 && words[2][2] == ':' &&
+        isMoment(words[1], first)) {
+        return true;
+    }
     const auto digits =
         std::count_if(first.begin(), first.end(), [](char c) { return c >= '0' && c <= '9'; });
     return digits >= 4 && (isMoment(first, {}) || first.find('t') != std::string::npos ||
@@ -144,9 +159,8 @@ ScreenSentence judge(std::string text, SentenceKind kind) {
     if (!beginsWithStamp(words)) {
         sentence.time = timeMention(words);
     }
-    sentence.isFailure = std::any_of(words.begin(), words.end(), [](const std::string& word) {
-        return isIn(failureWords, word);
-    });
+    sentence.isFailure = std::any_of(words.begin(), words.end(),
+                                     [](const std::string& word) { return namesFailure(word); });
     sentence.isQuestion =
         sentence.words >= fewestWords && kind != SentenceKind::code && endsInQuestion(text);
     if (sentence.isFailure && kind == SentenceKind::code && sentence.words >= fewestWords) {

@@ -106,6 +106,16 @@ fs::path defaultPromptsFolder(const Surroundings& surroundings) {
                                                 : fs::path(LUMIVANE_PROMPTS_SOURCE_FOLDER);
 }
 
+// Installed beside the prompts; in a build beside the service itself.
+fs::path defaultMemoryFile(const Surroundings& surroundings) {
+    std::error_code ignored;
+    const fs::path installed =
+        (surroundings.executableFolder / LUMIVANE_MEMORY_RELATIVE_FILE).lexically_normal();
+    return fs::is_regular_file(installed, ignored)
+               ? installed
+               : surroundings.executableFolder / installed.filename();
+}
+
 std::optional<SettingText> take(const SettingTexts& settings, const std::string& key) {
     const auto found = settings.find(key);
     return found == settings.end() ? std::nullopt : std::optional(found->second);
@@ -206,6 +216,9 @@ ServiceConfiguration loadConfiguration(const std::optional<fs::path>& named,
     const auto prompts = take(settings, "prompts_folder");
     configuration.promptsFolder =
         prompts ? fs::path(nonEmpty(*prompts)) : defaultPromptsFolder(surroundings);
+    const auto memory = take(settings, "memory_file");
+    configuration.memoryFile =
+        memory ? fs::path(nonEmpty(*memory)) : defaultMemoryFile(surroundings);
     if (const auto token = take(settings, "development_token")) {
         configuration.developmentToken = headerSafe(*token, fewestTokenCharacters);
     }

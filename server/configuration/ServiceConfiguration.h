@@ -31,6 +31,7 @@ struct ServiceConfiguration {
     std::optional<ChatSettings> chat;
     std::filesystem::path dataFolder;
     std::filesystem::path promptsFolder;
+    std::filesystem::path memoryFile;            ///< the practice memory; it may be missing
     std::optional<std::string> developmentToken; ///< replaces the token file, for tests
 };
 

@@ -17,6 +17,7 @@ constexpr std::array settingKeys{
     SettingKey{"chat_api_key", SettingType::text},
     SettingKey{"data_folder", SettingType::text},
     SettingKey{"prompts_folder", SettingType::text},
+    SettingKey{"memory_file", SettingType::text},
     SettingKey{"development_token", SettingType::text},
 };
 

@@ -107,6 +107,26 @@ struct PracticeMemory::State {
         return found;
     }
 
+    // None for no exercise, and for several.
+    std::optional<memoryFormat::Row> find(const ExerciseScreen& screen) const {
+        std::optional<std::size_t> best;
+        double strongest = 0;
+        double second = 0;
+        for (const std::size_t index : candidates(screen)) {
+            const MatchEvidence evidence = matches.at(index).evidenceOn(screen);
+            if (!isEnough(evidence)) {
+                continue;
+            }
+            const double strength = strengthOf(evidence);
+            second = std::max(second, std::min(strength, strongest));
+            if (strength > strongest) {
+                strongest = strength;
+                best = index;
+            }
+        }
+        return best && strongest - second >= leastLead ? std::optional(rows[*best]) : std::nullopt;
+    }
+
     Sqlite database;
     mutable std::mutex mutex; ///< for the database
     std::vector<memoryFormat::Row> rows;
@@ -139,26 +159,12 @@ std::size_t PracticeMemory::size() const { return m_state->rows.size(); }
 
 std::optional<WorkedExercise> PracticeMemory::match(std::string_view screenText) const {
     const ExerciseScreen screen(screenText, m_state->vocabulary);
-    std::optional<std::size_t> best;
-    double strongest = 0;
-    double second = 0;
-    for (const std::size_t index : m_state->candidates(screen)) {
-        const MatchEvidence evidence = m_state->matches.at(index).evidenceOn(screen);
-        if (!isEnough(evidence)) {
-            continue;
-        }
-        const double strength = strengthOf(evidence);
-        second = std::max(second, std::min(strength, strongest));
-        if (strength > strongest) {
-            strongest = strength;
-            best = index;
-        }
+    try {
+        const auto row = m_state->find(screen);
+        return row ? std::optional(WorkedExercise{row->title, row->answer}) : std::nullopt;
+    } catch (const SqliteError&) {
+        return std::nullopt; // the file has changed since it was checked
     }
-    if (!best || strongest - second < leastLead) {
-        return std::nullopt;
-    }
-    const memoryFormat::Row& row = m_state->rows[*best];
-    return WorkedExercise{row.title, row.answer};
 }
 
 } // namespace lumivane::service

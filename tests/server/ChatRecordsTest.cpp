@@ -171,6 +171,63 @@ TEST(ModelAnswer, PlainTextIsTheAnswerItself) {
     EXPECT_EQ(plainModelAnswer(" \n", Preset::summary), std::nullopt);
 }
 
+TEST(ModelAnswer, ThoughtsAloudAreNoPartOfIt) {
+    const char* text = "<think>\nOptions {A, B}: {\"result\":\"A\"}\n</think>\n\n"
+                       R"({"result":"B","result_kind":"choice"})";
+    EXPECT_EQ(readModelAnswer(text, Preset::mcq)->result, "B");
+    EXPECT_EQ(plainModelAnswer("<think>maybe A</think>\nB", Preset::mcq)->result, "B");
+    EXPECT_EQ(plainModelAnswer("<think>cut off in the middle of", Preset::mcq), std::nullopt);
+}
+
+TEST(ModelAnswer, BracesInWordsBeforeItAreReadOver) {
+    EXPECT_EQ(readModelAnswer(R"(The set {1, 2} gives {"result":"C","result_kind":"choice"})",
+                              Preset::mcq)
+                  ->result,
+              "C");
+    EXPECT_EQ(readModelAnswer(std::string(100'000, '{'), Preset::mcq), std::nullopt);
+    EXPECT_EQ(readModelAnswer(std::string(100'000, '{') + "}", Preset::mcq), std::nullopt);
+}
+
+TEST(ModelAnswer, LineEndsInAStringAreTakenAsSuch) {
+    const auto answer =
+        readModelAnswer("{\n  \"result\": \"# Sums\n\n```python\nx = \\\"a\\\"\n```\","
+                        "\n  \"result_kind\": \"leetcode\"\n}",
+                        Preset::leetCode);
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->result, "# Sums\n\n```python\nx = \"a\"\n```");
+    EXPECT_EQ(answer->questionTitle, "Sums");
+}
+
+// The panel leaves code out, and a fence around everything would leave nothing.
+TEST(ModelAnswer, AFenceAroundTheWholeAnswerIsTakenOff) {
+    EXPECT_EQ(plainModelAnswer("```markdown\n# Sums\nText\n```", Preset::leetCode)->result,
+              "# Sums\nText");
+    EXPECT_EQ(readModelAnswer(R"({"result":"```md\n# Sums\nText\n```"})", Preset::leetCode)->result,
+              "# Sums\nText");
+    EXPECT_EQ(plainModelAnswer("```python\nx = 1\n```", Preset::leetCode)->result,
+              "```python\nx = 1\n```");
+    EXPECT_EQ(plainModelAnswer("```", Preset::summary)->result, "```");
+    EXPECT_EQ(plainModelAnswer("```\n```", Preset::summary), std::nullopt);
+}
+
+TEST(ModelAnswer, AnObjectOfNoKnownKindIsShownByItsWords) {
+    EXPECT_EQ(plainModelAnswer(R"({"result":"B"})", Preset::mcq)->kind, ResultKind::choice);
+    EXPECT_EQ(plainModelAnswer(R"({"result":"B","result_kind":"table"})", Preset::mcq)->result,
+              "B");
+    EXPECT_EQ(plainModelAnswer(R"({"result":"B\nC"})", Preset::mcq)->kind, ResultKind::text);
+    EXPECT_EQ(plainModelAnswer(R"({"answer":"B"})", Preset::mcq), std::nullopt);
+}
+
+TEST(ModelAnswer, GarbageIsNeverAnAnswerThatCannotBeSent) {
+    for (const std::string& text :
+         {std::string("\0", 1), std::string("\xFF\xFE"), std::string("{\"result\":\"\xFF\"}"),
+          std::string("{\"result\":\"\\ud800\"}"), std::string("{\"result\":{\"result\":1}}")}) {
+        for (const Preset preset : {Preset::mcq, Preset::summary, Preset::leetCode}) {
+            EXPECT_EQ(readModelAnswer(text, preset), std::nullopt);
+        }
+    }
+}
+
 TEST(PromptLibrary, EveryPresetHasItsShippedPrompt) {
     const auto library = PromptLibrary::load(LUMIVANE_PROMPTS_FOLDER);
     for (const Preset preset : {Preset::mcq, Preset::summary, Preset::custom, Preset::leetCode}) {

@@ -61,10 +61,20 @@ TEST_F(ServiceConfigurationTest, FoldersFollowTheDesktopsVariables) {
               folder.path() / ".local/share/lumivane-service");
 }
 
+TEST_F(ServiceConfigurationTest, TheInstalledMemoryComesBeforeTheOneBesideTheService) {
+    surroundings.executableFolder = folder.path() / "bin";
+    EXPECT_EQ(loadConfiguration(std::nullopt, surroundings).memoryFile,
+              folder.path() / "bin/practice-memory.sqlite3");
+    const auto installed = folder.path() / "share/lumivane-service/practice-memory.sqlite3";
+    fs::create_directories(installed.parent_path());
+    std::ofstream(installed) << "anything";
+    EXPECT_EQ(loadConfiguration(std::nullopt, surroundings).memoryFile, installed);
+}
+
 TEST_F(ServiceConfigurationTest, ReadsEveryKey) {
     write(R"({"address":"::1","port":0,"chat_base_url":"https://a.example","chat_model":"m",
         "chat_api_key":"k","data_folder":"/d","prompts_folder":"/p",
-        "development_token":"0123456789abcdef"})");
+        "memory_file":"/m","development_token":"0123456789abcdef"})");
     const auto configuration = load();
     EXPECT_EQ(configuration.address, "::1");
     EXPECT_EQ(configuration.port, 0);
@@ -74,6 +84,7 @@ TEST_F(ServiceConfigurationTest, ReadsEveryKey) {
     EXPECT_EQ(configuration.chat->apiKey, "k");
     EXPECT_EQ(configuration.dataFolder, "/d");
     EXPECT_EQ(configuration.promptsFolder, "/p");
+    EXPECT_EQ(configuration.memoryFile, "/m");
     EXPECT_EQ(configuration.developmentToken, "0123456789abcdef");
 }
 

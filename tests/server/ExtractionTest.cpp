@@ -83,6 +83,55 @@ TEST(Extraction, OtherLanguages) {
                                    "勉強会の資料は事前に共有フォルダへ置いてください。");
 }
 
+TEST(Extraction, Chat) {
+    EXPECT_EQ(summary("chat"),
+              "Please write down the serial number, the supplier asks for it by tomorrow noon.\n"
+              "Can somebody look at it before the visit on Thursday?\n"
+              "The pump in hall 3 is making that noise again.\n"
+              "I thought we replaced the bearing last week.\n"
+              "It came back after the night shift.");
+}
+
+TEST(Extraction, ABuildIsToldByItsError) {
+    const std::string text = summary("build");
+    EXPECT_NE(text.find("error: 'zone' was not declared in this scope"), std::string::npos);
+    EXPECT_NE(text.find("ninja: build stopped: subcommand failed."), std::string::npos);
+    EXPECT_EQ(text.find("Building CXX"), std::string::npos);
+}
+
+TEST(Extraction, ATracebackIsToldByWhatWasRaised) {
+    const std::string text = summary("traceback");
+    EXPECT_NE(text.find("ImportError: row 14 of fares.csv holds no amount"), std::string::npos);
+    EXPECT_EQ(text.find("File \""), std::string::npos);
+}
+
+TEST(Extraction, LinesOfALogStayApartAndTheirTimesAreNoDeadlines) {
+    EXPECT_EQ(summary("status"),
+              "Active: failed (Result: exit-code) since Tue 2026-03-03 14:02:11 CET; 4min ago\n"
+              "Mar 03 14:02:11 desk ferry[4312]: cannot open the timetable: permission denied\n"
+              "Mar 03 14:02:11 desk systemd[1]: Failed to start Ferry timetable.");
+}
+
+TEST(Extraction, RowsThatStandThereTwiceAreToldOnceEach) {
+    EXPECT_EQ(summary("doubled"), "LUM-31 Export stops after the first page\n"
+                                  "LUM-32 Login page loses the name that was typed\n"
+                                  "LUM-33 Search finds nothing behind the tenth page");
+}
+
+TEST(Extraction, RomanceAndSlavicLanguages) {
+    EXPECT_EQ(summary("french"),
+              "Les habitants peuvent envoyer leurs remarques sur les horaires jusqu'au 28 mars.\n"
+              "Les tarifs resteront-ils au niveau du bus du port ?\n"
+              "Le port ouvre une deuxième ligne de ferry\n"
+              "La nouvelle ligne reliera l'ancien marché à l'école de l'île, et les premiers "
+              "bateaux partiront au printemps.");
+    EXPECT_EQ(summary("russian"),
+              "Жители могут прислать замечания к расписанию до 28 марта.\n"
+              "Останутся ли цены на уровне портового автобуса?\n"
+              "Совет города проголосовал за вторую паромную линию через гавань.\n"
+              "Новая линия свяжет старый рынок с островной школой.");
+}
+
 TEST(Extraction, TableRowsWithADateLead) {
     EXPECT_EQ(summary("table"), "Print the posters for the fair, Tom, open\n"
                                 "The fair committee meets again when the hall is booked.");

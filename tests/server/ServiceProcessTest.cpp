@@ -45,21 +45,22 @@ TEST_F(ServiceProcessTest, ServesUntilItIsToldToStop) {
         EXPECT_EQ(service.output(), "listening on http://127.0.0.1:" + std::to_string(port) + "\n");
         TestClient client(port);
         EXPECT_EQ(client.ask("GET /healthz HTTP/1.1\r\nHost: x\r\n\r\n").body,
-                  R"({"status":"ok","version":"0.3.0","leetcode_ready":false})");
+                  R"({"status":"ok","version":"0.3.0","leetcode_ready":true})");
         service.signal(number);
         EXPECT_EQ(service.waitForEnd(), 0);
     }
 }
 
-TEST_F(ServiceProcessTest, WithAModelItsHealthLeavesLeetCodeOpen) {
+TEST_F(ServiceProcessTest, WithAModelItAnswersLeetCodeAlsoWithoutAMemory) {
     const auto file = folder.path() / "config.json";
-    std::ofstream(file) << R"({"chat_base_url":"http://127.0.0.1:9","chat_model":"m"})";
+    std::ofstream(file)
+        << R"({"chat_base_url":"http://127.0.0.1:9","chat_model":"m","memory_file":"/none"})";
     ServiceProcess service({"--config", file.string()}, environment());
     const auto port = service.waitForPort();
     ASSERT_NE(port, 0);
     TestClient client(port);
     EXPECT_EQ(client.ask("GET /healthz HTTP/1.1\r\nHost: x\r\n\r\n").body,
-              R"({"status":"ok","version":"0.3.0"})");
+              R"({"status":"ok","version":"0.3.0","leetcode_ready":true})");
     service.signal(SIGTERM);
     EXPECT_EQ(service.waitForEnd(), 0);
 }
@@ -84,6 +85,51 @@ TEST_F(ServiceProcessTest, AnalysesForTheBearerOfItsTokenAndTellsNobody) {
     EXPECT_NE(log.find("route=analyze status=200"), std::string::npos);
     EXPECT_EQ(log.find("canary"), std::string::npos);
     EXPECT_EQ(log.find(token()), std::string::npos);
+}
+
+TEST_F(ServiceProcessTest, AnswersAKnownExerciseFromItsMemory) {
+    ServiceProcess service({}, environment());
+    const auto port = service.waitForPort();
+    ASSERT_NE(port, 0);
+    TestClient client(port);
+    const auto known = client.ask(analyze(
+        R"({"screen_text":"1. Two Sum\nindices, nums, add up to target\ndef twoSum(self, nums):",)"
+        R"("preset":"leetcode","client_version":"1"})"));
+    EXPECT_EQ(known.status, 200);
+    EXPECT_NE(known.body.find(R"("question_title":"Two Sum","answer_status":"memory_validated")"),
+              std::string::npos);
+    EXPECT_NE(known.body.find(R"("result_kind":"leetcode")"), std::string::npos);
+    const auto unknown =
+        client.ask(analyze(R"({"screen_text":"canary","preset":"leetcode","client_version":"1"})"));
+    EXPECT_EQ(unknown.status, 422);
+    EXPECT_EQ(unknown.errorCode(), "model_required");
+    service.signal(SIGTERM);
+    EXPECT_EQ(service.waitForEnd(), 0);
+    const std::string log = service.errors();
+    EXPECT_EQ(log.find("Two"), std::string::npos);
+    EXPECT_EQ(log.find("canary"), std::string::npos);
+}
+
+TEST_F(ServiceProcessTest, AMissingOrDamagedMemoryIsSaidAndStopsNothing) {
+    const auto damaged = folder.path() / "memory";
+    std::ofstream(damaged) << "words";
+    for (const auto& [path, reason] :
+         {std::pair(std::string("/none"), "it is not there"),
+          std::pair(damaged.string(), "it cannot be read, or is damaged")}) {
+        auto settings = environment();
+        settings["LUMIVANE_SERVICE_MEMORY_FILE"] = path;
+        ServiceProcess service({}, settings);
+        const auto port = service.waitForPort();
+        ASSERT_NE(port, 0);
+        TestClient client(port);
+        EXPECT_EQ(client.ask("GET /healthz HTTP/1.1\r\nHost: x\r\n\r\n").body,
+                  R"({"status":"ok","version":"0.3.0","leetcode_ready":false})");
+        service.signal(SIGTERM);
+        EXPECT_EQ(service.waitForEnd(), 0);
+        EXPECT_EQ(service.errors().find("lumivane-service: no practice memory at " + path + ": " +
+                                        reason + "\n"),
+                  0U);
+    }
 }
 
 TEST_F(ServiceProcessTest, ASecondOneOnThePortSaysWhyItCannotStart) {
