@@ -1,9 +1,11 @@
 #include "server/analysis/ChatCompletionsEngine.h"
 #include "server/analysis/ExtractiveEngine.h"
-#include "server/application/LumivaneService.h"
+#include "server/application/AnalysisRoutes.h"
+#include "server/application/OperationRoutes.h"
 #include "server/configuration/CommandLine.h"
 #include "server/configuration/DevelopmentToken.h"
 #include "server/configuration/ServiceConfiguration.h"
+#include "server/http/HttpServer.h"
 #include "server/http/StaticTokenAuthorizer.h"
 
 #include <boost/asio/signal_set.hpp>
@@ -71,8 +73,13 @@ int serve(const ServiceConfiguration& configuration) {
     asio::io_context context(1);
     const auto engine = makeEngine(configuration, pool);
     StaticTokenAuthorizer authorizer(token);
-    HttpServer server(context, makeServiceRouter(authorizer, *engine, pool), ServerLimits{},
-                      writeToStandardError);
+    ServerMetrics metrics;
+    auto routes = operationRoutes(metrics, [&engine] { return engine->answersLeetCode(); });
+    for (auto& route : analysisRoutes(*engine, pool)) {
+        routes.push_back(std::move(route));
+    }
+    HttpServer server(context, Router(authorizer, std::move(routes)), ServerLimits{},
+                      writeToStandardError, metrics);
     server.listen(ListenAddress{configuration.address, configuration.port});
     asio::signal_set signals(context, SIGINT, SIGTERM);
     stopOnSignal(signals, server);

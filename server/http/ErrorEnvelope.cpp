@@ -30,6 +30,14 @@ HttpResponse refusalResponse(const Refusal& refusal, std::string_view requestId)
     return response;
 }
 
+HttpResponse rateLimitedResponse(std::chrono::seconds wait, std::string_view requestId) {
+    const std::string seconds = std::to_string(wait.count());
+    HttpResponse response = errorResponse(
+        429, "rate_limited", "Too many requests. Wait " + seconds + " s and try again.", requestId);
+    response.headers.emplace_back("Retry-After", seconds);
+    return response;
+}
+
 Refusal internalFailure() {
     return {500, "internal_error", "The service failed on this request. Try again."};
 }

@@ -3,6 +3,7 @@
 #include "server/http/Authorizer.h"
 #include "server/http/HttpMessage.h"
 
+#include <chrono>
 #include <string_view>
 
 namespace lumivane::service {
@@ -18,6 +19,9 @@ HttpResponse errorResponse(int status, std::string_view code, std::string_view m
 /// The same with the headers that belong to the status: WWW-Authenticate with 401, Retry-After of
 /// a second with 503.
 HttpResponse refusalResponse(const Refusal& refusal, std::string_view requestId);
+
+/// 429 "rate_limited" with Retry-After.
+HttpResponse rateLimitedResponse(std::chrono::seconds wait, std::string_view requestId);
 
 /// What is said of a failure that nobody foresaw.
 Refusal internalFailure();

@@ -1,10 +1,7 @@
-#include "server/application/LumivaneService.h"
+#include "server/application/AnalysisRoutes.h"
 
 #include "server/http/ErrorEnvelope.h"
 #include "server/work/WorkPool.h"
-
-#include <boost/json/object.hpp>
-#include <boost/json/serialize.hpp>
 
 #include <variant>
 
@@ -18,23 +15,6 @@ namespace {
 constexpr std::uint64_t analyzeBodyBytes = 20 * 1024 * 1024;
 
 using Decoded = std::variant<AnalyzeRequest, RecordError>;
-
-std::string healthBody(const AnalysisEngine& engine) {
-    boost::json::object record;
-    record["status"] = "ok";
-    record["version"] = boost::json::string(serviceVersion().data(), serviceVersion().size());
-    // A key that is absent is not the same as false, which keeps clients from asking.
-    if (const auto isReady = engine.answersLeetCode()) {
-        record["leetcode_ready"] = *isReady;
-    }
-    return boost::json::serialize(record);
-}
-
-asio::awaitable<HttpResponse> answerHealth(std::string body) {
-    HttpResponse response;
-    response.body = std::move(body);
-    co_return response;
-}
 
 Decoded decode(const std::string& body) {
     try {
@@ -73,32 +53,18 @@ asio::awaitable<HttpResponse> answerAnalyze(AnalysisEngine& engine, asio::thread
 
 } // namespace
 
-std::string_view serviceVersion() { return LUMIVANE_SERVICE_VERSION; }
-
-Router makeServiceRouter(Authorizer& authorizer, AnalysisEngine& engine, asio::thread_pool& pool) {
-    Route health;
-    health.name = "healthz";
-    health.method = HttpMethod::get;
-    health.path = "/healthz";
-    health.access = Access::open;
-    health.handler = [body = healthBody(engine)](const HttpRequest&) { return answerHealth(body); };
-
+std::vector<Route> analysisRoutes(AnalysisEngine& engine, asio::thread_pool& pool) {
     Route analysis;
     analysis.name = "analyze";
     analysis.method = HttpMethod::post;
     analysis.path = "/v1/analyze";
-    analysis.access = Access::session;
     analysis.bodyRule = BodyRule::json;
     analysis.bodyBytes = analyzeBodyBytes;
     analysis.waiting = Waiting::watched;
     analysis.handler = [&engine, &pool](HttpRequest request) {
         return answerAnalyze(engine, pool, std::move(request));
     };
-
-    std::vector<Route> routes;
-    routes.push_back(std::move(health));
-    routes.push_back(std::move(analysis));
-    return {authorizer, std::move(routes)};
+    return {std::move(analysis)};
 }
 
 } // namespace lumivane::service
