@@ -78,7 +78,7 @@ std::optional<HttpResponse> judgeRate(const RouteRate& rate, std::string_view ke
         return std::nullopt;
     }
     const auto wait = rate.limiter->take(key);
-    return wait ? std::optional(rateLimitedResponse(*wait, requestId)) : std::nullopt;
+    return wait ? std::optional(refusalResponse(rateLimited(*wait), requestId)) : std::nullopt;
 }
 
 bool namesType(std::string_view contentType, std::string_view wanted) {
