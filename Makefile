@@ -3,8 +3,8 @@
 JOBS ?= $(shell nproc)
 export CTEST_OUTPUT_ON_FAILURE = 1
 
-.PHONY: run install uninstall test bench gallery local-up local-up-containers local-up-process \
-  local-down format lint check clean \
+.PHONY: run install uninstall test bench fuzz gallery local-up local-up-containers \
+  local-up-process local-down format lint check clean \
   deps-run deps-test build
 
 run: deps-run
@@ -23,6 +23,10 @@ test: deps-test build
 
 bench: deps-test
 	scripts/bench
+
+# Hostile input to everything that reads any, for SECONDS each.
+fuzz: deps-test
+	scripts/fuzz $(SECONDS)
 
 # A picture of every floating panel in every state, and one contact sheet of them.
 gallery: deps-run

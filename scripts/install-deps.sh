@@ -63,6 +63,8 @@ test_packages=(
   gnome-keyring
   # the description of the service's answers, compared with them
   python3-jsonschema python3-yaml
+  # a browser for logins
+  chromium
 )
 
 usage() { sed -n '2,8s/^# \{0,1\}//p' "$0"; }
