@@ -5,7 +5,10 @@
 #include "server/work/WorkPool.h"
 #include "support/WaitForCondition.h"
 
+#include <boost/asio/bind_cancellation_slot.hpp>
+#include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/detached.hpp>
+#include <boost/asio/post.hpp>
 #include <gtest/gtest.h>
 
 #include <future>
@@ -129,6 +132,32 @@ TEST(WorkLoad, TellsWhatWaitsAndWhatRuns) {
     context.run();
     EXPECT_TRUE(waitForCondition([&] { return load.running() == 0; }));
     EXPECT_EQ(load.waiting(), 0);
+    pool.join();
+}
+
+TEST(WorkPool, WorkThatIsCancelledBeforeItBeganStillEnds) {
+    boost::asio::thread_pool pool(1);
+    std::promise<void> gate;
+    const auto opened = gate.get_future().share();
+    boost::asio::post(pool, [opened] { opened.wait(); });
+    boost::asio::io_context context;
+    boost::asio::cancellation_signal cancel;
+    std::atomic<bool> hasRun = false;
+    bool hasEnded = false;
+    auto work = [&hasRun] { return hasRun.exchange(true); };
+    auto running = runOnWorkPool(pool, std::move(work));
+    auto ended = [&hasEnded](const std::exception_ptr&, bool) { hasEnded = true; };
+    boost::asio::co_spawn(context, std::move(running),
+                          boost::asio::bind_cancellation_slot(cancel.slot(), std::move(ended)));
+    context.poll();
+    cancel.emit(boost::asio::cancellation_type::terminal);
+    context.poll();
+    EXPECT_FALSE(hasEnded);
+    gate.set_value();
+    context.restart();
+    context.run();
+    EXPECT_TRUE(hasEnded);
+    EXPECT_TRUE(hasRun);
     pool.join();
 }
 
