@@ -21,6 +21,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -37,6 +38,12 @@ constexpr int analysisConnections = 2;
 constexpr double healthBar = 5.0;
 constexpr auto token = "token-of-the-load-client";
 
+// The service keeps a database, which must not be anybody's own.
+std::filesystem::path makeFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "bench-service-XXXXXX").string();
+    return ::mkdtemp(name.data()) != nullptr ? name : std::string();
+}
+
 class Service {
 public:
     Service() {
@@ -49,11 +56,11 @@ public:
         posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
         char program[] = LUMIVANE_SERVICE_EXECUTABLE;
-        char home[] = "HOME=/nonexistent";
+        std::string home = "HOME=" + m_home.string();
         char port[] = "LUMIVANE_SERVICE_PORT=0";
         std::string variable = std::string("LUMIVANE_SERVICE_DEVELOPMENT_TOKEN=") + token;
         char* const argv[] = {program, nullptr};
-        char* const envp[] = {home, port, variable.data(), nullptr};
+        char* const envp[] = {home.data(), port, variable.data(), nullptr};
         if (::posix_spawn(&m_process, program, &actions, nullptr, argv, envp) != 0) {
             m_process = -1;
         }
@@ -71,6 +78,8 @@ public:
             ::kill(m_process, SIGTERM);
             ::waitpid(m_process, nullptr, 0);
         }
+        std::error_code ignored;
+        std::filesystem::remove_all(m_home, ignored);
     }
 
     Service(const Service&) = delete;
@@ -93,6 +102,7 @@ public:
     }
 
 private:
+    std::filesystem::path m_home = makeFolder();
     pid_t m_process = -1;
     int m_port = 0;
 };

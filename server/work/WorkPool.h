@@ -1,6 +1,10 @@
 #pragma once
 
+#include "server/work/WorkLoad.h"
+
 #include <boost/asio/awaitable.hpp>
+#include <boost/asio/bind_cancellation_slot.hpp>
+#include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <boost/asio/use_awaitable.hpp>
@@ -13,20 +17,26 @@ namespace lumivane::service {
 namespace detail {
 
 template <typename Work>
-boost::asio::awaitable<std::invoke_result_t<Work>> callOnce(Work work) {
+boost::asio::awaitable<std::invoke_result_t<Work>> callOnce(WorkLoad& load, Work work) {
+    const RunningWork counted(load);
     co_return work();
 }
 
 } // namespace detail
 
 /// Runs `work`, which may block or compute, on a thread of `pool` and comes back to the caller's
-/// own executor with what it returned or threw. Work that has begun cannot be cancelled, so it
-/// must be bounded; the caller waits for its end.
+/// own executor with what it returned or threw. It cannot be cancelled, so it must be bounded: the
+/// caller waits for its end, and learns of a cancellation at what it awaits next.
 template <typename Work>
 boost::asio::awaitable<std::invoke_result_t<Work>> runOnWorkPool(boost::asio::thread_pool& pool,
                                                                  Work work) {
-    auto call = detail::callOnce<Work>(std::move(work));
-    co_return co_await boost::asio::co_spawn(pool, std::move(call), boost::asio::use_awaitable);
+    WorkLoad& load = WorkLoad::of(pool);
+    load.addWaiting();
+    auto call = detail::callOnce<Work>(load, std::move(work));
+    // A cancellation that reached the pool before the work began would end the process.
+    auto uncancelled = boost::asio::bind_cancellation_slot(boost::asio::cancellation_slot(),
+                                                           boost::asio::use_awaitable);
+    co_return co_await boost::asio::co_spawn(pool, std::move(call), uncancelled);
 }
 
 } // namespace lumivane::service
