@@ -25,7 +25,11 @@ asio::awaitable<bool> writeResponse(ConnectionStream& stream, HttpResponse respo
     message.set(http::field::cache_control, "no-store");
     message.set("X-Content-Type-Options", "nosniff");
     for (const auto& [field, value] : response.headers) {
-        message.set(field, value);
+        if (boost::beast::iequals(field, "Set-Cookie")) {
+            message.insert(field, value);
+        } else {
+            message.set(field, value);
+        }
     }
     message.keep_alive(after == AfterAnswer::keepOpen);
     if (!isBodyless) {
