@@ -3,7 +3,7 @@
 JOBS ?= $(shell nproc)
 export CTEST_OUTPUT_ON_FAILURE = 1
 
-.PHONY: run install uninstall test bench gallery local-up local-down format lint check clean \
+.PHONY: run install uninstall test bench bench-service gallery local-up local-down format lint check clean \
   deps-run deps-test build
 
 run: deps-run
@@ -22,6 +22,11 @@ test: deps-test build
 
 bench: deps-test
 	scripts/bench
+
+# The figures of the service alone. MINUTES=10 for the long run of mixed load.
+MINUTES ?= 1
+bench-service: deps-test
+	scripts/bench-service "$(MINUTES)"
 
 # A picture of every floating panel in every state, and one contact sheet of them.
 gallery: deps-run
