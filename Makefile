@@ -3,7 +3,8 @@
 JOBS ?= $(shell nproc)
 export CTEST_OUTPUT_ON_FAILURE = 1
 
-.PHONY: run install uninstall test bench bench-service gallery local-up local-down format lint check clean \
+.PHONY: run install uninstall test bench bench-service fuzz gallery local-up local-up-containers \
+  local-up-process local-down format lint check clean \
   deps-run deps-test build
 
 run: deps-run
@@ -28,6 +29,10 @@ MINUTES ?= 1
 bench-service: deps-test
 	scripts/bench-service "$(MINUTES)"
 
+# Hostile input to everything that reads any, for SECONDS each.
+fuzz: deps-test
+	scripts/fuzz $(SECONDS)
+
 # A picture of every floating panel in every state, and one contact sheet of them.
 gallery: deps-run
 	cmake --preset dev
@@ -35,13 +40,19 @@ gallery: deps-run
 	build/dev/tools/overlay-gallery/overlay-gallery build/dev/gallery \
 	  --sheet build/dev/gallery/sheet.png
 
-local-up: deps-run
+# CONTAINER=1 starts service and database in containers instead.
+local-up: $(if $(CONTAINER),local-up-containers,local-up-process)
+
+local-up-containers:
+	scripts/local-up --container
+
+local-up-process: deps-run
 	cmake --preset dev
 	cmake --build --preset dev --parallel $(JOBS) --target lumivane-service
 	scripts/local-up
 
 local-down:
-	scripts/local-down
+	scripts/local-down $(if $(CONTAINER),--container)
 
 format:
 	scripts/format

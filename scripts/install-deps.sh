@@ -61,6 +61,10 @@ test_packages=(
   trayer xfce4-panel
   # the desktop's keyring
   gnome-keyring
+  # the description of the service's answers, compared with them
+  python3-jsonschema python3-yaml
+  # a browser for logins
+  chromium
 )
 
 usage() { sed -n '2,8s/^# \{0,1\}//p' "$0"; }

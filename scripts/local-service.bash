@@ -59,3 +59,33 @@ answers() {
     exec 8>&-
     [[ "$line" == "HTTP/1.1 200 "* ]]
 }
+
+# docker or podman, whichever is there, with the compose file of this tree. The database's password
+# is made at the first use; nobody has to know it.
+compose() {
+    local engine password_file="${XDG_DATA_HOME:-$HOME/.local/share}/lumivane-service/database-password"
+    engine="$(command -v docker || command -v podman)" || {
+        echo "local-up: neither docker nor podman is there" >&2
+        return 1
+    }
+    if [[ ! -s "$password_file" ]]; then
+        mkdir -p -m 0700 "${password_file%/*}"
+        (umask 077 && od -An -N 24 -tx1 /dev/urandom | tr -d ' \n' >"$password_file")
+    fi
+    LUMIVANE_DATABASE_PASSWORD="$(cat "$password_file")" \
+        "$engine" compose --file "$root/packaging/compose.yaml" "$@"
+}
+
+start_containers() {
+    local url="http://127.0.0.1:${LUMIVANE_SERVICE_PORT:-8787}"
+    compose up --build --detach --wait || return 1
+    for _ in $(seq 100); do
+        if answers "$url" 2>/dev/null; then
+            echo "The service is running on $url (log: compose logs, project lumivane)."
+            return 0
+        fi
+        sleep 0.1
+    done
+    echo "local-up: the service does not answer on $url" >&2
+    return 1
+}

@@ -9,6 +9,7 @@
 #include "server/application/ServiceAuthorizer.h"
 #include "server/configuration/DevelopmentToken.h"
 #include "server/http/HttpServer.h"
+#include "server/profile/ProfileRoutes.h"
 #include "server/store/Database.h"
 #include "server/work/WorkLoad.h"
 
@@ -71,11 +72,12 @@ struct LumivaneService::Parts {
         , database(Database::open(databaseSettings(chosen.accounts)))
         , accounts(makeAccountServices(*database, clock, sessionSettings(chosen.accounts),
                                        makeLimiter(chosen.accounts.refreshesPerMinute)))
+        , profiles(*database, clock)
         , engine(makeConfiguredEngine(chosen, analysisPool))
         , sessions(*database, clock, storePool)
         , authorizer(token, sessions)
         , server(networkContext, Router(authorizer, routes()), ServerLimits{}, std::move(log),
-                 metrics,
+                 &metrics,
                  chosen.accounts.isBehindProxy ? ForwardedAddress::believed
                                                : ForwardedAddress::ignored) {
         addLoad(metrics, "store", WorkLoad::of(storePool));
@@ -91,6 +93,7 @@ struct LumivaneService::Parts {
         auto all = operationRoutes(metrics, [this] { return engine->answersLeetCode(); });
         append(all, analysisRoutes(*engine, analysisPool));
         append(all, accountRoutes(accounts, storePool));
+        append(all, profileRoutes(profiles, storePool));
         setRouteRates(all, configuration.accounts);
         return all;
     }
@@ -102,6 +105,7 @@ struct LumivaneService::Parts {
     ServerMetrics metrics;
     std::unique_ptr<Database> database;
     AccountServices accounts;
+    ProfileServices profiles;
     asio::thread_pool storePool{storeThreads};
     asio::thread_pool analysisPool{analysisThreads};
     std::unique_ptr<AnalysisEngine> engine;
@@ -126,6 +130,7 @@ void LumivaneService::start() {
         address.reach = ListenAddress::Reach::anyAddress;
     }
     parts.server.listen(address);
+    refreshHandleFilter(parts.profiles, parts.storePool);
     auto deleting =
         keepDeletingExpiredRows(*parts.database, parts.clock, parts.storePool, expiryInterval);
     // It ends by being cancelled, which is no failure.

@@ -52,6 +52,8 @@ constexpr std::array settingKeys{
 
 } // namespace
 
+std::span<const SettingKey> allSettings() { return settingKeys; }
+
 std::optional<SettingText> take(const SettingTexts& settings, const std::string& key) {
     const auto found = settings.find(key);
     return found == settings.end() ? std::nullopt : std::optional(found->second);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,9 @@ struct SettingText {
 };
 
 using SettingTexts = std::map<std::string, SettingText>;
+
+/// Every setting there is.
+std::span<const SettingKey> allSettings();
 
 /// What was set under a key; none when nothing was.
 std::optional<SettingText> take(const SettingTexts& settings, const std::string& key);

@@ -50,17 +50,17 @@ tcp::endpoint endpointOf(const ListenAddress& address) {
 } // namespace
 
 HttpServer::HttpServer(asio::io_context& context, Router router, ServerLimits limits, LogWriter log,
-                       ServerMetrics& metrics, ForwardedAddress forwarded)
+                       ServerMetrics* metrics, ForwardedAddress forwarded)
     : m_context(context)
-    , m_shared(std::make_unique<ServerShared>(ServerShared{std::move(router), limits,
-                                                           BodyBudget(limits.allBodyBytes),
-                                                           std::move(log), metrics, forwarded}))
+    , m_shared(std::make_unique<ServerShared>(
+          ServerShared{std::move(router), limits, BodyBudget(limits.allBodyBytes), std::move(log),
+                       metrics != nullptr ? *metrics : m_ownMetrics, forwarded}))
     , m_acceptor(context)
     , m_stopTimer(context) {
-    metrics.addGauge("lumivane_http_connections", "Open connections.",
-                     [this] { return static_cast<double>(m_connections.size()); });
-    metrics.addGauge("lumivane_http_body_bytes", "Bytes of request bodies at work.",
-                     [this] { return static_cast<double>(m_shared->bodyBudget.used()); });
+    m_shared->metrics.addGauge("lumivane_http_connections", "Open connections.",
+                               [this] { return static_cast<double>(m_connections.size()); });
+    m_shared->metrics.addGauge("lumivane_http_body_bytes", "Bytes of request bodies at work.",
+                               [this] { return static_cast<double>(m_shared->bodyBudget.used()); });
 }
 
 HttpServer::~HttpServer() = default;

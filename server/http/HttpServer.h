@@ -46,9 +46,11 @@ struct ListenAddress {
 /// has ended, and the server must live until then.
 class HttpServer {
 public:
-    /// The metrics must outlive the server, which adds its connections and bodies to them.
+    /// The metrics, to which the server adds its connections and bodies, must outlive it; without
+    /// any it counts for itself alone.
     HttpServer(boost::asio::io_context& context, Router router, ServerLimits limits, LogWriter log,
-               ServerMetrics& metrics, ForwardedAddress forwarded = ForwardedAddress::ignored);
+               ServerMetrics* metrics = nullptr,
+               ForwardedAddress forwarded = ForwardedAddress::ignored);
     ~HttpServer();
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
@@ -71,6 +73,7 @@ private:
     void beginStop();
 
     boost::asio::io_context& m_context;
+    ServerMetrics m_ownMetrics;
     std::unique_ptr<ServerShared> m_shared;
     boost::asio::ip::tcp::acceptor m_acceptor;
     boost::asio::steady_timer m_stopTimer;

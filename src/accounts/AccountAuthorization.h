@@ -19,6 +19,7 @@ class AccountAuthorization final : public QObject {
 public:
     AccountAuthorization(const AuthenticationPorts& ports, AccountStatus& status,
                          SessionKeeper& keeper);
+    ~AccountAuthorization() override;
 
     /// A login that is complete but for a takeover. Set once.
     std::function<void(const DeviceTakeoverRequired&, AuthProvider, std::uint64_t generation)>
@@ -33,7 +34,8 @@ public:
     std::function<void()> onDeleteFailure;
 
     /// Runs the login. How it ended stands in the status; nothing is thrown. Whatever comes after
-    /// the session has changed is dropped.
+    /// the session has changed is dropped. One login at a time: another call takes the place of one
+    /// that is not complete yet, and that one then ends without touching anything.
     QCoro::Task<void> authorize(AuthProvider provider, AuthIntent intent);
 
     /// What the service is told of this machine; none when the keyring does not say.
@@ -42,9 +44,14 @@ public:
 private:
     using Self = QPointer<AccountAuthorization>;
 
+    struct Login;
+
     AuthenticationPorts m_ports;
     AccountStatus& m_status;
     SessionKeeper& m_keeper;
+    std::stop_source m_login{std::nostopstate}; ///< of the login that is not complete yet
+    std::optional<AuthProvider> m_underWay;     ///< its provider
+    std::stop_source m_life;
 };
 
 } // namespace lumivane

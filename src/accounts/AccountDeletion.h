@@ -1,6 +1,9 @@
 #pragma once
 
 #include "accounts/AccountAuthorization.h"
+#include "accounts/SessionEpoch.h"
+
+#include <memory>
 
 namespace lumivane {
 
@@ -14,9 +17,12 @@ public:
                     AccountAuthorization& authorization);
 
     QCoro::Task<void> deleteAccount(AuthProvider provider);
+
+    /// Does nothing while a deletion is under way.
     QCoro::Task<void> retry();
 
-    /// The re-authentication yielded a proof: deletes, or throws.
+    /// The re-authentication yielded a proof, which lives: deletes. How it ended stands in the
+    /// status; throws nothing but Cancelled.
     QCoro::Task<void> finish(DeleteReauthentication proof, std::uint64_t generation,
                              std::stop_token stop);
 
@@ -29,11 +35,19 @@ public:
 private:
     using Self = QPointer<AccountDeletion>;
 
+    static QCoro::Task<void> deleteWith(Self self, SecretText proof, SessionEpoch epoch,
+                                        std::stop_token stop);
+    static QCoro::Task<void> endSession(Self self);
+
+    bool hasLivingProof() const;
+    bool isUnderWay() const;
+
     AuthenticationPorts m_ports;
     AccountStatus& m_status;
     SessionKeeper& m_keeper;
     AccountAuthorization& m_authorization;
     std::optional<DeleteReauthentication> m_pendingProof;
+    std::weak_ptr<const SessionEpoch> m_underWay; ///< of the last deletion, while it runs
 };
 
 } // namespace lumivane

@@ -8,6 +8,7 @@
 #include <QUrl>
 #include <QUuid>
 
+#include <algorithm>
 #include <optional>
 #include <variant>
 #include <vector>
@@ -23,6 +24,11 @@ struct UserSummary {
     std::optional<QString> verifiedEmail;
     std::vector<AuthProvider> linkedProviders; ///< in the service's order
     QString handle;                            ///< without its "@"
+
+    bool isLinked(AuthProvider provider) const {
+        return std::find(linkedProviders.begin(), linkedProviders.end(), provider) !=
+               linkedProviders.end();
+    }
 
     bool operator==(const UserSummary&) const = default;
 };

@@ -80,6 +80,7 @@ private:
     AccountAuthorization m_authorization;
     DeviceTakeover m_takeover;
     AccountDeletion m_deletion;
+    UserChanges m_changes;
     LinkedAccounts m_linked;
     HandleField m_handleField;
     DisplayNameField m_displayNameField;

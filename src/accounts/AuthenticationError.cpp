@@ -41,4 +41,16 @@ QString AuthenticationError::errorDescription() const {
     return QString(toLatin1(rows[static_cast<std::size_t>(errorCase)].description));
 }
 
+bool isCase(const std::exception_ptr& error, AuthenticationError::Case errorCase) {
+    if (error) {
+        try {
+            std::rethrow_exception(error);
+        } catch (const AuthenticationError& found) {
+            return found.errorCase == errorCase;
+        } catch (...) { // no error of accounts
+        }
+    }
+    return false;
+}
+
 } // namespace lumivane

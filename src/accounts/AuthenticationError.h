@@ -4,6 +4,7 @@
 #include "domain/DescribedError.h"
 
 #include <array>
+#include <exception>
 #include <string_view>
 
 namespace lumivane {
@@ -40,5 +41,8 @@ public:
 
     Case errorCase;
 };
+
+/// Whether a caught exception is an AuthenticationError of this case; false for none.
+bool isCase(const std::exception_ptr& error, AuthenticationError::Case errorCase);
 
 } // namespace lumivane

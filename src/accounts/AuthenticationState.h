@@ -2,6 +2,7 @@
 
 #include "accounts/AccountRecords.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 #include <variant>
@@ -113,6 +114,10 @@ public:
 
     /// The list of `available`; empty in every other case.
     const std::vector<AuthProvider>& providers() const { return m_providers; }
+
+    bool offers(AuthProvider provider) const {
+        return std::find(m_providers.begin(), m_providers.end(), provider) != m_providers.end();
+    }
 
     bool operator==(const ProviderAvailability&) const = default;
 

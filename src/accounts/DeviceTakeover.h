@@ -13,12 +13,18 @@ class DeviceTakeover final : public QObject {
 public:
     DeviceTakeover(const AuthenticationPorts& ports, AccountStatus& status, SessionKeeper& keeper,
                    AccountAuthorization& authorization);
+    ~DeviceTakeover() override;
 
     /// Puts the question to the user and starts the clock.
     void enter(const DeviceTakeoverRequired& required, AuthProvider provider,
                std::uint64_t generation);
 
+    /// Moves the account. How that ended stands in the status; nothing is thrown. An answer that
+    /// comes after the question was closed counts all the same, as long as the session is the one
+    /// it was asked for: the service has moved the account by then.
     QCoro::Task<void> confirm();
+
+    /// Leaves the account where it is. The service is not told; its ticket lapses.
     void cancel();
 
     /// Starts out with this question, for tests of the views; its time never runs out.
@@ -30,6 +36,10 @@ public:
 private:
     using Self = QPointer<DeviceTakeover>;
 
+    struct Confirmation;
+
+    static QCoro::Task<void> expireAt(Self self, Clock& clock, QDateTime at,
+                                      std::uint64_t generation, std::stop_token stop);
     void scheduleExpiry(const QDateTime& at, std::uint64_t generation);
     void expire();
     void finish(std::optional<QString> message);
@@ -39,6 +49,8 @@ private:
     SessionKeeper& m_keeper;
     AccountAuthorization& m_authorization;
     TaskHandle m_expiryTask;
+    std::uint64_t m_lastConfirmation = 0;
+    std::stop_source m_life;
 };
 
 } // namespace lumivane

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "accounts/SessionKeeper.h"
-#include "async/TaskHandle.h"
+#include "accounts/ShownFieldState.h"
+#include "accounts/UserChanges.h"
 
 namespace lumivane {
 
@@ -10,12 +10,11 @@ class DisplayNameField final : public QObject {
     Q_OBJECT
 
 public:
-    static constexpr std::chrono::seconds savedShown{2};
-    static constexpr std::chrono::seconds troubleShown{4};
+    DisplayNameField(const AuthenticationPorts& ports, AccountStatus& status, SessionKeeper& keeper,
+                     UserChanges& changes);
 
-    DisplayNameField(const AuthenticationPorts& ports, AccountStatus& status,
-                     SessionKeeper& keeper);
-
+    /// Saves the draft. A later commit takes the place of one that is not sent yet, and what is
+    /// shown is what becomes of the last.
     QCoro::Task<void> commit(QString draft);
     void revert();
 
@@ -25,10 +24,15 @@ public:
 private:
     using Self = QPointer<DisplayNameField>;
 
+    static QCoro::Task<void> save(Self self, QString name, int commit);
+
     AuthenticationPorts m_ports;
     AccountStatus& m_status;
     SessionKeeper& m_keeper;
-    TaskHandle m_statusTask;
+    UserChanges& m_changes;
+    ShownFieldState m_shown;
+    std::optional<QString> m_saving; ///< the name that is being saved
+    int m_lastCommit = 0;
 };
 
 } // namespace lumivane

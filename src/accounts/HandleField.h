@@ -1,7 +1,9 @@
 #pragma once
 
-#include "accounts/SessionKeeper.h"
-#include "async/TaskHandle.h"
+#include "accounts/ShownFieldState.h"
+#include "accounts/UserChanges.h"
+
+#include <memory>
 
 namespace lumivane {
 
@@ -10,10 +12,8 @@ class HandleField final : public QObject {
     Q_OBJECT
 
 public:
-    static constexpr std::chrono::seconds savedShown{2};
-    static constexpr std::chrono::seconds troubleShown{4};
-
-    HandleField(const AuthenticationPorts& ports, AccountStatus& status, SessionKeeper& keeper);
+    HandleField(const AuthenticationPorts& ports, AccountStatus& status, SessionKeeper& keeper,
+                UserChanges& changes);
 
     /// Brings the filter of taken handles in, once per session unless forced. Failures are silent.
     QCoro::Task<void> primeFilter(bool force);
@@ -21,6 +21,8 @@ public:
     /// The text changed.
     void draftChanged(const QString& draft);
 
+    /// Saves the draft when it can be had. A later commit takes the place of one that is not sent
+    /// yet. What becomes of it is shown unless the user has gone on typing.
     QCoro::Task<void> commit(QString draft);
     void revert(const QString& draft);
 
@@ -30,11 +32,24 @@ public:
 private:
     using Self = QPointer<HandleField>;
 
+    struct Commit;
+
+    static QCoro::Task<void> check(Self self, QString draft, QString currentHandle,
+                                   SessionEpoch epoch, std::stop_token stop);
+    static QCoro::Task<ProfileFieldState> serverAvailability(Self self, QString handle,
+                                                             UnlockPrompt prompt,
+                                                             SessionEpoch epoch,
+                                                             std::stop_token stop);
+
     AuthenticationPorts m_ports;
     AccountStatus& m_status;
     SessionKeeper& m_keeper;
+    UserChanges& m_changes;
+    ShownFieldState m_shown;
     TaskHandle m_checkTask;
-    TaskHandle m_statusTask;
+    std::weak_ptr<Commit> m_saving; ///< the last commit that came as far
+    int m_lastEdit = 0;             ///< counts what the user typed and committed
+    int m_lastCommit = 0;
     bool m_filterRequested = false;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "accounts/AccountAuthorization.h"
+#include "accounts/UserChanges.h"
 
 namespace lumivane {
 
@@ -11,7 +12,7 @@ class LinkedAccounts final : public QObject {
 
 public:
     LinkedAccounts(const AuthenticationPorts& ports, AccountStatus& status, SessionKeeper& keeper,
-                   AccountAuthorization& authorization);
+                   AccountAuthorization& authorization, UserChanges& changes);
 
     QCoro::Task<void> loadProviders(bool force);
     QCoro::Task<void> signIn(AuthProvider provider);
@@ -22,10 +23,16 @@ public:
 private:
     using Self = QPointer<LinkedAccounts>;
 
+    bool canUnlink(AuthProvider provider) const;
+    void adopt(LinkedDeviceList list);
+
     AuthenticationPorts m_ports;
     AccountStatus& m_status;
     SessionKeeper& m_keeper;
     AccountAuthorization& m_authorization;
+    UserChanges& m_changes;
+    int m_providerLoad = 0; ///< the last one; what an earlier one finds out is out of date
+    int m_deviceLoad = 0;
 };
 
 } // namespace lumivane

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -81,13 +82,51 @@ public:
 
 private:
     using Self = QPointer<SessionKeeper>;
+    using Exchange = std::shared_ptr<RefreshExchange>;
+
+    struct Trouble {
+        std::exception_ptr error; ///< none when all went well
+    };
+
+    // The token
+    bool hasTokenFor(std::chrono::seconds minimumValidity) const;
+    bool isPast(const QDateTime& date) const;
+    StoredSession sessionToRefresh() const;
+    QCoro::Task<SecretText> refreshed(StoredSession session, UnlockPrompt prompt,
+                                      std::stop_token stop);
+    static QCoro::Task<void> perform(Self self, AuthenticationPorts ports, Exchange exchange,
+                                     StoredSession session, UnlockPrompt prompt);
+    QCoro::Task<SecretText> takeOver(Exchange exchange, UnlockPrompt prompt, std::stop_token stop);
+    static void requireCurrent(const Self& self, const RefreshExchange& exchange);
+    QCoro::Task<void> handleFailure(Exchange exchange, std::exception_ptr error,
+                                    UnlockPrompt prompt);
+    void hold(const AuthCredentials& login, const StoredSession& session);
+    void release(const Exchange& exchange);
+    void cancelRefresh();
+
+    // Its return
+    QCoro::Task<void> bringBack(UnlockPrompt prompt);
+    QCoro::Task<void> bringBackHeld();
+    QCoro::Task<Trouble> troubleWithToken(UnlockPrompt prompt);
+    QCoro::Task<void> removeUnusable(UnlockPrompt prompt, std::uint64_t generation);
+    QCoro::Task<void> removeRefused(UnlockPrompt prompt, std::uint64_t generation);
+    bool isRestoring(std::uint64_t generation) const;
+    bool hasFailedToClearSince(std::uint64_t generation) const;
+    void showNotRestored();
+
+    // Its end
+    void endEpoch();
+    QCoro::Task<bool> cleared(UnlockPrompt prompt, QString troubleMessage);
+    bool isSignedOut(std::uint64_t generation) const;
 
     AuthenticationPorts m_ports;
     AccountStatus& m_status;
     std::optional<AuthCredentials> m_credentials;
     std::optional<StoredSession> m_storedSession;
-    std::shared_ptr<RefreshExchange> m_refresh; ///< the one under way
+    Exchange m_refresh; ///< the one under way, until its owner is through with it
     std::uint64_t m_generation = 0;
+    bool m_isRestoring = false;
+    bool m_isStoreUnread = false; ///< the keyring gave nothing away, and may do so when asked again
 };
 
 } // namespace lumivane

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
+
 namespace lumivane::service {
 
 class AccountConfigurationTest : public testing::Test {
@@ -141,6 +144,17 @@ TEST_F(AccountConfigurationTest, ReadsAProvidersAddresses) {
     EXPECT_EQ(github.tokenUrl, "https://g.example/token");
     EXPECT_EQ(github.userUrl, "https://g.example/user");
     EXPECT_EQ(github.emailsUrl, "https://g.example/emails");
+}
+
+TEST_F(AccountConfigurationTest, EverySettingIsInTheGuide) {
+    std::ifstream file(std::string(LUMIVANE_SCRIPTS_FOLDER) + "/../docs/SERVICE.md");
+    std::ostringstream guide;
+    guide << file.rdbuf();
+    ASSERT_FALSE(allSettings().empty());
+    for (const SettingKey& setting : allSettings()) {
+        const std::string quoted = "`" + std::string(setting.key) + "`";
+        EXPECT_NE(guide.str().find(quoted), std::string::npos) << setting.key;
+    }
 }
 
 } // namespace lumivane::service

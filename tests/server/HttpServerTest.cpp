@@ -303,8 +303,7 @@ TEST(HttpServer, LogsOneLineForEachRequestAndNothingOfWhatItHeld) {
 TEST(HttpServer, ListensOnLoopbackAlone) {
     boost::asio::io_context context;
     StaticTokenAuthorizer authorizer("x");
-    ServerMetrics metrics;
-    HttpServer server(context, Router(authorizer, {}), {}, {}, metrics);
+    HttpServer server(context, Router(authorizer, {}), {}, {});
     for (const char* address : {"0.0.0.0", "192.168.1.1", "::", "localhost", "", "127.1"}) {
         ListenAddress wanted;
         wanted.address = address;
@@ -315,8 +314,7 @@ TEST(HttpServer, ListensOnLoopbackAlone) {
 TEST(HttpServer, BehindAProxyAnyAddressButNoNameIsTaken) {
     boost::asio::io_context context;
     StaticTokenAuthorizer authorizer("x");
-    ServerMetrics metrics;
-    HttpServer server(context, Router(authorizer, {}), {}, {}, metrics);
+    HttpServer server(context, Router(authorizer, {}), {}, {});
     ListenAddress wanted;
     wanted.port = 0;
     wanted.reach = ListenAddress::Reach::anyAddress;

@@ -34,13 +34,15 @@ protected:
 
     ~LocalScriptsTest() override { script("local-down"); }
 
-    ScriptResult script(const std::string& name) const {
+    // The name may be followed by switches; `variables` stand before the command.
+    ScriptResult script(const std::string& name, const std::string& variables = "") const {
         const auto build =
             std::filesystem::path(LUMIVANE_SERVICE_EXECUTABLE).parent_path().parent_path().string();
+        const std::string path = std::string("'") + LUMIVANE_SCRIPTS_FOLDER + "'/" + name;
         const std::string command =
-            "HOME='" + folder.path().string() + "' XDG_RUNTIME_DIR='" + run.string() +
+            variables + "HOME='" + folder.path().string() + "' XDG_RUNTIME_DIR='" + run.string() +
             "' XDG_DATA_HOME= XDG_CONFIG_HOME= LUMIVANE_SERVICE_PORT=0 LUMIVANE_BUILD_DIR='" +
-            build + "' '" + LUMIVANE_SCRIPTS_FOLDER + "/" + name + "' 2>&1";
+            build + "' " + path + " 2>&1";
         ScriptResult result;
         FILE* pipe = ::popen(command.c_str(), "r");
         std::array<char, 1024> bytes{};
@@ -101,6 +103,30 @@ TEST_F(LocalScriptsTest, SaysWhyTheServiceDoesNotStart) {
     const auto failed = script("local-up");
     EXPECT_EQ(failed.status, 1);
     EXPECT_NE(failed.output.find("unknown configuration key \"prot\""), std::string::npos);
+}
+
+TEST_F(LocalScriptsTest, ContainersAreStartedOnlyWhenAskedFor) {
+    const auto engine = folder.path() / "bin";
+    std::filesystem::create_directory(engine);
+    std::ofstream(engine / "docker") << "#!/bin/sh\necho \"asked: $*\"\n"
+                                        "test -n \"$LUMIVANE_DATABASE_PASSWORD\"\n";
+    std::filesystem::permissions(engine / "docker", std::filesystem::perms(0755));
+    const std::string withEngine = "PATH='" + engine.string() + ":'\"$PATH\" ";
+    EXPECT_EQ(script("local-up", withEngine).output.find("asked"), std::string::npos);
+    EXPECT_EQ(script("local-down", withEngine).output, "The service has stopped.\n");
+    const auto down = script("local-down --container", withEngine);
+    EXPECT_EQ(down.status, 0) << down.output;
+    EXPECT_NE(down.output.find("packaging/compose.yaml down\n"), std::string::npos);
+    const auto byVariable = script("local-down", withEngine + "LUMIVANE_CONTAINER=1 ");
+    EXPECT_NE(byVariable.output.find("packaging/compose.yaml down\n"), std::string::npos);
+    const auto password = folder.path() / ".local/share/lumivane-service/database-password";
+    EXPECT_EQ(std::filesystem::file_size(password), 48U);
+    EXPECT_EQ(std::filesystem::status(password).permissions(), std::filesystem::perms(0600));
+}
+
+TEST_F(LocalScriptsTest, OtherSwitchesAreRefused) {
+    EXPECT_EQ(script("local-up --containers").status, 2);
+    EXPECT_EQ(script("local-down --all").status, 2);
 }
 
 } // namespace lumivane::service

@@ -50,7 +50,7 @@ RunningServer::RunningServer(ServerLimits limits, ForwardedAddress forwarded,
               const std::lock_guard lock(m_mutex);
               m_log += line + "\n";
           },
-          m_metrics, forwarded) {
+          &m_metrics, forwarded) {
     ListenAddress address;
     address.port = 0;
     m_server.listen(address);

@@ -29,8 +29,8 @@ MonotonicInstant ManualClock::now() const { return {nanoseconds(m_elapsed.load()
 
 QDateTime ManualClock::wallNow() const {
     const QDateTime origin(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::UTC);
-    return origin.addMSecs(
-        std::chrono::duration_cast<std::chrono::milliseconds>(now().sinceOrigin).count());
+    const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(now().sinceOrigin);
+    return origin.addMSecs((elapsed + m_wallOffset).count());
 }
 
 std::unique_ptr<ClockTimer> ManualClock::after(nanoseconds delay, std::function<void()> callback) {

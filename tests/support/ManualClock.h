@@ -22,6 +22,9 @@ public:
 
     void advance(std::chrono::nanoseconds duration);
 
+    /// Sets the wall clock by so much, as a user or a time server does; no timer hears of it.
+    void jumpWall(std::chrono::milliseconds distance) { m_wallOffset += distance; }
+
     /// How many timers are running; a wait that was cancelled leaves none behind.
     std::size_t timerCount() const { return m_timers->size(); }
 
@@ -41,6 +44,7 @@ private:
                                     std::function<void()> callback);
 
     std::atomic<std::chrono::nanoseconds::rep> m_elapsed{0};
+    std::chrono::milliseconds m_wallOffset{0};
     std::shared_ptr<Timers> m_timers = std::make_shared<Timers>();
     std::uint64_t m_lastId = 0;
 };

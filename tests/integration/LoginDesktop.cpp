@@ -1,0 +1,142 @@
+#include "integration/LoginDesktop.h"
+
+#include "support/EventLoop.h"
+#include "support/XTestProcess.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <csignal>
+#include <stdexcept>
+
+namespace lumivane::test {
+
+namespace {
+
+constexpr auto scheme = "com.marnoth.lumivane.oauth";
+constexpr int longestStart = 20000; ///< milliseconds, a bound for what is broken
+
+void write(const QString& path, const QByteArray& contents, bool isProgram = false) {
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size()) {
+        throw std::runtime_error("a file of the desktop cannot be written");
+    }
+    if (isProgram) {
+        file.setPermissions(file.permissions() | QFile::ExeOwner);
+    }
+}
+
+QByteArray contentsOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// A desktop entry's own words, with the program that stands for the installed one.
+QByteArray programEntry(const QString& program) {
+    QByteArray entry = contentsOf(QStringLiteral(LUMIVANE_DESKTOP_TEMPLATE));
+    entry.replace("@LUMIVANE_INSTALLED_PROGRAM@", program.toUtf8());
+    return entry;
+}
+
+} // namespace
+
+LoginDesktop::Surroundings::Surroundings(const QProcessEnvironment& environment) {
+    for (const char* name : {"DBUS_SESSION_BUS_ADDRESS", "DISPLAY", "XDG_RUNTIME_DIR"}) {
+        m_before[name] =
+            qEnvironmentVariableIsSet(name) ? std::optional(qgetenv(name)) : std::nullopt;
+        qputenv(name, environment.value(QString::fromLatin1(name)).toUtf8());
+    }
+}
+
+LoginDesktop::Surroundings::~Surroundings() {
+    for (auto before = m_before.cbegin(); before != m_before.cend(); ++before) {
+        if (before.value()) {
+            qputenv(before.key().constData(), *before.value());
+        } else {
+            qunsetenv(before.key().constData());
+        }
+    }
+}
+
+LoginDesktop::LoginDesktop(const QString& origin) {
+    home.setSessionBus(bus.address());
+    home.environment.remove(u"BROWSER"_qs);
+    home.environment.remove(u"XDG_CURRENT_DESKTOP"_qs);
+    installBrowser(origin);
+    installProgram();
+    QProcess database;
+    database.setProcessEnvironment(environment());
+    database.start(u"update-desktop-database"_qs, {home.path(u"DATA/applications"_qs)});
+    if (!database.waitForFinished(longestStart) || database.exitCode() != 0) {
+        throw std::runtime_error("the desktop's list of handlers cannot be written");
+    }
+    m_surroundings.emplace(environment());
+}
+
+LoginDesktop::~LoginDesktop() {
+    if (const auto process = browser()) {
+        ::kill(*process, SIGTERM);
+        if (!waitUntil([process] { return ::kill(*process, 0) != 0 && errno == ESRCH; })) {
+            ::kill(*process, SIGKILL);
+        }
+    }
+}
+
+void LoginDesktop::installBrowser(const QString& origin) const {
+    const QString profile = home.path(u"browser"_qs);
+    write(profile + u"/Default/Preferences"_qs,
+          R"({"protocol_handler":{"allowed_origin_protocol_pairs":{")" + origin.toUtf8() +
+              R"(":{")" + scheme + R"(":true}}}})");
+    const QString starter = home.path(u"start-browser"_qs);
+    write(starter,
+          "#!/bin/sh\necho $$ >'" + home.path(u"browser.pid"_qs).toUtf8() +
+              "'\nexec chromium --no-sandbox --headless=new --disable-gpu --no-first-run "
+              "--password-store=basic --user-data-dir='" +
+              profile.toUtf8() + "' \"$1\" </dev/null >'" + home.path(u"browser.log"_qs).toUtf8() +
+              "' 2>&1\n",
+          true);
+    write(home.path(u"DATA/applications/browser.desktop"_qs),
+          "[Desktop Entry]\nType=Application\nName=Browser\nExec=" + starter.toUtf8() +
+              " %u\nMimeType=x-scheme-handler/http;x-scheme-handler/https;\n");
+}
+
+void LoginDesktop::installProgram() const {
+    // The count of its starts is kept outside of it.
+    const QString starter = home.path(u"start-program"_qs);
+    write(starter,
+          "#!/bin/sh\necho >>'" + home.path(u"handlers"_qs).toUtf8() +
+              "'\nexec '" LUMIVANE_PROGRAM "' \"$@\"\n",
+          true);
+    write(home.path(u"DATA/applications/com.marnoth.Lumivane.desktop"_qs), programEntry(starter));
+}
+
+int LoginDesktop::open(const QString& address) const {
+    QProcess opener;
+    opener.setProcessEnvironment(environment());
+    opener.setStandardInputFile(QProcess::nullDevice());
+    startInOwnGroup(opener, u"xdg-open"_qs, {address});
+    // The event loop turns meanwhile: what is opened reaches this process.
+    const bool hasEnded = waitUntil([&] { return opener.state() == QProcess::NotRunning; });
+    endGroup(opener);
+    return hasEnded ? opener.exitCode() : -1;
+}
+
+int LoginDesktop::handlerCount() const {
+    return int(contentsOf(home.path(u"handlers"_qs)).count('\n'));
+}
+
+std::optional<pid_t> LoginDesktop::browser() const {
+    bool isNumber = false;
+    const int process = contentsOf(home.path(u"browser.pid"_qs)).trimmed().toInt(&isNumber);
+    return isNumber ? std::optional(pid_t(process)) : std::nullopt;
+}
+
+bool LoginDesktop::isBrowserRunning() const {
+    const auto process = browser();
+    return process && ::kill(*process, 0) == 0;
+}
+
+} // namespace lumivane::test
