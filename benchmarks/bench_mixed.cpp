@@ -9,6 +9,7 @@
 #include "ServiceLoad.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 
@@ -32,40 +33,48 @@ std::string refreshBytes(const Client& client) {
                             R"(","operation_id":")" + makeOperation() + "\"}");
 }
 
-// Ten kinds of requests in turn, among them two that are to be refused.
-std::string nextRequest(Client& client, int index, long round) {
-    const std::string& token = client.session.accessToken;
-    const std::string own = std::to_string(index) + "-" + std::to_string(round % 97);
-    client.expected = 200;
-    client.isRefreshing = false;
-    switch (round % 10) {
-    case 0:
-        client.isRefreshing = true;
-        return refreshBytes(client);
-    case 1:
-        return requestBytes("GET", "/v1/auth/me", token);
-    case 2:
-        return requestBytes("GET", "/v1/auth/devices", token);
-    case 3:
-        return requestBytes("PATCH", "/v1/auth/profile", token,
-                            R"({"handle":"mixed-)" + own + R"(","display_name":"Name )" + own +
-                                "\"}");
-    case 4:
-        return requestBytes("POST", "/v1/auth/handles/availability", token,
-                            R"({"handle":"wanted-)" + own + "\"}");
-    case 5:
-        return requestBytes("GET", "/v1/auth/handles/filter", token);
-    case 6:
-        client.expected = 409;
-        return requestBytes("PATCH", "/v1/auth/profile", token, R"({"handle":"admin"})");
-    case 7:
-        client.expected = 401;
-        return requestBytes("GET", "/v1/auth/me", "nobody");
-    case 8:
-        return requestBytes("GET", "/healthz", {});
-    default:
-        return analysisBytes(token);
+struct Kind {
+    const char* method;
+    const char* path;
+    const char* body; // "%" stands for what is the client's own in this round
+    int status = 200;
+};
+
+// What is asked besides refreshes and analyses, two of them to be refused.
+constexpr std::array<Kind, 7> kinds{{
+    {"GET", "/v1/auth/me", ""},
+    {"GET", "/v1/auth/devices", ""},
+    {"PATCH", "/v1/auth/profile", R"({"handle":"mixed-%","display_name":"Name %"})"},
+    {"POST", "/v1/auth/handles/availability", R"({"handle":"wanted-%"})"},
+    {"GET", "/v1/auth/handles/filter", ""},
+    {"PATCH", "/v1/auth/profile", R"({"handle":"admin"})", 409},
+    {"GET", "/v1/auth/nothing", "", 404},
+}};
+
+std::string filledIn(std::string_view text, const std::string& own) {
+    std::string filled;
+    for (const char character : text) {
+        filled += character == '%' ? own : std::string(1, character);
     }
+    return filled;
+}
+
+std::string nextRequest(Client& client, int index, long round) {
+    const std::string own = std::to_string(index) + "-" + std::to_string(round % 97);
+    const auto kind = static_cast<std::size_t>(round) % (kinds.size() + 3);
+    client.expected = 200;
+    client.isRefreshing = kind == kinds.size();
+    if (kind < kinds.size()) {
+        const Kind& chosen = kinds.at(kind);
+        client.expected = chosen.status;
+        return requestBytes(chosen.method, chosen.path, client.session.accessToken,
+                            filledIn(chosen.body, own));
+    }
+    if (client.isRefreshing) {
+        return refreshBytes(client);
+    }
+    return kind == kinds.size() + 1 ? requestBytes("GET", "/healthz", {})
+                                    : analysisBytes(client.session.accessToken);
 }
 
 bool accepted(Client& client, const LoadAnswer& answer) {
