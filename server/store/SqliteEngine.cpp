@@ -129,6 +129,9 @@ private:
         // What was deleted must not be found in the file by whoever gets hold of it later.
         sql << "PRAGMA secure_delete = ON";
         sql << "PRAGMA trusted_schema = OFF";
+        // In KiB, for each connection: the system keeps the file in memory already, and eight
+        // copies of the same pages would only make the service grow for its first hours.
+        sql << "PRAGMA cache_size = -256";
     }
 
     // An open file lives on after its name has gone, and would swallow every write.
