@@ -3,7 +3,7 @@
 JOBS ?= $(shell nproc)
 export CTEST_OUTPUT_ON_FAILURE = 1
 
-.PHONY: run install uninstall test bench fuzz gallery local-up local-up-containers \
+.PHONY: run install uninstall test bench bench-service fuzz gallery local-up local-up-containers \
   local-up-process local-down format lint check clean \
   deps-run deps-test build
 
@@ -23,6 +23,11 @@ test: deps-test build
 
 bench: deps-test
 	scripts/bench
+
+# The figures of the service alone. MINUTES=10 for the long run of mixed load.
+MINUTES ?= 1
+bench-service: deps-test
+	scripts/bench-service "$(MINUTES)"
 
 # Hostile input to everything that reads any, for SECONDS each.
 fuzz: deps-test

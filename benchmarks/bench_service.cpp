@@ -1,254 +1,131 @@
 // Starts the service as a process of its own and asks it at a steady rate over kept connections:
-// `healthz` 2,000 times a second, first alone, then while 50 analyses a second are at work. Each
-// time is taken from when the request was due, so a stall counts for all that it held up.
+// `healthz`, first alone, then beside analyses; analyses of 8 KB alone; refreshes over SQLite;
+// last, the memory of idle connections.
 //
-// usage: bench_service [SECONDS]   (3 by default)
-// Ends with 1 when a 95th percentile of healthz is 5 ms or more, or a request failed.
+// usage: bench_service [SECONDS]   (3 by default, for each figure)
+// Ends with 1 when a figure misses its bar or a request failed.
 
-#include <arpa/inet.h>
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include "SeededAccounts.h"
+#include "ServiceLoad.h"
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <string>
+#include <memory>
 #include <thread>
-#include <vector>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-using Milliseconds = std::chrono::duration<double, std::milli>;
+using namespace lumivane::bench;
 
 constexpr int healthRate = 2000;
 constexpr int healthConnections = 8;
 constexpr int analysisRate = 50;
-constexpr int analysisConnections = 2;
-constexpr double healthBar = 5.0;
-constexpr auto token = "token-of-the-load-client";
+constexpr int analysisConnections = 4;
+constexpr int refreshRate = 200;
+constexpr int refreshConnections = 16;
+constexpr int sessionsPerConnection = 10;
+constexpr int idleConnections = 1000;
 
-// The service keeps a database, which must not be anybody's own.
-std::filesystem::path makeFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "bench-service-XXXXXX").string();
-    return ::mkdtemp(name.data()) != nullptr ? name : std::string();
+bool holds(const char* what, double value, const char* unit, double bar) {
+    const bool isWithin = value < bar;
+    std::printf("%-34s %.2f %s, bar %.0f %s: %s\n", what, value, unit, bar, unit,
+                isWithin ? "ok" : "MISSED");
+    return isWithin;
 }
 
-class Service {
-public:
-    Service() {
-        int output[2];
-        if (::pipe2(output, O_CLOEXEC) != 0) {
-            return;
-        }
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-        char program[] = LUMIVANE_SERVICE_EXECUTABLE;
-        std::string home = "HOME=" + m_home.string();
-        char port[] = "LUMIVANE_SERVICE_PORT=0";
-        std::string variable = std::string("LUMIVANE_SERVICE_DEVELOPMENT_TOKEN=") + token;
-        char* const argv[] = {program, nullptr};
-        char* const envp[] = {home.data(), port, variable.data(), nullptr};
-        if (::posix_spawn(&m_process, program, &actions, nullptr, argv, envp) != 0) {
-            m_process = -1;
-        }
-        posix_spawn_file_actions_destroy(&actions);
-        ::close(output[1]);
-        char line[256] = {};
-        if (::read(output[0], line, sizeof line - 1) > 0 && std::strrchr(line, ':') != nullptr) {
-            m_port = std::atoi(std::strrchr(line, ':') + 1);
-        }
-        ::close(output[0]);
-    }
-
-    ~Service() {
-        if (m_process > 0) {
-            ::kill(m_process, SIGTERM);
-            ::waitpid(m_process, nullptr, 0);
-        }
-        std::error_code ignored;
-        std::filesystem::remove_all(m_home, ignored);
-    }
-
-    Service(const Service&) = delete;
-    Service& operator=(const Service&) = delete;
-
-    int port() const { return m_port; }
-
-    // Resident memory in KiB.
-    long memory() const {
-        long kib = 0;
-        const std::string path = "/proc/" + std::to_string(m_process) + "/status";
-        if (FILE* file = std::fopen(path.c_str(), "r")) {
-            char line[256];
-            while (std::fgets(line, sizeof line, file) != nullptr) {
-                std::sscanf(line, "VmRSS: %ld", &kib);
-            }
-            std::fclose(file);
-        }
-        return kib;
-    }
-
-private:
-    std::filesystem::path m_home = makeFolder();
-    pid_t m_process = -1;
-    int m_port = 0;
-};
-
-class Connection {
-public:
-    explicit Connection(int port)
-        : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<std::uint16_t>(port));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        const int on = 1;
-        ::setsockopt(m_socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        m_isGood =
-            ::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    }
-
-    ~Connection() { ::close(m_socket); }
-
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-
-    // Whether a 200 came back, read to its last byte.
-    bool ask(const std::string& request) {
-        if (!m_isGood || ::send(m_socket, request.data(), request.size(), MSG_NOSIGNAL) !=
-                             static_cast<ssize_t>(request.size())) {
-            return false;
-        }
-        std::string answer;
-        char bytes[8192];
-        while (!isWhole(answer)) {
-            const auto count = ::recv(m_socket, bytes, sizeof bytes, 0);
-            if (count <= 0) {
-                return false;
-            }
-            answer.append(bytes, static_cast<std::size_t>(count));
-        }
-        return answer.compare(0, 12, "HTTP/1.1 200") == 0;
-    }
-
-private:
-    static bool isWhole(const std::string& answer) {
-        const auto end = answer.find("\r\n\r\n");
-        const auto field = answer.find("Content-Length: ");
-        return end != std::string::npos && field != std::string::npos &&
-               answer.size() >= end + 4 + std::strtoul(answer.c_str() + field + 16, nullptr, 10);
-    }
-
-    int m_socket;
-    bool m_isGood = false;
-};
-
-struct Result {
-    std::vector<double> times; // milliseconds
-    long failures = 0;
-};
-
-Result askSteadily(int port, const std::string& request, int rate, int connections, int seconds) {
-    std::vector<Result> parts(static_cast<std::size_t>(connections));
-    std::vector<std::thread> threads;
-    const auto start = Clock::now() + std::chrono::milliseconds(50);
-    const auto interval = std::chrono::nanoseconds(1'000'000'000LL / rate);
-    for (int index = 0; index < connections; ++index) {
-        threads.emplace_back([&, index] {
-            Connection connection(port);
-            Result& part = parts[static_cast<std::size_t>(index)];
-            for (long turn = index; turn < static_cast<long>(rate) * seconds; turn += connections) {
-                const auto due = start + interval * turn;
-                std::this_thread::sleep_until(due);
-                if (!connection.ask(request)) {
-                    ++part.failures;
-                }
-                part.times.push_back(Milliseconds(Clock::now() - due).count());
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    Result whole;
-    for (const Result& part : parts) {
-        whole.times.insert(whole.times.end(), part.times.begin(), part.times.end());
-        whole.failures += part.failures;
-    }
-    std::sort(whole.times.begin(), whole.times.end());
-    return whole;
+bool passes(const char* name, const LoadResult& result, double bar) {
+    result.print(name);
+    return holds("  95th percentile", result.percentile(0.95), "ms", bar) && result.failures == 0;
 }
 
-double percentile(const Result& result, double share) {
-    if (result.times.empty()) {
-        return 0;
+bool measureHealth(int port, std::chrono::seconds duration) {
+    const LoadScript health = always(requestBytes("GET", "/healthz", {}));
+    const bool isGood = passes(
+        "healthz 2000/s", askSteadily(port, health, healthRate, healthConnections, duration), 5.0);
+    LoadResult analyses;
+    std::thread load([&] {
+        analyses = askSteadily(port, always(analysisBytes(loadToken)), analysisRate,
+                               analysisConnections, duration);
+    });
+    const LoadResult beside = askSteadily(port, health, healthRate, healthConnections, duration);
+    load.join();
+    analyses.print("v1/analyze 50/s beside healthz");
+    return passes("healthz 2000/s beside analyses", beside, 5.0) && analyses.failures == 0 &&
+           isGood;
+}
+
+bool measureAnalysis(int port, std::chrono::seconds duration) {
+    return passes("v1/analyze 50/s, 8 KB text",
+                  askSteadily(port, always(analysisBytes(loadToken)), analysisRate,
+                              analysisConnections, duration),
+                  50.0);
+}
+
+// Every connection walks through sessions of its own, so that a token comes back once its
+// successor is known.
+bool measureRefresh(const MeasuredService& service, std::chrono::seconds duration) {
+    SeededAccounts accounts(service.database());
+    std::vector<std::vector<std::string>> tokens(refreshConnections);
+    for (int index = 0; index < refreshConnections * sessionsPerConnection; ++index) {
+        tokens[static_cast<std::size_t>(index % refreshConnections)].push_back(
+            accounts.add("load-" + std::to_string(index)).refreshToken);
     }
-    const auto index =
-        static_cast<std::size_t>(share * static_cast<double>(result.times.size() - 1));
-    return result.times[index];
+    std::vector<std::size_t> places(refreshConnections, 0);
+    const auto place = [&](int index) -> std::string& {
+        const auto connection = static_cast<std::size_t>(index);
+        return tokens[connection][places[connection] % sessionsPerConnection];
+    };
+    const LoadScript script{[&](int index, long) {
+                                return requestBytes("POST", "/v1/auth/refresh", {},
+                                                    R"({"refresh_token":")" + place(index) +
+                                                        R"(","operation_id":")" + makeOperation() +
+                                                        "\"}");
+                            },
+                            [&](int index, const LoadAnswer& answer) {
+                                std::string token = textUnder("refresh_token", answer.body);
+                                const bool isGood = answer.status == 200 && !token.empty();
+                                if (isGood) {
+                                    place(index) = std::move(token);
+                                }
+                                ++places[static_cast<std::size_t>(index)];
+                                return isGood;
+                            }};
+    return passes("refresh 200/s on SQLite",
+                  askSteadily(service.port(), script, refreshRate, refreshConnections, duration),
+                  30.0);
 }
 
-void print(const char* name, const Result& result) {
-    std::printf("%-28s requests=%zu failures=%ld p50=%.2f ms p95=%.2f ms p99=%.2f ms\n", name,
-                result.times.size(), result.failures, percentile(result, 0.50),
-                percentile(result, 0.95), percentile(result, 0.99));
-}
-
-std::string analysisRequest() {
-    std::string text;
-    for (int index = 0; text.size() < 8000; ++index) {
-        text += "Sentence " + std::to_string(index) + " says that the ferry " +
-                std::to_string(index % 17) + " sails from the harbour by Friday.\\n";
+// On a service that has done nothing else, so that the figure is that of the connections.
+bool measureIdle() {
+    const MeasuredService service;
+    const long before = service.memory();
+    const std::string health = requestBytes("GET", "/healthz", {});
+    std::vector<std::unique_ptr<LoadConnection>> connections;
+    int answered = 0;
+    for (int count = 0; count < idleConnections; ++count) {
+        connections.push_back(std::make_unique<LoadConnection>(service.port()));
+        answered += connections.back()->ask(health).status == 200 ? 1 : 0;
     }
-    const std::string body =
-        R"({"screen_text":")" + text + R"(","preset":"summary","client_version":"0.3.0"})";
-    return std::string("POST /v1/analyze HTTP/1.1\r\nHost: localhost\r\nAuthorization: Bearer ") +
-           token +
-           "\r\nContent-Type: application/json\r\nContent-Length: " + std::to_string(body.size()) +
-           "\r\n\r\n" + body;
-}
-
-bool passes(const Result& health) {
-    return health.failures == 0 && percentile(health, 0.95) < healthBar;
+    std::printf("memory before connections          %ld KiB\n", before);
+    return holds("memory with 1,000 idle connections",
+                 static_cast<double>(service.memory()) / 1024.0, "MiB", 60.0) &&
+           answered == idleConnections;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    const int seconds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 3;
-    const Service service;
+    const std::chrono::seconds duration(argc > 1 ? std::max(1, std::atoi(argv[1])) : 3);
+    const MeasuredService service;
     if (service.port() == 0) {
         std::fprintf(stderr, "the service does not start\n");
         return 1;
     }
-    const std::string health = "GET /healthz HTTP/1.1\r\nHost: localhost\r\n\r\n";
-    const Result alone =
-        askSteadily(service.port(), health, healthRate, healthConnections, seconds);
-    print("healthz 2000/s", alone);
-
-    Result analyses;
-    std::thread load([&] {
-        analyses = askSteadily(service.port(), analysisRequest(), analysisRate, analysisConnections,
-                               seconds);
-    });
-    const Result beside =
-        askSteadily(service.port(), health, healthRate, healthConnections, seconds);
-    load.join();
-    print("healthz 2000/s with analyses", beside);
-    print("v1/analyze 50/s, 8 KB text", analyses);
+    const bool health = measureHealth(service.port(), duration);
+    const bool analysis = measureAnalysis(service.port(), duration);
+    const bool refresh = measureRefresh(service, duration);
     std::printf("resident memory %ld KiB\n", service.memory());
-    return passes(alone) && passes(beside) && analyses.failures == 0 ? 0 : 1;
+    const bool idle = measureIdle();
+    return health && analysis && refresh && idle ? 0 : 1;
 }

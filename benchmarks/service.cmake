@@ -1,6 +1,28 @@
-# A load client for the running service; see docs/SERVICE.md.
-add_executable(bench_service bench_service.cpp)
-target_link_libraries(bench_service PRIVATE lumivane_flags Threads::Threads)
-target_compile_definitions(bench_service PRIVATE
+# Load clients for the running service; see docs/SERVICE.md.
+add_library(lumivane_service_load STATIC ServiceLoad.cpp SeededAccounts.cpp)
+target_include_directories(lumivane_service_load PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
+target_link_libraries(lumivane_service_load
+  PUBLIC lumivane_server_accounts Threads::Threads
+  PRIVATE lumivane_flags)
+target_compile_definitions(lumivane_service_load PRIVATE
   LUMIVANE_SERVICE_EXECUTABLE="$<TARGET_FILE:lumivane-service>")
-add_dependencies(bench_service lumivane-service)
+
+foreach(program bench_service bench_mixed bench_replicas)
+  add_executable(${program} ${program}.cpp)
+  target_link_libraries(${program} PRIVATE lumivane_service_load lumivane_flags)
+  add_dependencies(${program} lumivane-service)
+endforeach()
+
+# The database server that the tests start as well.
+find_package(PostgreSQL REQUIRED)
+file(GLOB postgres_programs /usr/lib/postgresql/*/bin)
+list(SORT postgres_programs COMPARE NATURAL ORDER DESCENDING)
+list(GET postgres_programs 0 postgres_programs)
+target_sources(bench_replicas PRIVATE ReplicaClient.cpp
+  "${CMAKE_SOURCE_DIR}/tests/server/PostgresServer.cpp")
+target_include_directories(bench_replicas PRIVATE "${CMAKE_SOURCE_DIR}/tests")
+target_link_libraries(bench_replicas PRIVATE
+  ${LUMIVANE_SOCI_POSTGRES} PostgreSQL::PostgreSQL lumivane_test_waiting)
+target_compile_definitions(bench_replicas PRIVATE
+  LUMIVANE_POSTGRES_PROGRAMS="${postgres_programs}"
+  LUMIVANE_POSTGRES_TEMPLATE="${CMAKE_BINARY_DIR}/postgres-template")

@@ -1,13 +1,13 @@
 #include "accounts/HandleAvailabilityChecker.h"
 #include "accounts/HandleFilterPayload.h"
 #include "accounts/HandleFilterSnapshot.h"
-#include "server/TemporaryFolder.h"
 #include "server/profile/HandleFilter.h"
 #include "server/profile/HandleFilterPublisher.h"
 #include "server/store/Database.h"
 #include "support/ManualClock.h"
 
 #include <QByteArray>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -68,8 +68,8 @@ public:
 } // namespace
 
 TEST(HandleFilterAgreement, TheClientFindsEveryHandleOfAServersStore) {
-    const service::test::TemporaryFolder folder;
-    const service::DatabaseSettings settings{(folder.path() / "accounts.sqlite").string()};
+    const QTemporaryDir folder;
+    const service::DatabaseSettings settings{folder.filePath(u"accounts.sqlite"_qs).toStdString()};
     const auto database = service::Database::open(settings);
     addAccounts(*database);
     const UnmovedClock clock;

@@ -23,10 +23,10 @@ using Freshness = HandleFilterPublisher::Freshness;
 namespace {
 
 const HandleFilterSettings settings{.falsePositiveRate = 0.001,
-                                        .checkInterval = 60s,
-                                        .longestAge = 600s,
-                                        .buildLease = 120s,
-                                        .pageSize = 3};
+                                    .checkInterval = 60s,
+                                    .longestAge = 600s,
+                                    .buildLease = 120s,
+                                    .pageSize = 3};
 
 class HandleFilterPublisherTest : public test::StoreTest {
 protected:
