@@ -1,0 +1,31 @@
+#include "server/StoreFixture.h"
+
+#include "server/PostgresServer.h"
+
+namespace lumivane::service::test {
+
+TestStore::TestStore(Engine engine) {
+    m_settings.location = engine == Engine::sqlite
+                              ? (m_folder.path() / "data" / "accounts.sqlite").string()
+                              : PostgresServer::shared().makeDatabase();
+    m_database = Database::open(m_settings);
+}
+
+long long TestStore::number(const std::string& query) {
+    return m_database->read([&query](soci::session& sql) {
+        long long value = -1;
+        soci::indicator indicator = soci::i_ok;
+        sql << query, soci::into(value, indicator);
+        return sql.got_data() && indicator == soci::i_ok ? value : -1;
+    });
+}
+
+void TestStore::execute(const std::string& statement) {
+    m_database->transact([&statement](soci::session& sql) { sql << statement; });
+}
+
+std::string engineName(const ::testing::TestParamInfo<Engine>& info) {
+    return info.param == Engine::sqlite ? "sqlite" : "postgres";
+}
+
+} // namespace lumivane::service::test
