@@ -4,6 +4,7 @@
 #include "server/configuration/CommandLine.h"
 #include "server/configuration/DevelopmentToken.h"
 #include "server/configuration/ServiceConfiguration.h"
+#include "server/http/StaticTokenAuthorizer.h"
 
 #include <boost/asio/signal_set.hpp>
 #include <sys/resource.h>
@@ -69,7 +70,8 @@ int serve(const ServiceConfiguration& configuration) {
     asio::thread_pool pool(workThreads);
     asio::io_context context(1);
     const auto engine = makeEngine(configuration, pool);
-    HttpServer server(context, makeServiceRouter(BearerToken(token), *engine, pool), ServerLimits{},
+    StaticTokenAuthorizer authorizer(token);
+    HttpServer server(context, makeServiceRouter(authorizer, *engine, pool), ServerLimits{},
                       writeToStandardError);
     server.listen(ListenAddress{configuration.address, configuration.port});
     asio::signal_set signals(context, SIGINT, SIGTERM);

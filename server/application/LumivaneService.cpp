@@ -14,6 +14,9 @@ namespace asio = boost::asio;
 
 namespace {
 
+// A picture of a whole display as base64 fits.
+constexpr std::uint64_t analyzeBodyBytes = 20 * 1024 * 1024;
+
 using Decoded = std::variant<AnalyzeRequest, RecordError>;
 
 std::string healthBody(const AnalysisEngine& engine) {
@@ -72,7 +75,7 @@ asio::awaitable<HttpResponse> answerAnalyze(AnalysisEngine& engine, asio::thread
 
 std::string_view serviceVersion() { return LUMIVANE_SERVICE_VERSION; }
 
-Router makeServiceRouter(BearerToken token, AnalysisEngine& engine, asio::thread_pool& pool) {
+Router makeServiceRouter(Authorizer& authorizer, AnalysisEngine& engine, asio::thread_pool& pool) {
     Route health;
     health.name = "healthz";
     health.method = HttpMethod::get;
@@ -84,8 +87,9 @@ Router makeServiceRouter(BearerToken token, AnalysisEngine& engine, asio::thread
     analysis.name = "analyze";
     analysis.method = HttpMethod::post;
     analysis.path = "/v1/analyze";
-    analysis.access = Access::bearer;
+    analysis.access = Access::session;
     analysis.bodyRule = BodyRule::json;
+    analysis.bodyBytes = analyzeBodyBytes;
     analysis.waiting = Waiting::watched;
     analysis.handler = [&engine, &pool](HttpRequest request) {
         return answerAnalyze(engine, pool, std::move(request));
@@ -94,7 +98,7 @@ Router makeServiceRouter(BearerToken token, AnalysisEngine& engine, asio::thread
     std::vector<Route> routes;
     routes.push_back(std::move(health));
     routes.push_back(std::move(analysis));
-    return {token, std::move(routes)};
+    return {authorizer, std::move(routes)};
 }
 
 } // namespace lumivane::service

@@ -14,8 +14,9 @@ namespace lumivane::service {
 std::string_view serviceVersion();
 
 /// The service's routes over one engine: GET /healthz for everyone, with what the engine says of
-/// itself when the router is made, POST /v1/analyze for the bearer of the token. Records are
-/// decoded on `pool`. Engine and pool must outlive the router.
-Router makeServiceRouter(BearerToken token, AnalysisEngine& engine, boost::asio::thread_pool& pool);
+/// itself when the router is made, POST /v1/analyze for whom the authorizer lets in. Records are
+/// decoded on `pool`. Authorizer, engine and pool must outlive the router.
+Router makeServiceRouter(Authorizer& authorizer, AnalysisEngine& engine,
+                         boost::asio::thread_pool& pool);
 
 } // namespace lumivane::service

@@ -79,6 +79,12 @@ void ConnectionStream::close() {
     m_state->socket.close(ignored);
 }
 
+std::string ConnectionStream::remoteAddress() const {
+    boost::system::error_code error;
+    const auto endpoint = m_state->socket.remote_endpoint(error);
+    return error ? std::string() : endpoint.address().to_string();
+}
+
 asio::ip::tcp::socket& ConnectionStream::socket() { return m_state->socket; }
 
 } // namespace lumivane::service

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace lumivane::service {
 
@@ -44,6 +45,9 @@ public:
 
     /// Breaks off whatever waits on the socket.
     void close();
+
+    /// The other side's address without its port; empty once the connection has broken.
+    std::string remoteAddress() const;
 
     boost::asio::ip::tcp::socket& socket();
 

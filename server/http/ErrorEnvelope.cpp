@@ -19,4 +19,19 @@ HttpResponse errorResponse(int status, std::string_view code, std::string_view m
     return response;
 }
 
+HttpResponse refusalResponse(const Refusal& refusal, std::string_view requestId) {
+    HttpResponse response = errorResponse(refusal.status, refusal.code, refusal.message, requestId);
+    if (refusal.status == 401) {
+        response.headers.emplace_back("WWW-Authenticate", "Bearer realm=\"lumivane\"");
+    }
+    if (refusal.status == 503) {
+        response.headers.emplace_back("Retry-After", "1");
+    }
+    return response;
+}
+
+Refusal internalFailure() {
+    return {500, "internal_error", "The service failed on this request. Try again."};
+}
+
 } // namespace lumivane::service

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/http/Authorizer.h"
 #include "server/http/HttpMessage.h"
 
 #include <string_view>
@@ -13,5 +14,12 @@ namespace lumivane::service {
 /// the client shows at most its first 300 characters. Neither ever repeats what a request held.
 HttpResponse errorResponse(int status, std::string_view code, std::string_view message,
                            std::string_view requestId);
+
+/// The same with the headers that belong to the status: WWW-Authenticate with 401, Retry-After of
+/// a second with 503.
+HttpResponse refusalResponse(const Refusal& refusal, std::string_view requestId);
+
+/// What is said of a failure that nobody foresaw.
+Refusal internalFailure();
 
 } // namespace lumivane::service

@@ -6,6 +6,8 @@
 
 #include <boost/asio/experimental/awaitable_operators.hpp>
 
+#include <algorithm>
+
 namespace lumivane::service {
 
 namespace asio = boost::asio;
@@ -22,8 +24,7 @@ asio::awaitable<HttpResponse> handleSafely(const Handler& handler, HttpRequest r
         co_return response;
     } catch (const std::exception&) {
     }
-    co_return errorResponse(500, "internal_error", "The service failed on this request. Try again.",
-                            requestId);
+    co_return refusalResponse(internalFailure(), requestId);
 }
 
 } // namespace
@@ -119,33 +120,39 @@ asio::awaitable<std::optional<HttpResponse>> HttpConnection::respond() {
         co_return failureOf(end, false);
     }
     m_method = m_reader.head().method;
-    Admission admission = m_shared.router.admit(m_reader.head(), m_requestId);
+    Admission admission = co_await m_shared.router.admit(m_reader.head(), m_requestId);
     m_route = admission.route;
     if (admission.refusal) {
         m_keepsAlive = m_reader.keepsAlive() && !m_reader.isBodyOutstanding();
         co_return std::move(admission.refusal);
     }
-    std::optional<HttpResponse> response = co_await respondToAdmitted();
-    co_return response;
-}
-
-asio::awaitable<std::optional<HttpResponse>> HttpConnection::respondToAdmitted() {
     HttpRequest request;
     request.requestId = m_requestId;
     request.head = m_reader.head();
+    request.principal = std::move(admission.principal);
+    request.bearer = std::move(admission.bearer);
+    request.pathParameter = std::move(admission.pathParameter);
+    request.clientAddress = m_stream.remoteAddress();
+    std::optional<HttpResponse> response = co_await respondToAdmitted(std::move(request));
+    co_return response;
+}
+
+asio::awaitable<std::optional<HttpResponse>>
+HttpConnection::respondToAdmitted(HttpRequest request) {
     if (m_route->bodyRule == BodyRule::none && m_reader.isBodyOutstanding()) {
         // Nobody can make an open route take in what it has no use for.
         std::optional<HttpResponse> early = co_await handle(std::move(request));
         co_return early;
     }
-    const bool sizeFits = m_reader.announcedBodyBytes() <= m_shared.limits.bodyBytes;
+    const std::uint64_t limit = std::min(m_route->bodyBytes, m_shared.limits.bodyBytes);
+    const bool sizeFits = m_reader.announcedBodyBytes() <= limit;
     if (sizeFits && m_reader.wantsContinue()) {
         const bool told = co_await writeContinue(m_stream, m_shared.limits.write);
         if (!told) {
             co_return std::nullopt;
         }
     }
-    const ReadEnd end = co_await m_reader.readBody();
+    const ReadEnd end = co_await m_reader.readBody(limit);
     if (end != ReadEnd::complete) {
         co_return failureOf(end, true);
     }
@@ -178,7 +185,7 @@ std::optional<HttpResponse> HttpConnection::failureOf(ReadEnd end, bool inBody) 
                              m_requestId);
     case ReadEnd::tooLarge:
         return inBody ? errorResponse(413, "payload_too_large",
-                                      "The request is too large: 20 MiB is the limit.", m_requestId)
+                                      "The request is larger than this address takes.", m_requestId)
                       : errorResponse(431, "header_too_large", "The request's header is too large.",
                                       m_requestId);
     case ReadEnd::malformed:

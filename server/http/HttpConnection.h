@@ -45,7 +45,7 @@ private:
     boost::asio::awaitable<bool> serveOne();
     boost::asio::awaitable<void> end();
     boost::asio::awaitable<std::optional<HttpResponse>> respond();
-    boost::asio::awaitable<std::optional<HttpResponse>> respondToAdmitted();
+    boost::asio::awaitable<std::optional<HttpResponse>> respondToAdmitted(HttpRequest request);
     boost::asio::awaitable<std::optional<HttpResponse>> handle(HttpRequest request);
     std::optional<HttpResponse> failureOf(ReadEnd end, bool inBody);
 

@@ -26,4 +26,9 @@ std::string_view name(HttpMethod method) {
 
 std::string_view pathOf(std::string_view target) { return target.substr(0, target.find('?')); }
 
+std::string_view queryOf(std::string_view target) {
+    const auto mark = target.find('?');
+    return mark == std::string_view::npos ? std::string_view() : target.substr(mark + 1);
+}
+
 } // namespace lumivane::service

@@ -55,7 +55,16 @@ std::optional<std::string> onlyField(const Fields& request, http::field name) {
     return std::string(request[name]);
 }
 
-std::optional<std::string> joinedField(const Fields& request, http::field name) {
+// Where it matters that a field was there at all, a repeated one must not count as absent.
+std::optional<std::string> plainField(const Fields& request, http::field name) {
+    if (request.count(name) == 0) {
+        return std::nullopt;
+    }
+    return onlyField(request, name).value_or(std::string());
+}
+
+template <typename Name>
+std::optional<std::string> joinedField(const Fields& request, Name name) {
     std::optional<std::string> joined;
     const auto [first, last] = request.equal_range(name);
     for (auto field = first; field != last; ++field) {
@@ -68,10 +77,14 @@ RequestHead headOf(const Fields& request) {
     RequestHead head;
     head.method = methodOf(request.method());
     head.target = std::string(request.target());
-    head.authorization = onlyField(request, http::field::authorization);
+    head.authorization = plainField(request, http::field::authorization);
     head.contentType = onlyField(request, http::field::content_type);
     head.contentEncoding = joinedField(request, http::field::content_encoding);
     head.expect = joinedField(request, http::field::expect);
+    head.ifNoneMatch = joinedField(request, http::field::if_none_match);
+    head.origin = plainField(request, http::field::origin);
+    head.cookie = onlyField(request, http::field::cookie);
+    head.forwardedFor = joinedField(request, "X-Forwarded-For");
     return head;
 }
 
@@ -208,17 +221,17 @@ bool RequestReader::wantsContinue() const {
            m_impl->parser->get().version() >= 11;
 }
 
-asio::awaitable<ReadEnd> RequestReader::readBody() {
+asio::awaitable<ReadEnd> RequestReader::readBody(std::uint64_t limit) {
     Impl& impl = *m_impl;
     auto& parser = *impl.parser;
     const std::uint64_t announced = announcedBodyBytes();
-    if (announced > impl.limits.bodyBytes) {
+    if (announced > limit) {
         co_return ReadEnd::tooLarge;
     }
     if (!impl.share.growTo(announced)) {
         co_return ReadEnd::overBudget;
     }
-    parser.body_limit(impl.limits.bodyBytes);
+    parser.body_limit(limit);
     parser.eager(true);
     impl.stream.arm(impl.limits.body, ConnectionStream::AtDeadline::breakOffRead);
     while (!parser.is_done()) {

@@ -49,8 +49,8 @@ public:
     /// Whether the client holds its body back until told to go on.
     bool wantsContinue() const;
 
-    /// Ends in any of the set; takeBody hands out what was read.
-    boost::asio::awaitable<ReadEnd> readBody();
+    /// Takes at most `limit` bytes. Ends in any of the set; takeBody hands out what was read.
+    boost::asio::awaitable<ReadEnd> readBody(std::uint64_t limit);
     std::string takeBody();
 
     /// Gives the memory share of the present request back.

@@ -18,15 +18,20 @@ asio::awaitable<bool> writeResponse(ConnectionStream& stream, HttpResponse respo
     http::response<http::string_body> message;
     message.version(11);
     message.result(static_cast<unsigned>(response.status));
-    message.set(http::field::content_type, "application/json");
+    const bool isBodyless = response.status == 204 || response.status == 304;
+    if (!isBodyless && !response.body.empty()) {
+        message.set(http::field::content_type, response.contentType);
+    }
     message.set(http::field::cache_control, "no-store");
     message.set("X-Content-Type-Options", "nosniff");
     for (const auto& [field, value] : response.headers) {
         message.set(field, value);
     }
     message.keep_alive(after == AfterAnswer::keepOpen);
-    message.content_length(response.body.size());
-    if (body == AnswerBody::sent) {
+    if (!isBodyless) {
+        message.content_length(response.body.size());
+    }
+    if (body == AnswerBody::sent && !isBodyless) {
         message.body() = std::move(response.body);
     }
     stream.arm(limit, ConnectionStream::AtDeadline::close);

@@ -5,18 +5,88 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/trim.hpp>
 
+#include <algorithm>
+
 namespace lumivane::service {
 
+namespace asio = boost::asio;
 using boost::algorithm::iequals;
 
-Router::Router(BearerToken token, std::vector<Route> routes)
-    : m_token(token)
-    , m_routes(std::move(routes)) {}
+namespace {
+
+constexpr std::string_view parameterMark = "/{}";
+
+bool endsInParameter(const Route& route) { return route.path.ends_with(parameterMark); }
+
+bool isParameterCharacter(char character) {
+    const bool isLetter =
+        (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
+    const bool isDigit = character >= '0' && character <= '9';
+    return isLetter || isDigit ||
+           std::string_view("-._~").find(character) != std::string_view::npos;
+}
+
+// The parameter that makes the route's path this one; none when no parameter does.
+std::optional<std::string_view> parameterIn(std::string_view path, const Route& route) {
+    constexpr std::size_t longest = 128;
+    const std::string_view fixed = std::string_view(route.path).substr(0, route.path.size() - 2);
+    if (!path.starts_with(fixed)) {
+        return std::nullopt;
+    }
+    path.remove_prefix(fixed.size());
+    if (path.empty() || path.size() > longest ||
+        !std::all_of(path.begin(), path.end(), isParameterCharacter)) {
+        return std::nullopt;
+    }
+    return path;
+}
+
+bool takes(const Route& route, std::string_view path) {
+    return endsInParameter(route) ? parameterIn(path, route).has_value() : path == route.path;
+}
+
+std::optional<Refusal> judgeContent(const Route& route, const RequestHead& head) {
+    if (route.bodyRule == BodyRule::json &&
+        (!head.contentType || !namesJson(*head.contentType) || head.contentEncoding)) {
+        return Refusal{415, "unsupported_media_type", "The body must be plain application/json."};
+    }
+    if (route.bodyRule == BodyRule::form &&
+        (!head.contentType || !namesForm(*head.contentType) || head.contentEncoding)) {
+        return Refusal{415, "unsupported_media_type", "The body must be a plain form."};
+    }
+    if (head.expect && !iequals(*head.expect, "100-continue")) {
+        return Refusal{417, "expectation_failed", "Only 100-continue can be expected."};
+    }
+    return std::nullopt;
+}
+
+bool namesType(std::string_view contentType, std::string_view wanted) {
+    const auto end = contentType.find(';');
+    const std::string type = boost::algorithm::trim_copy(std::string(contentType.substr(0, end)));
+    if (!iequals(type, wanted)) {
+        return false;
+    }
+    if (end == std::string_view::npos) {
+        return true;
+    }
+    const std::string parameter =
+        boost::algorithm::trim_copy(std::string(contentType.substr(end + 1)));
+    return iequals(parameter, "charset=utf-8") || iequals(parameter, "charset=\"utf-8\"");
+}
+
+} // namespace
+
+Router::Router(Authorizer& authorizer, std::vector<Route> routes)
+    : m_authorizer(authorizer)
+    , m_routes(std::move(routes)) {
+    std::stable_partition(m_routes.begin(), m_routes.end(),
+                          [](const Route& route) { return !endsInParameter(route); });
+}
 
 const Route* Router::find(const RequestHead& head, std::string& allowed) const {
     const std::string_view path = pathOf(head.target);
     for (const Route& route : m_routes) {
-        if (path != route.path) {
+        if (!takes(route, path)) {
             continue;
         }
         const bool asHead = head.method == HttpMethod::head && route.method == HttpMethod::get;
@@ -31,56 +101,67 @@ const Route* Router::find(const RequestHead& head, std::string& allowed) const {
     return nullptr;
 }
 
-Admission Router::admit(const RequestHead& head, std::string_view requestId) const {
+asio::awaitable<Admission> Router::admit(RequestHead head, std::string requestId) const {
     std::string allowed;
     Admission admission;
     admission.route = find(head, allowed);
-    if (admission.route != nullptr) {
-        admission.refusal = refuse(*admission.route, head, requestId);
-    } else if (!allowed.empty()) {
+    if (admission.route == nullptr && !allowed.empty()) {
         admission.refusal = errorResponse(405, "method_not_allowed",
                                           "This address does not take that method.", requestId);
         admission.refusal->headers.emplace_back("Allow", allowed);
-    } else {
+        co_return admission;
+    }
+    if (admission.route == nullptr) {
         admission.refusal =
             errorResponse(404, "not_found", "There is nothing at this address.", requestId);
+        co_return admission;
     }
-    return admission;
+    if (endsInParameter(*admission.route)) {
+        const auto parameter = parameterIn(pathOf(head.target), *admission.route);
+        admission.pathParameter = parameter.value_or(std::string_view());
+    }
+    std::optional<Refusal> refusal = co_await authorize(head, admission);
+    if (!refusal) {
+        refusal = judgeContent(*admission.route, head);
+    }
+    if (refusal) {
+        admission.refusal = refusalResponse(*refusal, requestId);
+    }
+    co_return admission;
 }
 
-std::optional<HttpResponse> Router::refuse(const Route& route, const RequestHead& head,
-                                           std::string_view requestId) const {
-    if (route.access == Access::bearer && !m_token.matches(head.authorization)) {
-        HttpResponse response = errorResponse(
-            401, "unauthorized", "The access token is missing or not valid.", requestId);
-        response.headers.emplace_back("WWW-Authenticate", "Bearer realm=\"lumivane\"");
-        return response;
+asio::awaitable<std::optional<Refusal>> Router::authorize(const RequestHead& head,
+                                                          Admission& admission) const {
+    const Access access = admission.route->access;
+    if (access == Access::open || (access == Access::optionalSession && !head.authorization)) {
+        co_return std::nullopt;
     }
-    if (route.bodyRule == BodyRule::json) {
-        if (!head.contentType || !namesJson(*head.contentType) || head.contentEncoding) {
-            return errorResponse(415, "unsupported_media_type",
-                                 "The body must be plain application/json.", requestId);
+    if (head.authorization) {
+        admission.bearer = bearerCredentials(*head.authorization);
+    }
+    if (!admission.bearer) {
+        co_return unauthorized();
+    }
+    if (access == Access::credential) {
+        co_return std::nullopt;
+    }
+    try {
+        Authorization judged = co_await m_authorizer.authorize(*admission.bearer);
+        if (auto* refusal = std::get_if<Refusal>(&judged)) {
+            co_return std::move(*refusal);
         }
+        admission.principal = std::get<Principal>(std::move(judged));
+        co_return std::nullopt;
+    } catch (const std::exception&) {
     }
-    if (head.expect && !iequals(*head.expect, "100-continue")) {
-        return errorResponse(417, "expectation_failed", "Only 100-continue can be expected.",
-                             requestId);
-    }
-    return std::nullopt;
+    Refusal failure = internalFailure();
+    co_return std::move(failure);
 }
 
-bool namesJson(std::string_view contentType) {
-    const auto end = contentType.find(';');
-    const std::string type = boost::algorithm::trim_copy(std::string(contentType.substr(0, end)));
-    if (!iequals(type, "application/json")) {
-        return false;
-    }
-    if (end == std::string_view::npos) {
-        return true;
-    }
-    const std::string parameter =
-        boost::algorithm::trim_copy(std::string(contentType.substr(end + 1)));
-    return iequals(parameter, "charset=utf-8") || iequals(parameter, "charset=\"utf-8\"");
+bool namesJson(std::string_view contentType) { return namesType(contentType, "application/json"); }
+
+bool namesForm(std::string_view contentType) {
+    return namesType(contentType, "application/x-www-form-urlencoded");
 }
 
 } // namespace lumivane::service

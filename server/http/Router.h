@@ -1,10 +1,11 @@
 #pragma once
 
-#include "server/http/BearerToken.h"
+#include "server/http/Authorizer.h"
 #include "server/http/HttpMessage.h"
 
 #include <boost/asio/awaitable.hpp>
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <variant>
@@ -13,10 +14,15 @@
 namespace lumivane::service {
 
 /// Who may use a route.
-enum class Access { open, bearer };
+enum class Access {
+    open,            ///< nobody is asked for a token
+    session,         ///< a valid access token; HttpRequest::principal is set
+    optionalSession, ///< as `session` when there is an Authorization header at all, else as `open`
+    credential       ///< some bearer token, which the handler itself judges
+};
 
-/// What a route takes.
-enum class BodyRule { none, json };
+/// What a route takes: nothing, application/json, or application/x-www-form-urlencoded.
+enum class BodyRule { none, json, form };
 
 /// Whether the client's going away is watched for while the handler works.
 enum class Waiting { brief, watched };
@@ -27,9 +33,10 @@ using Handler = std::function<boost::asio::awaitable<HttpResponse>(HttpRequest r
 struct Route {
     std::string name; ///< for logs
     HttpMethod method = HttpMethod::get;
-    std::string path; ///< compared byte for byte
-    Access access = Access::bearer;
+    std::string path; ///< compared byte for byte; "/{}" at its end takes one segment of any name
+    Access access = Access::session;
     BodyRule bodyRule = BodyRule::none;
+    std::uint64_t bodyBytes = 64 * 1024; ///< at most, and never more than the server's own limit
     Waiting waiting = Waiting::brief;
     Handler handler;
 };
@@ -38,28 +45,38 @@ struct Route {
 struct Admission {
     const Route* route = nullptr; ///< also set with a refusal once the path is known
     std::optional<HttpResponse> refusal;
+    std::optional<Principal> principal;
+    std::optional<std::string> bearer;
+    std::string pathParameter;
 };
 
 /// The table of routes. It judges a request by its header alone, so that nobody without a token
 /// can make the service read a body.
+///
+/// A path parameter is one segment of 1 to 128 letters, digits, "-", ".", "_" and "~"; any other
+/// is 404. A path written out goes before one with a parameter.
 class Router {
 public:
-    Router(BearerToken token, std::vector<Route> routes);
+    /// The authorizer must outlive the router, and the routes live as long as it does.
+    Router(Authorizer& authorizer, std::vector<Route> routes);
 
-    /// In this order: 404, 405 with Allow, 401 with WWW-Authenticate, 415, 417. A GET route takes
-    /// HEAD as well. The routes live as long as the router.
-    Admission admit(const RequestHead& head, std::string_view requestId) const;
+    /// In this order: 404, 405 with Allow, 401 with WWW-Authenticate or what the authorizer says,
+    /// 415, 417. A GET route takes HEAD as well.
+    boost::asio::awaitable<Admission> admit(RequestHead head, std::string requestId) const;
 
 private:
     const Route* find(const RequestHead& head, std::string& allowed) const;
-    std::optional<HttpResponse> refuse(const Route& route, const RequestHead& head,
-                                       std::string_view requestId) const;
+    boost::asio::awaitable<std::optional<Refusal>> authorize(const RequestHead& head,
+                                                             Admission& admission) const;
 
-    BearerToken m_token;
+    Authorizer& m_authorizer;
     std::vector<Route> m_routes;
 };
 
 /// Whether a Content-Type header names JSON, in UTF-8 where it says a character set.
 bool namesJson(std::string_view contentType);
+
+/// The same for application/x-www-form-urlencoded.
+bool namesForm(std::string_view contentType);
 
 } // namespace lumivane::service

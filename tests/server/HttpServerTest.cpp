@@ -304,7 +304,8 @@ TEST(HttpServer, ListensOnLoopbackAlone) {
     boost::asio::io_context context;
     test::FakeEngine engine;
     boost::asio::thread_pool pool(1);
-    HttpServer server(context, makeServiceRouter(BearerToken("x"), engine, pool), {}, {});
+    StaticTokenAuthorizer authorizer("x");
+    HttpServer server(context, makeServiceRouter(authorizer, engine, pool), {}, {});
     for (const char* address : {"0.0.0.0", "192.168.1.1", "::", "localhost", "", "127.1"}) {
         ListenAddress wanted;
         wanted.address = address;

@@ -1,5 +1,10 @@
 #include "server/http/Router.h"
 
+#include "server/http/StaticTokenAuthorizer.h"
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/use_future.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/parse.hpp>
 #include <gtest/gtest.h>
@@ -37,12 +42,21 @@ protected:
     static std::vector<Route> routes() {
         std::vector<Route> made;
         made.push_back(route("/open", HttpMethod::get, Access::open, BodyRule::none));
-        made.push_back(route("/closed", HttpMethod::post, Access::bearer, BodyRule::json));
+        made.push_back(route("/closed", HttpMethod::post, Access::session, BodyRule::json));
         return made;
     }
 
+    Admission admit(const RequestHead& asked, const char* requestId) const {
+        boost::asio::io_context context;
+        auto admitting = router.admit(asked, requestId);
+        auto admitted =
+            boost::asio::co_spawn(context, std::move(admitting), boost::asio::use_future);
+        context.run();
+        return admitted.get();
+    }
+
     int statusOf(const RequestHead& asked) const {
-        const Admission admission = router.admit(asked, "id");
+        const Admission admission = admit(asked, "id");
         return admission.refusal ? admission.refusal->status : 0;
     }
 
@@ -53,11 +67,12 @@ protected:
         return made;
     }
 
-    Router router{BearerToken("right-token"), routes()};
+    StaticTokenAuthorizer authorizer{"right-token"};
+    Router router{authorizer, routes()};
 };
 
 TEST_F(RouterTest, FindsRoutesByPathAndMethod) {
-    const Admission admission = router.admit(head(HttpMethod::get, "/open?x=1"), "id");
+    const Admission admission = admit(head(HttpMethod::get, "/open?x=1"), "id");
     ASSERT_NE(admission.route, nullptr);
     EXPECT_EQ(admission.route->name, "open");
     EXPECT_FALSE(admission.refusal);
@@ -73,12 +88,12 @@ TEST_F(RouterTest, UnknownPathsAre404) {
 }
 
 TEST_F(RouterTest, WrongMethodsAre405WithAllow) {
-    const Admission open = router.admit(head(HttpMethod::remove, "/open"), "id");
+    const Admission open = admit(head(HttpMethod::remove, "/open"), "id");
     ASSERT_TRUE(open.refusal);
     EXPECT_EQ(open.refusal->status, 405);
     const std::pair<std::string, std::string> getAndHead{"Allow", "GET, HEAD"};
     EXPECT_EQ(open.refusal->headers.at(0), getAndHead);
-    const Admission closed = router.admit(head(HttpMethod::head, "/closed"), "id");
+    const Admission closed = admit(head(HttpMethod::head, "/closed"), "id");
     const std::pair<std::string, std::string> post{"Allow", "POST"};
     EXPECT_EQ(closed.refusal->headers.at(0), post);
     EXPECT_EQ(statusOf(head(HttpMethod::other, "/open")), 405);
@@ -94,7 +109,7 @@ TEST_F(RouterTest, OnlyTheRightTokenOpensAClosedRoute) {
     }
     RequestHead none = wellFormed();
     none.authorization.reset();
-    const Admission admission = router.admit(none, "id");
+    const Admission admission = admit(none, "id");
     EXPECT_EQ(admission.refusal->status, 401);
     EXPECT_EQ(admission.refusal->headers.at(0).first, "WWW-Authenticate");
     RequestHead lower = wellFormed();
@@ -137,7 +152,7 @@ TEST_F(RouterTest, OtherExpectationsAre417) {
 }
 
 TEST_F(RouterTest, RefusalsAreEnvelopes) {
-    const Admission admission = router.admit(head(HttpMethod::get, "/canary"), "id-7");
+    const Admission admission = admit(head(HttpMethod::get, "/canary"), "id-7");
     const auto body = boost::json::parse(admission.refusal->body);
     const auto& detail = body.at("error").as_object();
     EXPECT_EQ(detail.at("code").as_string(), "not_found");

@@ -40,7 +40,7 @@ void FakeEngine::release() {
 }
 
 RunningServer::RunningServer(ServerLimits limits)
-    : m_server(m_context, makeServiceRouter(BearerToken(testToken), engine, m_pool), limits,
+    : m_server(m_context, makeServiceRouter(m_authorizer, engine, m_pool), limits,
                [this](const std::string& line) {
                    const std::lock_guard lock(m_mutex);
                    m_log += line + "\n";

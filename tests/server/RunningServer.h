@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/application/LumivaneService.h"
+#include "server/http/StaticTokenAuthorizer.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -60,6 +61,7 @@ private:
     boost::asio::thread_pool m_pool{2};
     std::mutex m_mutex;
     std::string m_log;
+    StaticTokenAuthorizer m_authorizer{testToken};
     HttpServer m_server;
     std::thread m_thread;
 };
