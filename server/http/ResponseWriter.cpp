@@ -1,5 +1,6 @@
 #include "server/http/ResponseWriter.h"
 
+#include <boost/algorithm/string/predicate.hpp>
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
@@ -25,7 +26,12 @@ asio::awaitable<bool> writeResponse(ConnectionStream& stream, HttpResponse respo
     message.set(http::field::cache_control, "no-store");
     message.set("X-Content-Type-Options", "nosniff");
     for (const auto& [field, value] : response.headers) {
-        message.set(field, value);
+        // The one field of which an answer can have several.
+        if (boost::algorithm::iequals(field, "Set-Cookie")) {
+            message.insert(field, value);
+        } else {
+            message.set(field, value);
+        }
     }
     message.keep_alive(after == AfterAnswer::keepOpen);
     if (!isBodyless) {
