@@ -2,20 +2,20 @@
 
 namespace lumivane::service {
 
-AccountError unauthorized() {
-    return {401, "unauthorized", "Your session has expired. Please log in again."};
-}
-
-AccountError deviceEvicted() {
+Refusal deviceEvicted() {
     return {401, "device_evicted", "You signed in on another computer. Log in again to come back."};
 }
 
-AccountError insufficientScope() {
+Refusal insufficientScope() {
     return {403, "insufficient_scope", "This can only confirm moving your account."};
 }
 
-AccountError deviceRequired() {
+Refusal deviceRequired() {
     return {400, "device_required", "This computer could not be identified. Try logging in again."};
+}
+
+Refusal storageUnavailable() {
+    return {503, "storage_unavailable", "Accounts cannot be reached right now. Try again soon."};
 }
 
 } // namespace lumivane::service

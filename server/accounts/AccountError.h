@@ -1,31 +1,29 @@
 #pragma once
 
+#include "server/http/Authorizer.h"
+
 #include <stdexcept>
+#include <utility>
 
 namespace lumivane::service {
 
-/// A request is understood and refused. `code` and `what()` go to the client; neither repeats
-/// anything that the request held.
+/// A request was understood and is refused; the refusal goes to the client as it stands.
 class AccountError : public std::runtime_error {
 public:
-    AccountError(int status, const char* code, const char* message)
-        : std::runtime_error(message)
-        , m_status(status)
-        , m_code(code) {}
+    explicit AccountError(Refusal refusal)
+        : std::runtime_error(refusal.code)
+        , m_refusal(std::move(refusal)) {}
 
-    int status() const { return m_status; }
-
-    const char* code() const { return m_code; }
+    const Refusal& refusal() const { return m_refusal; }
 
 private:
-    int m_status;
-    const char* m_code;
+    Refusal m_refusal;
 };
 
-/// The refusals that several operations share.
-AccountError unauthorized();      ///< 401: no such token, or one that is no longer good
-AccountError deviceEvicted();     ///< 401: the account moved to another machine
-AccountError insufficientScope(); ///< 403: a ticket where a login is needed
-AccountError deviceRequired();    ///< 400: no machine, or one that is not fully described
+/// Refusals that several operations share, beside `unauthorized`.
+Refusal deviceEvicted();      ///< 401 "device_evicted": the account moved to another machine
+Refusal insufficientScope();  ///< 403 "insufficient_scope": a ticket where a login is needed
+Refusal deviceRequired();     ///< 400 "device_required": no machine, or one not fully described
+Refusal storageUnavailable(); ///< 503 "storage_unavailable": the database cannot be used now
 
 } // namespace lumivane::service

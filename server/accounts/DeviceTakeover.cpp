@@ -79,10 +79,10 @@ DeviceTakeover::DeviceTakeover(Database& database, TokenDerivation derivation,
 
 IssuedLogin DeviceTakeover::takeOver(const std::string& ticket, const DeviceRegistration& device) {
     if (!device.isComplete()) {
-        throw deviceRequired();
+        throw AccountError(deviceRequired());
     }
     if (ticket.size() != tokenLength) {
-        throw unauthorized();
+        throw AccountError(unauthorized());
     }
     const WallTime now = m_clock.now();
     const std::string hash = tokenHash(ticket);
@@ -92,7 +92,7 @@ IssuedLogin DeviceTakeover::takeOver(const std::string& ticket, const DeviceRegi
     return m_database.transact([&](soci::session& sql) {
         const auto known = findTicket(sql, hash);
         if (!known || known->expiresAt <= now) {
-            throw unauthorized();
+            throw AccountError(unauthorized());
         }
         IssuedLogin login;
         login.tokens = fresh;
@@ -106,7 +106,7 @@ IssuedLogin DeviceTakeover::takeOver(const std::string& ticket, const DeviceRegi
             login.tokens.accessExpiresAt = known->accessExpiresAt;
             login.tokens.refreshExpiresAt = known->refreshExpiresAt;
         } else {
-            throw unauthorized();
+            throw AccountError(unauthorized());
         }
         login.user = loadUser(sql, known->accountId);
         return login;

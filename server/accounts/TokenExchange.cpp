@@ -111,7 +111,7 @@ TokenExchange::TokenExchange(Database& database, TokenDerivation derivation, con
 
 IssuedLogin TokenExchange::refresh(const RefreshRequest& request) {
     if (request.refreshToken.size() != tokenLength) {
-        throw unauthorized();
+        throw AccountError(unauthorized());
     }
     const WallTime now = m_clock.now();
     const std::string hash = tokenHash(request.refreshToken);
@@ -135,7 +135,7 @@ IssuedLogin TokenExchange::refresh(const RefreshRequest& request) {
     };
     auto outcome = m_database.transact(exchange);
     if (const auto* refused = std::get_if<Refused>(&outcome)) {
-        throw *refused == Refused::evicted ? deviceEvicted() : unauthorized();
+        throw AccountError(*refused == Refused::evicted ? deviceEvicted() : unauthorized());
     }
     return std::get<IssuedLogin>(std::move(outcome));
 }
