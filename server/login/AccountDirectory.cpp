@@ -3,8 +3,8 @@
 #include "server/accounts/SessionRows.h"
 #include "server/accounts/Tokens.h"
 #include "server/analysis/Utf8.h"
-#include "server/login/HandleSuggestion.h"
 #include "server/login/LocalIdentityProvider.h"
+#include "server/profile/HandleRules.h"
 
 #include <boost/algorithm/string/case_conv.hpp>
 #include <soci/soci.h>
@@ -36,9 +36,9 @@ std::string displayNameFor(const ProvedIdentity& identity) {
 std::string makeAccount(soci::session& sql, const ProvedIdentity& identity, WallTime now) {
     const std::string id = makeIdentifier();
     const std::string name = displayNameFor(identity);
-    const std::string handle = suggestHandle(
+    const std::string handle = freeHandle(
         identity.suggestedName, [&sql](const std::string& folded) { return isTaken(sql, folded); });
-    const std::string folded = foldedHandle(handle);
+    const std::string folded = foldHandle(handle);
     const long long time = storedTime(now);
     sql << "INSERT INTO accounts (id, display_name, handle, handle_folded, created_at) "
            "VALUES (:id, :name, :handle, :folded, :now)",
