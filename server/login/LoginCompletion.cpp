@@ -1,5 +1,6 @@
 #include "server/login/LoginCompletion.h"
 
+#include "server/accounts/AccountError.h"
 #include "server/accounts/SessionRows.h"
 #include "server/accounts/Tokens.h"
 #include "server/accounts/WireTime.h"
@@ -13,10 +14,6 @@
 namespace lumivane::service {
 
 namespace {
-
-Refusal deviceMissing() {
-    return {400, "device_required", "This computer could not be identified. Try logging in again."};
-}
 
 Refusal identityElsewhere() {
     return {409, "identity_already_linked", "That login belongs to another Lumivane account."};
@@ -49,11 +46,7 @@ bool isOwnerSignedIn(soci::session& sql, const LoginOwner& owner, WallTime now) 
 }
 
 Completion endOf(const SessionOver& over) {
-    if (over.wasEvicted) {
-        return Refusal{401, "device_evicted",
-                       "You signed in on another computer. Log in again to come back."};
-    }
-    return loginOver();
+    return over.wasEvicted ? deviceEvicted() : loginOver();
 }
 
 } // namespace
@@ -76,8 +69,8 @@ Completion LoginCompletion::complete(soci::session& sql, const CompleteRequest& 
     const bool isVerified =
         equalInConstantTime(codeChallengeOf(request.codeVerifier), transaction->codeChallenge);
     // A client that forgot to say what it is may say so and come again.
-    if (isVerified && transaction->intent == AuthIntent::signIn && !request.device.isComplete()) {
-        return deviceMissing();
+    if (isVerified && transaction->intent == AuthIntent::signIn && !request.device) {
+        return deviceRequired();
     }
     if (!markCompleted(sql, transaction->id, now) || !isVerified) {
         return loginOver();
@@ -90,7 +83,7 @@ Completion LoginCompletion::complete(soci::session& sql, const CompleteRequest& 
     case AuthIntent::signIn:
         break;
     }
-    return signIn(sql, *transaction, request.device, now);
+    return signIn(sql, *transaction, *request.device, now);
 }
 
 Completion LoginCompletion::signIn(soci::session& sql, const LoginTransaction& transaction,

@@ -1,8 +1,9 @@
 #include "server/login/LoginEndpoints.h"
 
+#include "server/accounts/AccountError.h"
+#include "server/accounts/AnswerOnPool.h"
 #include "server/accounts/Tokens.h"
 #include "server/accounts/WireTime.h"
-#include "server/http/ErrorEnvelope.h"
 #include "server/login/LoginRequests.h"
 
 #include <boost/json/array.hpp>
@@ -15,28 +16,16 @@ namespace json = boost::json;
 
 namespace {
 
-HttpResponse jsonResponse(std::string body) {
-    HttpResponse response;
-    response.body = std::move(body);
-    return response;
-}
-
-HttpResponse noContent() {
-    HttpResponse response;
-    response.status = 204;
-    return response;
-}
-
-std::variant<LoginTransaction, Refusal> transactionFor(const LoginService& service,
-                                                       const TransactionRequest& request,
-                                                       const std::optional<Principal>& principal) {
+LoginTransaction transactionFor(const LoginService& service, const TransactionRequest& request,
+                                const std::optional<Principal>& principal) {
     if (service.find(request.provider) == nullptr) {
-        return Refusal{422, "provider_unavailable", "This service has no login of that provider."};
+        throw AccountError(
+            Refusal{422, "provider_unavailable", "This service has no login of that provider."});
     }
     LoginTransaction transaction;
     if (request.intent != AuthIntent::signIn) {
         if (!principal) {
-            return loginOver();
+            throw AccountError(unauthorized());
         }
         transaction.owner = LoginOwner{principal->accountId, principal->sessionId};
     }
@@ -58,8 +47,6 @@ std::string encodeTransaction(const LoginTransaction& transaction, const std::st
 }
 
 struct CompletionEncoder {
-    std::string requestId;
-
     HttpResponse operator()(const IssuedLogin& login) const {
         return jsonResponse(encodeLogin(login));
     }
@@ -72,92 +59,70 @@ struct CompletionEncoder {
         return jsonResponse(encodeReauthProof(proof));
     }
 
-    HttpResponse operator()(const Refusal& refusal) const {
-        return refusalResponse(refusal, requestId);
-    }
+    HttpResponse operator()(const Refusal& refusal) const { throw AccountError(refusal); }
 };
 
 } // namespace
 
-Answer providers(LoginService& service) {
+HttpResponse providers(LoginService& service, const HttpRequest&) {
     json::array names;
     for (const AuthProvider provider : service.providers()) {
         names.emplace_back(rawValue(provider));
     }
     json::object record;
     record["providers"] = std::move(names);
-    co_return jsonResponse(json::serialize(record));
+    return jsonResponse(json::serialize(record));
 }
 
-Answer createTransaction(LoginService& service, HttpRequest request) {
-    const auto decoded = decodeTransactionRequest(request.body);
-    if (const auto* refusal = std::get_if<Refusal>(&decoded)) {
-        co_return refusalResponse(*refusal, request.requestId);
-    }
+HttpResponse createTransaction(LoginService& service, const HttpRequest& request) {
+    const TransactionRequest asked = decodeTransactionRequest(request.body);
     const auto base = service.origin().baseFor(request.head);
     if (!base) {
-        co_return errorResponse(421, "misdirected_request",
-                                "This service answers to its own address only.", request.requestId);
+        throw AccountError(
+            Refusal{421, "misdirected_request", "This service answers to its own address only."});
     }
-    const auto made =
-        transactionFor(service, std::get<TransactionRequest>(decoded), request.principal);
-    if (const auto* refusal = std::get_if<Refusal>(&made)) {
-        co_return refusalResponse(*refusal, request.requestId);
-    }
-    const auto transaction = std::get<LoginTransaction>(made);
-    auto work = [transaction, now = service.now()](soci::session& sql) {
-        // Kept for a while, so that a late browser can be told that it is late.
-        removeExpiredLogins(sql, now - std::chrono::hours(1));
+    const LoginTransaction transaction = transactionFor(service, asked, request.principal);
+    service.transact([&transaction, now = service.now()](soci::session& sql) {
         insertTransaction(sql, transaction, now);
-    };
-    auto inserting = service.inDatabase(std::move(work));
-    co_await std::move(inserting);
-    co_return jsonResponse(encodeTransaction(transaction, *base));
+    });
+    return jsonResponse(encodeTransaction(transaction, *base));
 }
 
-Answer complete(LoginService& service, HttpRequest request) {
-    const auto decoded = decodeCompleteRequest(request.body);
-    if (const auto* refusal = std::get_if<Refusal>(&decoded)) {
-        co_return refusalResponse(*refusal, request.requestId);
-    }
-    auto work = [&completion = service.completion(), asked = std::get<CompleteRequest>(decoded),
-                 now = service.now()](soci::session& sql) {
-        return completion.complete(sql, asked, now);
-    };
-    auto completing = service.inDatabase(std::move(work));
-    const Completion completion = co_await std::move(completing);
-    co_return std::visit(CompletionEncoder{request.requestId}, completion);
+HttpResponse complete(LoginService& service, const HttpRequest& request) {
+    const CompleteRequest asked = decodeCompleteRequest(request.body);
+    const Completion completion =
+        service.transact([&service, &asked, now = service.now()](soci::session& sql) {
+            return service.completion().complete(sql, asked, now);
+        });
+    return std::visit(CompletionEncoder(), completion);
 }
 
-Answer unlink(LoginService& service, HttpRequest request) {
+HttpResponse unlink(LoginService& service, const HttpRequest& request) {
     const auto provider = providerNamed(request.pathParameter);
     if (!provider) {
-        co_return errorResponse(404, "not_found", "There is nothing at this address.",
-                                request.requestId);
+        throw AccountError(Refusal{404, "not_found", "There is nothing at this address."});
     }
-    auto work = [principal = request.principal.value(), provider = *provider](soci::session& sql) {
-        return LoginCompletion::unlink(sql, principal, provider);
-    };
-    auto unlinking = service.inDatabase(std::move(work));
-    const std::variant<UserSummary, Refusal> outcome = co_await std::move(unlinking);
+    const Principal principal = request.principal.value();
+    const auto outcome = service.transact([&principal, provider](soci::session& sql) {
+        return LoginCompletion::unlink(sql, principal, *provider);
+    });
     if (const auto* refusal = std::get_if<Refusal>(&outcome)) {
-        co_return refusalResponse(*refusal, request.requestId);
+        throw AccountError(*refusal);
     }
-    co_return jsonResponse(json::serialize(encodeUser(std::get<UserSummary>(outcome))));
+    return jsonResponse(json::serialize(encodeUser(std::get<UserSummary>(outcome))));
 }
 
-Answer deleteAccount(LoginService& service, HttpRequest request) {
-    const auto decoded = decodeDeleteRequest(request.body);
-    if (const auto* refusal = std::get_if<Refusal>(&decoded)) {
-        co_return refusalResponse(*refusal, request.requestId);
+HttpResponse deleteAccount(LoginService& service, const HttpRequest& request) {
+    const std::string proof = decodeDeleteRequest(request.body);
+    const Principal principal = request.principal.value();
+    const auto refusal =
+        service.transact([&principal, &proof, now = service.now()](soci::session& sql) {
+            return LoginCompletion::deleteAccount(sql, principal, proof, now);
+        });
+    if (refusal) {
+        throw AccountError(*refusal);
     }
-    auto work = [principal = request.principal.value(), proof = std::get<std::string>(decoded),
-                 now = service.now()](soci::session& sql) {
-        return LoginCompletion::deleteAccount(sql, principal, proof, now);
-    };
-    auto deleting = service.inDatabase(std::move(work));
-    const std::optional<Refusal> refusal = co_await std::move(deleting);
-    co_return refusal ? refusalResponse(*refusal, request.requestId) : noContent();
+    return emptyResponse();
 }
 
 } // namespace lumivane::service::LoginEndpoints

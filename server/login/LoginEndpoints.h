@@ -4,22 +4,21 @@
 
 namespace lumivane::service {
 
-/// What the program asks for, each an operation of one request. All answer in JSON; the database's
-/// failures become 503 "storage_unavailable". For the network thread alone; the service must
-/// outlive them.
+/// What the program asks for, each an operation of one request. They block on the database and
+/// throw AccountError and StoreError: to be called through `answerOnPool`. Any thread; the service
+/// must outlive them.
 namespace LoginEndpoints {
 
-using Answer = boost::asio::awaitable<HttpResponse>;
-
-Answer providers(LoginService& service);
-Answer createTransaction(LoginService& service, HttpRequest request);
-Answer complete(LoginService& service, HttpRequest request);
-Answer unlink(LoginService& service, HttpRequest request);
-Answer deleteAccount(LoginService& service, HttpRequest request);
+HttpResponse providers(LoginService& service, const HttpRequest& request);
+HttpResponse createTransaction(LoginService& service, const HttpRequest& request);
+HttpResponse complete(LoginService& service, const HttpRequest& request);
+HttpResponse unlink(LoginService& service, const HttpRequest& request);
+HttpResponse deleteAccount(LoginService& service, const HttpRequest& request);
 
 } // namespace LoginEndpoints
 
-/// What the browser is shown on its way. All answer with pages and redirects.
+/// What the browser is shown on its way. All answer with pages and redirects, and throw StoreError.
+/// For the network thread alone.
 namespace BrowserEndpoints {
 
 using Answer = boost::asio::awaitable<HttpResponse>;
@@ -34,8 +33,5 @@ Answer submit(LoginService& service, HttpRequest request);
 Answer comeBack(LoginService& service, HttpRequest request);
 
 } // namespace BrowserEndpoints
-
-/// What is said where the database cannot be used.
-Refusal storageUnavailable();
 
 } // namespace lumivane::service

@@ -1,4 +1,4 @@
-#include "server/http/ErrorEnvelope.h"
+#include "server/accounts/AnswerOnPool.h"
 #include "server/login/LoginEndpoints.h"
 #include "server/login/LoginPages.h"
 
@@ -8,14 +8,12 @@ namespace asio = boost::asio;
 
 namespace {
 
-using Operation = asio::awaitable<HttpResponse> (*)(LoginService& service, HttpRequest request);
+using Operation = HttpResponse (*)(LoginService& service, const HttpRequest& request);
+using PageOperation = asio::awaitable<HttpResponse> (*)(LoginService& service, HttpRequest request);
 
-enum class Form { json, page };
+constexpr std::uint64_t bodyBytes = 16 * 1024;
 
-HttpResponse storageFailure(Form form, const std::string& requestId) {
-    if (form == Form::json) {
-        return refusalResponse(storageUnavailable(), requestId);
-    }
+HttpResponse storageFailurePage() {
     HttpResponse response =
         htmlResponse(troublePage(503, "Login is temporarily unavailable",
                                  "Wait a moment, go back to Lumivane and start the login again."));
@@ -23,66 +21,72 @@ HttpResponse storageFailure(Form form, const std::string& requestId) {
     return response;
 }
 
-asio::awaitable<HttpResponse> guarded(LoginService& service, Operation operation, Form form,
-                                      HttpRequest request) {
-    const std::string requestId = request.requestId;
+asio::awaitable<HttpResponse> answerWithPage(LoginService& service, PageOperation operation,
+                                             HttpRequest request) {
     try {
         auto answering = operation(service, std::move(request));
         co_return co_await std::move(answering);
     } catch (const StoreError&) {
     }
-    co_return storageFailure(form, requestId);
+    co_return storageFailurePage();
 }
 
-asio::awaitable<HttpResponse> answerProviders(LoginService& service, HttpRequest) {
-    return LoginEndpoints::providers(service);
+Route openRoute(std::string name, HttpMethod method, std::string path, BodyRule bodyRule) {
+    Route route;
+    route.name = std::move(name);
+    route.method = method;
+    route.path = std::move(path);
+    route.access = Access::open;
+    route.bodyRule = bodyRule;
+    route.bodyBytes = bodyBytes;
+    return route;
 }
 
-Route route(LoginService& service, std::string name, HttpMethod method, std::string path,
-            Operation operation, Form form) {
-    Route result;
-    result.name = std::move(name);
-    result.method = method;
-    result.path = std::move(path);
-    result.access = Access::open;
-    result.bodyBytes = 16 * 1024;
-    result.handler = [&service, operation, form](HttpRequest request) {
-        return guarded(service, operation, form, std::move(request));
+Handler onPool(LoginService& service, Operation operation) {
+    return [&service, operation](HttpRequest request) {
+        std::string requestId = request.requestId;
+        auto work = [&service, operation, request = std::move(request)] {
+            return operation(service, request);
+        };
+        return answerOnPool(service.pool(), std::move(requestId), std::move(work));
     };
-    return result;
+}
+
+Handler withPage(LoginService& service, PageOperation operation) {
+    return [&service, operation](HttpRequest request) {
+        return answerWithPage(service, operation, std::move(request));
+    };
 }
 
 } // namespace
 
-Refusal storageUnavailable() {
-    return {503, "storage_unavailable", "The service cannot reach its data. Try again shortly."};
-}
-
 std::vector<Route> loginRoutes(LoginService& service) {
+    using enum HttpMethod;
+    using enum BodyRule;
     std::vector<Route> routes;
-    routes.push_back(route(service, "auth_providers", HttpMethod::get, "/v1/auth/providers",
-                           answerProviders, Form::json));
-    routes.push_back(route(service, "auth_transactions", HttpMethod::post, "/v1/auth/transactions",
-                           LoginEndpoints::createTransaction, Form::json));
-    routes.back().access = Access::optionalSession;
-    routes.back().bodyRule = BodyRule::json;
-    routes.push_back(route(service, "auth_complete", HttpMethod::post, "/v1/auth/complete",
-                           LoginEndpoints::complete, Form::json));
-    routes.back().bodyRule = BodyRule::json;
-    routes.push_back(route(service, "auth_unlink", HttpMethod::remove, "/v1/auth/identities/{}",
-                           LoginEndpoints::unlink, Form::json));
-    routes.back().access = Access::session;
-    routes.push_back(route(service, "account_delete", HttpMethod::remove, "/v1/account",
-                           LoginEndpoints::deleteAccount, Form::json));
-    routes.back().access = Access::session;
-    routes.back().bodyRule = BodyRule::json;
-    routes.push_back(route(service, "login_open", HttpMethod::get, "/v1/auth/login/{}",
-                           BrowserEndpoints::open, Form::page));
-    routes.push_back(route(service, "login_submit", HttpMethod::post, "/v1/auth/login/{}",
-                           BrowserEndpoints::submit, Form::page));
-    routes.back().bodyRule = BodyRule::form;
-    routes.push_back(route(service, "login_callback", HttpMethod::get, "/v1/auth/callback/{}",
-                           BrowserEndpoints::comeBack, Form::page));
+    const auto add = [&routes](Route route, Handler handler) -> Route& {
+        route.handler = std::move(handler);
+        return routes.emplace_back(std::move(route));
+    };
+    add(openRoute("auth_providers", get, "/v1/auth/providers", none),
+        onPool(service, LoginEndpoints::providers));
+    add(openRoute("auth_transactions", post, "/v1/auth/transactions", json),
+        onPool(service, LoginEndpoints::createTransaction))
+        .access = Access::optionalSession;
+    add(openRoute("auth_complete", post, "/v1/auth/complete", json),
+        onPool(service, LoginEndpoints::complete));
+    add(openRoute("auth_unlink", remove, "/v1/auth/identities/{}", none),
+        onPool(service, LoginEndpoints::unlink))
+        .access = Access::session;
+    add(openRoute("account_delete", remove, "/v1/account", json),
+        onPool(service, LoginEndpoints::deleteAccount))
+        .access = Access::session;
+    add(openRoute("login_open", get, "/v1/auth/login/{}", none),
+        withPage(service, BrowserEndpoints::open));
+    add(openRoute("login_submit", post, "/v1/auth/login/{}", form),
+        withPage(service, BrowserEndpoints::submit));
+    add(openRoute("login_callback", get, "/v1/auth/callback/{}", none),
+        withPage(service, BrowserEndpoints::comeBack));
     return routes;
 }
 

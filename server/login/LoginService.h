@@ -23,8 +23,8 @@ struct LoginDependencies {
     boost::asio::thread_pool& pool;
 };
 
-/// What all of a login's endpoints share: providers, settings and the way to the database. For the
-/// network thread alone.
+/// What all of a login's endpoints share: providers, settings and the way to the database. Never
+/// changes; any thread, but for the providers' own operations.
 class LoginService {
 public:
     /// Throws LoginSettingsError where providers are set up wrongly, or users of other machines
@@ -46,24 +46,16 @@ public:
 
     WallTime now() const { return m_dependencies.clock.now(); }
 
-    /// Runs `work(soci::session&)` in one transaction on the pool. Two logins that collide in a
-    /// rule of the schema, as two first ones of one person, are tried again. Throws StoreError.
-    template <typename Work>
-    boost::asio::awaitable<std::invoke_result_t<Work&, soci::session&>> inDatabase(Work work) {
-        auto run = [&database = m_dependencies.database, work = std::move(work)] {
-            return retried(database, work);
-        };
-        auto running = runOnWorkPool(m_dependencies.pool, std::move(run));
-        co_return co_await std::move(running);
-    }
+    boost::asio::thread_pool& pool() const { return m_dependencies.pool; }
 
-private:
+    /// Runs `work(soci::session&)` in one transaction, blocking. Two logins that collide in a rule
+    /// of the schema, as two first ones of one person, are tried again. Throws StoreError. Any
+    /// thread but the network's.
     template <typename Work>
-    static std::invoke_result_t<Work&, soci::session&> retried(Database& database,
-                                                               const Work& work) {
+    std::invoke_result_t<Work&, soci::session&> transact(Work work) {
         for (int attempt = 1;; ++attempt) {
             try {
-                return database.transact(work);
+                return m_dependencies.database.transact(work);
             } catch (const StoreError& error) {
                 if (error.errorCase() != StoreError::Case::conflict || attempt == mostAttempts) {
                     throw;
@@ -72,6 +64,15 @@ private:
         }
     }
 
+    /// The same on the pool, for the network thread.
+    template <typename Work>
+    boost::asio::awaitable<std::invoke_result_t<Work&, soci::session&>> inDatabase(Work work) {
+        auto run = [this, work = std::move(work)] { return transact(work); };
+        auto running = runOnWorkPool(m_dependencies.pool, std::move(run));
+        co_return co_await std::move(running);
+    }
+
+private:
     static constexpr int mostAttempts = 3;
 
     LoginDependencies m_dependencies;

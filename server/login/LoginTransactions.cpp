@@ -146,10 +146,4 @@ bool markCompleted(soci::session& sql, const std::string& id, WallTime now) {
     return changesOneRow(mark);
 }
 
-void removeExpiredLogins(soci::session& sql, WallTime before) {
-    const long long time = storedTime(before);
-    sql << "DELETE FROM login_transactions WHERE expires_at < :time", soci::use(time);
-    sql << "DELETE FROM reauth_proofs WHERE expires_at < :time", soci::use(time);
-}
-
 } // namespace lumivane::service

@@ -66,7 +66,4 @@ void keepProvedIdentity(soci::session& sql, const std::string& id, const ProvedI
 /// Uses the login up. False where it was before.
 bool markCompleted(soci::session& sql, const std::string& id, WallTime now);
 
-/// Forgets logins and proofs that ended before `before`.
-void removeExpiredLogins(soci::session& sql, WallTime before);
-
 } // namespace lumivane::service
