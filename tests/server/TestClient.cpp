@@ -111,8 +111,9 @@ TestResponse TestClient::read(bool hasBody) {
         const std::size_t stop = head.find("\r\n", line);
         const std::size_t colon = head.find(':', line);
         const std::string name = head.substr(line, colon - line);
-        response.headers[boost::algorithm::to_lower_copy(name)] =
-            boost::algorithm::trim_copy(head.substr(colon + 1, stop - colon - 1));
+        std::string& value = response.headers[boost::algorithm::to_lower_copy(name)];
+        value.append(value.empty() ? "" : "\n");
+        value += boost::algorithm::trim_copy(head.substr(colon + 1, stop - colon - 1));
         line = stop + 2;
     }
     const std::size_t length =
