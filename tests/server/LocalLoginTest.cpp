@@ -40,10 +40,10 @@ TEST_P(LocalLoginTest, TheWholeWayEndsInALogin) {
 }
 
 TEST_P(LocalLoginTest, ThePageLiesOnTheAddressThatWasAsked) {
-    const TestResponse response = program().ask(
-        "POST", "/v1/auth/transactions",
-        R"({"provider":"github","intent":"sign_in","code_challenge_method":"S256",)"
-        R"("code_challenge":"E9Melhoa2OwvFrEMTJguCHaoeK1t8URWbuGJSstw-cM"})");
+    const TestResponse response =
+        program().ask("POST", "/v1/auth/transactions",
+                      R"({"provider":"github","intent":"sign_in","code_challenge_method":"S256",)"
+                      R"("code_challenge":"E9Melhoa2OwvFrEMTJguCHaoeK1t8URWbuGJSstw-cM"})");
     EXPECT_EQ(response.status, 200);
     EXPECT_EQ(textIn(response, "authorization_url"),
               "http://127.0.0.1:" + std::to_string(server->port()) + "/v1/auth/login/" +
@@ -102,10 +102,9 @@ TEST_P(LocalLoginTest, WhatIsMissingIsAskedForAgainAndTheRestKept) {
     EXPECT_THAT(page.body, HasSubstr("Enter an email such as name@example.org."));
     EXPECT_THAT(page.body, HasSubstr("value=\"&lt;b&gt;&quot;Ada&quot;&lt;/b&gt;\""));
     EXPECT_THAT(page.body, Not(HasSubstr("<b>")));
-    const TestResponse again =
-        visitor.post(login.path, {{"form_token", formTokenIn(page)},
-                                  {"name", "Ada"},
-                                  {"email", "ada@example.org"}});
+    const TestResponse again = visitor.post(
+        login.path,
+        {{"form_token", formTokenIn(page)}, {"name", "Ada"}, {"email", "ada@example.org"}});
     EXPECT_EQ(again.status, 302);
 }
 

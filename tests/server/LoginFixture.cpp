@@ -83,8 +83,9 @@ void TestBrowser::keepCookies(const std::string& lines) {
 
 TestResponse TestProgram::ask(const std::string& method, const std::string& path,
                               const std::string& body, const std::string& token) {
-    std::string bytes = method + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" +
-                        std::to_string(m_port) + "\r\nContent-Type: application/json\r\n";
+    std::string bytes = method + " " + path +
+                        " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(m_port) +
+                        "\r\nContent-Type: application/json\r\n";
     bytes += token.empty() ? "" : "Authorization: Bearer " + token + "\r\n";
     bytes += "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
     return TestClient(m_port).ask(bytes);
