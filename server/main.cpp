@@ -1,10 +1,7 @@
-#include "server/analysis/ChatCompletionsEngine.h"
-#include "server/analysis/ExtractiveEngine.h"
 #include "server/application/LumivaneService.h"
+#include "server/application/OperationRoutes.h"
 #include "server/configuration/CommandLine.h"
-#include "server/configuration/DevelopmentToken.h"
 #include "server/configuration/ServiceConfiguration.h"
-#include "server/http/StaticTokenAuthorizer.h"
 
 #include <boost/asio/signal_set.hpp>
 #include <sys/resource.h>
@@ -21,7 +18,6 @@ namespace asio = boost::asio;
 
 constexpr int exitFailure = 1;
 constexpr int exitUsage = 2;
-constexpr std::size_t workThreads = 2;
 
 // Every connection is a file descriptor, and the usual soft limit is below what is served.
 void raiseDescriptorLimit() {
@@ -33,12 +29,12 @@ void raiseDescriptorLimit() {
 }
 
 // The second signal ends the process on the spot, for a person who does not want to wait.
-void stopOnSignal(asio::signal_set& signals, HttpServer& server) {
-    signals.async_wait([&signals, &server](boost::system::error_code error, int) {
+void stopOnSignal(asio::signal_set& signals, LumivaneService& service) {
+    signals.async_wait([&signals, &service](boost::system::error_code error, int) {
         if (error) {
             return;
         }
-        server.stop();
+        service.stop();
         signals.cancel();
         signals.clear();
         std::signal(SIGINT, SIG_DFL);
@@ -46,40 +42,15 @@ void stopOnSignal(asio::signal_set& signals, HttpServer& server) {
     });
 }
 
-std::unique_ptr<AnalysisEngine> makeEngine(const ServiceConfiguration& configuration,
-                                           asio::thread_pool& pool) {
-    if (!configuration.chat) {
-        return std::make_unique<ExtractiveEngine>(pool);
-    }
-    const ChatSettings& chat = *configuration.chat;
-    try {
-        auto transport = makeHttpChatTransport(parseChatEndpoint(chat.baseUrl), chat.apiKey);
-        return std::make_unique<ChatCompletionsEngine>(
-            std::move(transport), chat.model, PromptLibrary::load(configuration.promptsFolder));
-    } catch (const ChatEndpointError& error) {
-        throw ConfigurationError(std::string("\"chat_base_url\" ") + error.what());
-    } catch (const PromptError& error) {
-        throw ConfigurationError(std::string("\"prompts_folder\": ") + error.what());
-    }
-}
-
 int serve(const ServiceConfiguration& configuration) {
-    const std::string token = configuration.developmentToken
-                                  ? *configuration.developmentToken
-                                  : loadOrMakeDevelopmentToken(configuration.dataFolder);
-    asio::thread_pool pool(workThreads);
     asio::io_context context(1);
-    const auto engine = makeEngine(configuration, pool);
-    StaticTokenAuthorizer authorizer(token);
-    HttpServer server(context, makeServiceRouter(authorizer, *engine, pool), ServerLimits{},
-                      writeToStandardError);
-    server.listen(ListenAddress{configuration.address, configuration.port});
+    LumivaneService service(context, configuration, writeToStandardError);
+    service.start();
     asio::signal_set signals(context, SIGINT, SIGTERM);
-    stopOnSignal(signals, server);
-    std::cout << "listening on http://" << configuration.address << ":" << server.port()
+    stopOnSignal(signals, service);
+    std::cout << "listening on http://" << configuration.address << ":" << service.port()
               << std::endl;
     context.run();
-    pool.join();
     return EXIT_SUCCESS;
 }
 

@@ -43,9 +43,10 @@ HttpResponse takeover(AccountServices& services, const HttpRequest& request) {
 } // namespace
 
 AccountServices makeAccountServices(Database& database, const WallClock& clock,
-                                    const SessionSettings& settings) {
+                                    const SessionSettings& settings,
+                                    std::shared_ptr<RateLimiter> refreshLimiter) {
     const TokenDerivation derivation = TokenDerivation::load(database);
-    return {TokenExchange(database, derivation, clock, settings),
+    return {TokenExchange(database, derivation, clock, settings, std::move(refreshLimiter)),
             DeviceTakeover(database, derivation, clock, settings),
             SessionDirectory(database, clock)};
 }

@@ -18,9 +18,11 @@ struct AccountServices {
     SessionDirectory directory;
 };
 
-/// Database and clock must outlive what is returned. Throws StoreError.
+/// Database and clock must outlive what is returned; `refreshLimiter` counts exchanges by session.
+/// Throws StoreError.
 AccountServices makeAccountServices(Database& database, const WallClock& clock,
-                                    const SessionSettings& settings);
+                                    const SessionSettings& settings,
+                                    std::shared_ptr<RateLimiter> refreshLimiter = nullptr);
 
 /// POST /v1/auth/refresh, /v1/auth/revoke, /v1/auth/logout, /v1/auth/takeover and
 /// GET /v1/auth/me, /v1/auth/devices. Services and pool must outlive the routes.

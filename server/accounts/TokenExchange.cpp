@@ -2,8 +2,10 @@
 
 #include "server/accounts/AccountError.h"
 #include "server/accounts/SessionRows.h"
+#include "server/http/ErrorEnvelope.h"
 #include "server/store/Database.h"
 
+#include <utility>
 #include <variant>
 
 namespace lumivane::service {
@@ -103,11 +105,12 @@ std::optional<Refused> judge(soci::session& sql, const std::optional<KnownToken>
 } // namespace
 
 TokenExchange::TokenExchange(Database& database, TokenDerivation derivation, const WallClock& clock,
-                             SessionSettings settings)
+                             SessionSettings settings, std::shared_ptr<RateLimiter> limiter)
     : m_database(database)
     , m_derivation(std::move(derivation))
     , m_clock(clock)
-    , m_settings(settings) {}
+    , m_settings(settings)
+    , m_limiter(std::move(limiter)) {}
 
 IssuedLogin TokenExchange::refresh(const RefreshRequest& request) {
     if (request.refreshToken.size() != tokenLength) {
@@ -116,8 +119,15 @@ IssuedLogin TokenExchange::refresh(const RefreshRequest& request) {
     const WallTime now = m_clock.now();
     const std::string hash = tokenHash(request.refreshToken);
     const IssuedTokens derived = derivedTokens(m_derivation, request);
+    // Counted once, however often the database makes the transaction run.
+    bool isCounted = m_limiter == nullptr;
     const auto exchange = [&](soci::session& sql) -> std::variant<IssuedLogin, Refused> {
         const auto token = findToken(sql, hash);
+        if (token && !std::exchange(isCounted, true)) {
+            if (const auto wait = m_limiter->take(token->sessionId)) {
+                throw AccountError(rateLimited(*wait));
+            }
+        }
         if (const auto refused = judge(sql, token, request, now)) {
             return *refused;
         }

@@ -3,7 +3,9 @@
 #include "server/accounts/LoginRecords.h"
 #include "server/accounts/SessionSettings.h"
 #include "server/accounts/Tokens.h"
+#include "server/http/RateLimiter.h"
 
+#include <memory>
 #include <string>
 
 namespace lumivane::service {
@@ -20,13 +22,14 @@ struct RefreshRequest {
 /// Exchanges refresh tokens and ends sessions by them. Calls block; any thread, any replica.
 class TokenExchange {
 public:
+    /// `limiter` counts by session how often a known token is asked with; none: no limit.
     TokenExchange(Database& database, TokenDerivation derivation, const WallClock& clock,
-                  SessionSettings settings);
+                  SessionSettings settings, std::shared_ptr<RateLimiter> limiter = nullptr);
 
     /// One exchange per token and operation: asked once more it gives byte for byte the same
     /// tokens and expiries, which are derived and so need not be stored. The same token under
     /// another operation was stolen from one side or the other, and ends its whole session.
-    /// Throws AccountError (unauthorized, device_evicted) and StoreError.
+    /// Throws AccountError (unauthorized, device_evicted, rate_limited) and StoreError.
     IssuedLogin refresh(const RefreshRequest& request);
 
     /// Ends the session that a token belongs to, even one that was exchanged; nothing happens for
@@ -38,6 +41,7 @@ private:
     const TokenDerivation m_derivation;
     const WallClock& m_clock;
     const SessionSettings m_settings;
+    std::shared_ptr<RateLimiter> m_limiter;
 };
 
 } // namespace lumivane::service

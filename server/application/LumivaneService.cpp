@@ -1,12 +1,22 @@
 #include "server/application/LumivaneService.h"
 
-#include "server/http/ErrorEnvelope.h"
-#include "server/work/WorkPool.h"
+#include "server/accounts/AccountRoutes.h"
+#include "server/accounts/ExpiredRows.h"
+#include "server/application/AnalysisRoutes.h"
+#include "server/application/ConfiguredEngine.h"
+#include "server/application/ConfiguredLogins.h"
+#include "server/application/OperationRoutes.h"
+#include "server/application/RouteRates.h"
+#include "server/application/ServiceAuthorizer.h"
+#include "server/configuration/DevelopmentToken.h"
+#include "server/http/HttpServer.h"
+#include "server/store/Database.h"
+#include "server/work/WorkLoad.h"
 
-#include <boost/json/object.hpp>
-#include <boost/json/serialize.hpp>
-
-#include <variant>
+#include <boost/asio/bind_cancellation_slot.hpp>
+#include <boost/asio/cancellation_signal.hpp>
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/post.hpp>
 
 namespace lumivane::service {
 
@@ -14,91 +24,129 @@ namespace asio = boost::asio;
 
 namespace {
 
-// A picture of a whole display as base64 fits.
-constexpr std::uint64_t analyzeBodyBytes = 20 * 1024 * 1024;
+// Calls of the database wait for disks and for each other, analyses for nothing but the processor.
+constexpr std::size_t storeThreads = 8;
+constexpr std::size_t analysisThreads = 2;
+constexpr std::chrono::minutes expiryInterval{10};
 
-using Decoded = std::variant<AnalyzeRequest, RecordError>;
-
-std::string healthBody(const AnalysisEngine& engine) {
-    boost::json::object record;
-    record["status"] = "ok";
-    record["version"] = boost::json::string(serviceVersion().data(), serviceVersion().size());
-    // A key that is absent is not the same as false, which keeps clients from asking.
-    if (const auto isReady = engine.answersLeetCode()) {
-        record["leetcode_ready"] = *isReady;
-    }
-    return boost::json::serialize(record);
+DatabaseSettings databaseSettings(const AccountConfiguration& accounts) {
+    DatabaseSettings settings;
+    settings.location = accounts.databaseLocation;
+    settings.connections = storeThreads;
+    return settings;
 }
 
-asio::awaitable<HttpResponse> answerHealth(std::string body) {
-    HttpResponse response;
-    response.body = std::move(body);
-    co_return response;
+SessionSettings sessionSettings(const AccountConfiguration& accounts) {
+    SessionSettings settings;
+    settings.accessLifetime = accounts.accessTokenLifetime;
+    settings.refreshLifetime = accounts.refreshTokenLifetime;
+    return settings;
 }
 
-Decoded decode(const std::string& body) {
-    try {
-        return decodeAnalyzeRequest(body);
-    } catch (const RecordError& error) {
-        return error;
+// Behind a proxy the service is not for this machine's programs alone, and has no token for them.
+std::optional<std::string> developmentToken(const ServiceConfiguration& configuration) {
+    if (configuration.developmentToken || configuration.accounts.isBehindProxy) {
+        return configuration.developmentToken;
     }
+    return loadOrMakeDevelopmentToken(configuration.dataFolder);
 }
 
-asio::awaitable<HttpResponse> analyze(AnalysisEngine& engine, AnalyzeRequest analyzed,
-                                      std::string requestId) {
-    try {
-        const AnalysisAnswer answer = co_await engine.analyze(std::move(analyzed));
-        HttpResponse response;
-        response.body = encodeAnalyzeResponse(answer, requestId);
-        co_return response;
-    } catch (const EngineError& error) {
-        co_return errorResponse(error.status(), error.code(), error.what(), requestId);
-    }
+void append(std::vector<Route>& routes, std::vector<Route> more) {
+    std::move(more.begin(), more.end(), std::back_inserter(routes));
 }
 
-asio::awaitable<HttpResponse> answerAnalyze(AnalysisEngine& engine, asio::thread_pool& pool,
-                                            HttpRequest request) {
-    auto work = [body = std::move(request.body)] { return decode(body); };
-    auto decoding = runOnWorkPool(pool, std::move(work));
-    Decoded decoded = co_await std::move(decoding);
-    if (const auto* refusal = std::get_if<RecordError>(&decoded)) {
-        co_return errorResponse(refusal->status(), refusal->code(), refusal->what(),
-                                request.requestId);
-    }
-    auto analyzing =
-        analyze(engine, std::get<AnalyzeRequest>(std::move(decoded)), std::move(request.requestId));
-    HttpResponse response = co_await std::move(analyzing);
-    co_return response;
+void addLoad(ServerMetrics& metrics, const std::string& pool, WorkLoad& load) {
+    metrics.addGauge("lumivane_" + pool + "_waiting", "Work that waits for a thread.",
+                     [&load] { return static_cast<double>(load.waiting()); });
+    metrics.addGauge("lumivane_" + pool + "_running", "Work on a thread.",
+                     [&load] { return static_cast<double>(load.running()); });
 }
 
 } // namespace
 
-std::string_view serviceVersion() { return LUMIVANE_SERVICE_VERSION; }
+struct LumivaneService::Parts {
+    Parts(asio::io_context& networkContext, const ServiceConfiguration& chosen, LogWriter log)
+        : context(networkContext)
+        , configuration(chosen)
+        , token(developmentToken(chosen))
+        , database(Database::open(databaseSettings(chosen.accounts)))
+        , accounts(makeAccountServices(*database, clock, sessionSettings(chosen.accounts),
+                                       makeLimiter(chosen.accounts.refreshesPerMinute)))
+        , upstream(makeHttpUpstreamTransport())
+        , logins(makeConfiguredLogins(chosen, {*database, clock, *upstream, storePool},
+                                      sessionSettings(chosen.accounts)))
+        , engine(makeConfiguredEngine(chosen, analysisPool))
+        , sessions(*database, clock, storePool)
+        , authorizer(token, sessions)
+        , server(networkContext, Router(authorizer, routes()), ServerLimits{}, std::move(log),
+                 metrics,
+                 chosen.accounts.isBehindProxy ? ForwardedAddress::believed
+                                               : ForwardedAddress::ignored) {
+        addLoad(metrics, "store", WorkLoad::of(storePool));
+        addLoad(metrics, "analysis", WorkLoad::of(analysisPool));
+    }
 
-Router makeServiceRouter(Authorizer& authorizer, AnalysisEngine& engine, asio::thread_pool& pool) {
-    Route health;
-    health.name = "healthz";
-    health.method = HttpMethod::get;
-    health.path = "/healthz";
-    health.access = Access::open;
-    health.handler = [body = healthBody(engine)](const HttpRequest&) { return answerHealth(body); };
+    ~Parts() {
+        storePool.join();
+        analysisPool.join();
+    }
 
-    Route analysis;
-    analysis.name = "analyze";
-    analysis.method = HttpMethod::post;
-    analysis.path = "/v1/analyze";
-    analysis.access = Access::session;
-    analysis.bodyRule = BodyRule::json;
-    analysis.bodyBytes = analyzeBodyBytes;
-    analysis.waiting = Waiting::watched;
-    analysis.handler = [&engine, &pool](HttpRequest request) {
-        return answerAnalyze(engine, pool, std::move(request));
-    };
+    std::vector<Route> routes() {
+        auto all = operationRoutes(metrics, [this] { return engine->answersLeetCode(); });
+        append(all, analysisRoutes(*engine, analysisPool));
+        append(all, accountRoutes(accounts, storePool));
+        append(all, loginRoutes(*logins));
+        setRouteRates(all, configuration.accounts);
+        return all;
+    }
 
-    std::vector<Route> routes;
-    routes.push_back(std::move(health));
-    routes.push_back(std::move(analysis));
-    return {authorizer, std::move(routes)};
+    asio::io_context& context;
+    ServiceConfiguration configuration;
+    std::optional<std::string> token;
+    SystemWallClock clock;
+    ServerMetrics metrics;
+    std::unique_ptr<Database> database;
+    AccountServices accounts;
+    asio::thread_pool storePool{storeThreads};
+    asio::thread_pool analysisPool{analysisThreads};
+    std::unique_ptr<UpstreamTransport> upstream;
+    std::unique_ptr<LoginService> logins;
+    std::unique_ptr<AnalysisEngine> engine;
+    SessionAuthorizer sessions;
+    ServiceAuthorizer authorizer;
+    HttpServer server;
+    asio::cancellation_signal stopping;
+};
+
+LumivaneService::LumivaneService(asio::io_context& context,
+                                 const ServiceConfiguration& configuration, LogWriter log)
+    : m_parts(std::make_unique<Parts>(context, configuration, std::move(log))) {}
+
+LumivaneService::~LumivaneService() = default;
+
+void LumivaneService::start() {
+    Parts& parts = *m_parts;
+    ListenAddress address;
+    address.address = parts.configuration.address;
+    address.port = parts.configuration.port;
+    if (parts.configuration.accounts.isBehindProxy) {
+        address.reach = ListenAddress::Reach::anyAddress;
+    }
+    parts.server.listen(address);
+    auto deleting =
+        keepDeletingExpiredRows(*parts.database, parts.clock, parts.storePool, expiryInterval);
+    // It ends by being cancelled, which is no failure.
+    asio::co_spawn(
+        parts.context, std::move(deleting),
+        asio::bind_cancellation_slot(parts.stopping.slot(), [](const std::exception_ptr&) {}));
+}
+
+std::uint16_t LumivaneService::port() const { return m_parts->server.port(); }
+
+void LumivaneService::stop() {
+    asio::post(m_parts->context,
+               [this] { m_parts->stopping.emit(asio::cancellation_type::terminal); });
+    m_parts->server.stop();
 }
 
 } // namespace lumivane::service

@@ -1,22 +1,41 @@
 #pragma once
 
-#include "server/analysis/AnalysisEngine.h"
-#include "server/http/HttpServer.h"
+#include "server/configuration/ServiceConfiguration.h"
+#include "server/http/RequestLog.h"
 
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/thread_pool.hpp>
 
-#include <string_view>
+#include <cstdint>
+#include <memory>
 
 namespace lumivane::service {
 
-/// The version that `healthz` and --version show.
-std::string_view serviceVersion();
+/// The whole service, put together as the settings say: database, sessions, logins, analysis and
+/// the server before them. The context's one thread is the network thread, and the context must
+/// outlive the service.
+class LumivaneService {
+public:
+    /// Opens the database and brings its schema up to date. Throws ConfigurationError, TokenError
+    /// and StoreError.
+    LumivaneService(boost::asio::io_context& context, const ServiceConfiguration& configuration,
+                    LogWriter log);
+    ~LumivaneService();
+    LumivaneService(const LumivaneService&) = delete;
+    LumivaneService& operator=(const LumivaneService&) = delete;
 
-/// The service's routes over one engine: GET /healthz for everyone, with what the engine says of
-/// itself when the router is made, POST /v1/analyze for whom the authorizer lets in. Records are
-/// decoded on `pool`. Authorizer, engine and pool must outlive the router.
-Router makeServiceRouter(Authorizer& authorizer, AnalysisEngine& engine,
-                         boost::asio::thread_pool& pool);
+    /// Listens, and begins the work that goes on beside the requests. Throws ListenError.
+    void start();
+
+    /// The port listened on.
+    std::uint16_t port() const;
+
+    /// Lets requests at work finish and ends everything else; the context then runs out of work.
+    /// Any thread.
+    void stop();
+
+private:
+    struct Parts;
+    std::unique_ptr<Parts> m_parts;
+};
 
 } // namespace lumivane::service

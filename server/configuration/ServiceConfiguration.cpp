@@ -1,13 +1,12 @@
 #include "server/configuration/ServiceConfiguration.h"
 
+#include "server/configuration/AccountConfiguration.h"
 #include "server/configuration/SettingKeys.h"
 
 #include <boost/json/object.hpp>
 #include <boost/json/parse.hpp>
 #include <unistd.h>
 
-#include <algorithm>
-#include <charconv>
 #include <fstream>
 #include <sstream>
 
@@ -41,6 +40,12 @@ std::string textOf(const std::string& key, const SettingKey& setting, const json
             throw ConfigurationError("configuration key \"" + key + "\" must be an integer");
         }
         return std::to_string(value.get_int64());
+    }
+    if (setting.type == SettingType::flag) {
+        if (!value.is_bool()) {
+            throw ConfigurationError("configuration key \"" + key + "\" must be true or false");
+        }
+        return value.get_bool() ? "true" : "false";
     }
     if (!value.is_string()) {
         throw ConfigurationError("configuration key \"" + key + "\" must be a string");
@@ -106,40 +111,6 @@ fs::path defaultPromptsFolder(const Surroundings& surroundings) {
                                                 : fs::path(LUMIVANE_PROMPTS_SOURCE_FOLDER);
 }
 
-std::optional<SettingText> take(const SettingTexts& settings, const std::string& key) {
-    const auto found = settings.find(key);
-    return found == settings.end() ? std::nullopt : std::optional(found->second);
-}
-
-std::string nonEmpty(const SettingText& setting) {
-    if (setting.text.empty()) {
-        throw ConfigurationError(setting.source + " must not be empty");
-    }
-    return setting.text;
-}
-
-std::uint16_t portOf(const SettingText& setting) {
-    std::uint16_t port = 0;
-    const char* end = setting.text.data() + setting.text.size();
-    const auto [rest, error] = std::from_chars(setting.text.data(), end, port);
-    if (error != std::errc() || rest != end || setting.text.empty()) {
-        throw ConfigurationError(setting.source + " must be a number from 0 to 65535");
-    }
-    return port;
-}
-
-// Both go into a header line as they stand.
-std::string headerSafe(const SettingText& setting, std::size_t fewest) {
-    const auto isPlain = [](char character) { return character > ' ' && character < 0x7F; };
-    const bool isUsable = setting.text.size() >= fewest &&
-                          std::all_of(setting.text.begin(), setting.text.end(), isPlain);
-    if (!isUsable) {
-        throw ConfigurationError(setting.source + " must have at least " + std::to_string(fewest) +
-                                 " visible ASCII characters");
-    }
-    return setting.text;
-}
-
 std::optional<ChatSettings> chatOf(const SettingTexts& settings) {
     const auto url = take(settings, "chat_base_url");
     const auto model = take(settings, "chat_model");
@@ -196,7 +167,7 @@ ServiceConfiguration loadConfiguration(const std::optional<fs::path>& named,
         configuration.address = nonEmpty(*address);
     }
     if (const auto port = take(settings, "port")) {
-        configuration.port = portOf(*port);
+        configuration.port = static_cast<std::uint16_t>(numberOf(*port, 0, 65535));
     }
     configuration.chat = chatOf(settings);
     const auto data = take(settings, "data_folder");
@@ -209,6 +180,7 @@ ServiceConfiguration loadConfiguration(const std::optional<fs::path>& named,
     if (const auto token = take(settings, "development_token")) {
         configuration.developmentToken = headerSafe(*token, fewestTokenCharacters);
     }
+    configuration.accounts = accountConfiguration(settings, configuration.dataFolder);
     return configuration;
 }
 

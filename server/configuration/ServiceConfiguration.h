@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -8,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace lumivane::service {
 
@@ -24,6 +26,32 @@ struct ChatSettings {
     std::optional<std::string> apiKey;
 };
 
+/// A provider of logins that is switched on. An address left empty is the provider's own.
+struct ProviderConfiguration {
+    std::string provider; ///< "google", "facebook" or "github"
+    std::string clientId;
+    std::string clientSecret;
+    std::string authorizationUrl;
+    std::string tokenUrl;
+    std::string userUrl;
+    std::string emailsUrl; ///< GitHub only
+    std::string issuer;    ///< Google only
+    std::string keysUrl;   ///< Google only
+};
+
+/// What the account side can be told.
+struct AccountConfiguration {
+    std::string databaseLocation;             ///< the path of a file, or a "postgresql://" URL
+    std::optional<std::string> publicBaseUrl; ///< without a slash at its end
+    bool isBehindProxy = false;
+    std::chrono::minutes accessTokenLifetime{15};
+    std::chrono::days refreshTokenLifetime{60};
+    std::uint32_t loginsPerMinute = 60;    ///< requests of logins for each address; 0: no limit
+    std::uint32_t refreshesPerMinute = 30; ///< for each session
+    std::uint32_t handlesPerMinute = 120;  ///< for each account
+    std::vector<ProviderConfiguration> providers;
+};
+
 /// Everything that the person who runs the service can choose.
 struct ServiceConfiguration {
     std::string address = "127.0.0.1";
@@ -32,6 +60,7 @@ struct ServiceConfiguration {
     std::filesystem::path dataFolder;
     std::filesystem::path promptsFolder;
     std::optional<std::string> developmentToken; ///< replaces the token file, for tests
+    AccountConfiguration accounts;
 };
 
 /// The process's surroundings as a value, so that tests need no process.

@@ -4,6 +4,7 @@
 
 #include <boost/asio/awaitable.hpp>
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,6 +17,7 @@ struct Refusal {
     int status = 401;
     std::string code;
     std::string message;
+    std::chrono::seconds retryAfter{0}; ///< above 0: said in Retry-After
 };
 
 using Authorization = std::variant<Principal, Refusal>;

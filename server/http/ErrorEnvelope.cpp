@@ -3,7 +3,11 @@
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>
 
+#include <algorithm>
+
 namespace lumivane::service {
+
+using namespace std::chrono_literals;
 
 HttpResponse errorResponse(int status, std::string_view code, std::string_view message,
                            std::string_view requestId) {
@@ -24,10 +28,16 @@ HttpResponse refusalResponse(const Refusal& refusal, std::string_view requestId)
     if (refusal.status == 401) {
         response.headers.emplace_back("WWW-Authenticate", "Bearer realm=\"lumivane\"");
     }
-    if (refusal.status == 503) {
-        response.headers.emplace_back("Retry-After", "1");
+    const auto wait = refusal.status == 503 ? std::max(1s, refusal.retryAfter) : refusal.retryAfter;
+    if (wait > 0s) {
+        response.headers.emplace_back("Retry-After", std::to_string(wait.count()));
     }
     return response;
+}
+
+Refusal rateLimited(std::chrono::seconds wait) {
+    const std::string seconds = std::to_string(wait.count());
+    return {429, "rate_limited", "Too many requests. Wait " + seconds + " s and try again.", wait};
 }
 
 Refusal internalFailure() {

@@ -3,6 +3,7 @@
 #include "server/http/Authorizer.h"
 #include "server/http/HttpMessage.h"
 
+#include <chrono>
 #include <string_view>
 
 namespace lumivane::service {
@@ -15,9 +16,12 @@ namespace lumivane::service {
 HttpResponse errorResponse(int status, std::string_view code, std::string_view message,
                            std::string_view requestId);
 
-/// The same with the headers that belong to the status: WWW-Authenticate with 401, Retry-After of
-/// a second with 503.
+/// The same with the headers that belong to the status: WWW-Authenticate with 401, Retry-After
+/// where there is a time to wait, of a second at least with 503.
 HttpResponse refusalResponse(const Refusal& refusal, std::string_view requestId);
+
+/// 429 "rate_limited".
+Refusal rateLimited(std::chrono::seconds wait);
 
 /// What is said of a failure that nobody foresaw.
 Refusal internalFailure();

@@ -93,6 +93,15 @@ asio::awaitable<bool> HttpConnection::serveOne() {
         written = co_await writeResponse(m_stream, std::move(*response), body, after,
                                          m_shared.limits.write);
     }
+    report(status, started);
+    m_reader.finishRequest();
+    if (written && !keepsOpen) {
+        co_await end();
+    }
+    co_return written&& keepsOpen;
+}
+
+void HttpConnection::report(int status, MonotonicTime started) {
     RequestLogEntry entry;
     entry.method = m_method;
     entry.routeName = m_route != nullptr ? std::string_view(m_route->name) : "none";
@@ -101,11 +110,7 @@ asio::awaitable<bool> HttpConnection::serveOne() {
         std::chrono::duration_cast<std::chrono::microseconds>(monotonicNow() - started);
     entry.requestId = m_requestId;
     m_shared.log(formatLogLine(entry));
-    m_reader.finishRequest();
-    if (written && !keepsOpen) {
-        co_await end();
-    }
-    co_return written&& keepsOpen;
+    m_shared.metrics.countRequest(entry.routeName, status, entry.duration);
 }
 
 asio::awaitable<void> HttpConnection::end() {
@@ -120,7 +125,8 @@ asio::awaitable<std::optional<HttpResponse>> HttpConnection::respond() {
         co_return failureOf(end, false);
     }
     m_method = m_reader.head().method;
-    Admission admission = co_await m_shared.router.admit(m_reader.head(), m_requestId);
+    const std::string client = clientAddress();
+    Admission admission = co_await m_shared.router.admit(m_reader.head(), m_requestId, client);
     m_route = admission.route;
     if (admission.refusal) {
         m_keepsAlive = m_reader.keepsAlive() && !m_reader.isBodyOutstanding();
@@ -132,7 +138,7 @@ asio::awaitable<std::optional<HttpResponse>> HttpConnection::respond() {
     request.principal = std::move(admission.principal);
     request.bearer = std::move(admission.bearer);
     request.pathParameter = std::move(admission.pathParameter);
-    request.clientAddress = m_stream.remoteAddress();
+    request.clientAddress = client;
     std::optional<HttpResponse> response = co_await respondToAdmitted(std::move(request));
     co_return response;
 }
@@ -176,6 +182,14 @@ asio::awaitable<std::optional<HttpResponse>> HttpConnection::handle(HttpRequest 
         co_return std::nullopt;
     }
     co_return std::get<0>(std::move(first));
+}
+
+std::string HttpConnection::clientAddress() const {
+    const std::string peer = m_stream.remoteAddress();
+    if (m_shared.forwarded == ForwardedAddress::ignored) {
+        return peer;
+    }
+    return forwardedAddress(m_reader.head().forwardedFor).value_or(peer);
 }
 
 std::optional<HttpResponse> HttpConnection::failureOf(ReadEnd end, bool inBody) {

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "server/http/ForwardedAddress.h"
 #include "server/http/RequestLog.h"
 #include "server/http/RequestReader.h"
 #include "server/http/ResponseWriter.h"
 #include "server/http/Router.h"
+#include "server/http/ServerMetrics.h"
+#include "server/work/MonotonicTime.h"
 
 #include <boost/asio/awaitable.hpp>
 #include <boost/asio/cancellation_signal.hpp>
@@ -18,6 +21,8 @@ struct ServerShared {
     ServerLimits limits;
     BodyBudget bodyBudget;
     LogWriter log;
+    ServerMetrics& metrics;
+    ForwardedAddress forwarded = ForwardedAddress::ignored;
 };
 
 /// One client's connection: its requests, one after the other, until one side has had enough.
@@ -48,6 +53,8 @@ private:
     boost::asio::awaitable<std::optional<HttpResponse>> respondToAdmitted(HttpRequest request);
     boost::asio::awaitable<std::optional<HttpResponse>> handle(HttpRequest request);
     std::optional<HttpResponse> failureOf(ReadEnd end, bool inBody);
+    std::string clientAddress() const;
+    void report(int status, MonotonicTime started);
 
     ServerShared& m_shared;
     ConnectionStream m_stream;

@@ -18,12 +18,12 @@ std::string_view name(HttpMethod method);
 struct RequestHead {
     HttpMethod method = HttpMethod::other;
     std::string target;                         ///< as sent: path and query
-    std::optional<std::string> host;            ///< none when absent
     std::optional<std::string> authorization;   ///< none when absent, empty when sent repeatedly
     std::optional<std::string> contentType;     ///< none when absent or sent more than once
     std::optional<std::string> contentEncoding; ///< none when absent
     std::optional<std::string> expect;          ///< none when absent
     std::optional<std::string> ifNoneMatch;     ///< none when absent
+    std::optional<std::string> host;            ///< none when absent, as HTTP/1.0 allows
     std::optional<std::string> origin;          ///< none when absent, empty when sent repeatedly
     std::optional<std::string> cookie;          ///< none when absent or sent more than once
     std::optional<std::string> forwardedFor;    ///< X-Forwarded-For; none when absent

@@ -32,10 +32,15 @@ constexpr std::size_t refusals = 64;
     throw ListenError(message);
 }
 
-tcp::endpoint loopbackEndpoint(const ListenAddress& address) {
+tcp::endpoint endpointOf(const ListenAddress& address) {
     error_code error;
     const auto parsed = asio::ip::make_address(address.address, error);
-    if (error || !parsed.is_loopback()) {
+    const bool isAnyAllowed = address.reach == ListenAddress::Reach::anyAddress;
+    if (error && isAnyAllowed) {
+        throw ListenError("cannot listen on " + address.address +
+                          ": it must be an IP address such as 0.0.0.0");
+    }
+    if (error || (!isAnyAllowed && !parsed.is_loopback())) {
         throw ListenError("cannot listen on " + address.address +
                           ": only a loopback address such as 127.0.0.1 is allowed");
     }
@@ -44,17 +49,24 @@ tcp::endpoint loopbackEndpoint(const ListenAddress& address) {
 
 } // namespace
 
-HttpServer::HttpServer(asio::io_context& context, Router router, ServerLimits limits, LogWriter log)
+HttpServer::HttpServer(asio::io_context& context, Router router, ServerLimits limits, LogWriter log,
+                       ServerMetrics& metrics, ForwardedAddress forwarded)
     : m_context(context)
-    , m_shared(std::make_unique<ServerShared>(
-          ServerShared{std::move(router), limits, BodyBudget(limits.allBodyBytes), std::move(log)}))
+    , m_shared(std::make_unique<ServerShared>(ServerShared{std::move(router), limits,
+                                                           BodyBudget(limits.allBodyBytes),
+                                                           std::move(log), metrics, forwarded}))
     , m_acceptor(context)
-    , m_stopTimer(context) {}
+    , m_stopTimer(context) {
+    metrics.addGauge("lumivane_http_connections", "Open connections.",
+                     [this] { return static_cast<double>(m_connections.size()); });
+    metrics.addGauge("lumivane_http_body_bytes", "Bytes of request bodies at work.",
+                     [this] { return static_cast<double>(m_shared->bodyBudget.used()); });
+}
 
 HttpServer::~HttpServer() = default;
 
 void HttpServer::listen(const ListenAddress& address) {
-    const tcp::endpoint endpoint = loopbackEndpoint(address);
+    const tcp::endpoint endpoint = endpointOf(address);
     error_code error;
     m_acceptor.open(endpoint.protocol(), error);
     if (!error) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "server/http/ForwardedAddress.h"
 #include "server/http/RequestLog.h"
 #include "server/http/Router.h"
 #include "server/http/ServerLimits.h"
+#include "server/http/ServerMetrics.h"
 
 #include <boost/asio/awaitable.hpp>
 #include <boost/asio/io_context.hpp>
@@ -28,8 +30,13 @@ public:
 };
 
 struct ListenAddress {
-    std::string address = "127.0.0.1"; ///< a literal loopback address
+    /// Who can reach the service: programs of this machine, or whoever reaches the address, which
+    /// is for a service behind a proxy that speaks HTTPS.
+    enum class Reach { loopback, anyAddress };
+
+    std::string address = "127.0.0.1"; ///< a literal address
     std::uint16_t port = 8787;         ///< 0 for any free port
+    Reach reach = Reach::loopback;
 };
 
 /// Accepts connections and serves them on the one thread that runs `context`; work that takes
@@ -39,13 +46,15 @@ struct ListenAddress {
 /// has ended, and the server must live until then.
 class HttpServer {
 public:
-    HttpServer(boost::asio::io_context& context, Router router, ServerLimits limits, LogWriter log);
+    /// The metrics must outlive the server, which adds its connections and bodies to them.
+    HttpServer(boost::asio::io_context& context, Router router, ServerLimits limits, LogWriter log,
+               ServerMetrics& metrics, ForwardedAddress forwarded = ForwardedAddress::ignored);
     ~HttpServer();
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
     /// Binds and starts to accept. Throws ListenError: also for an address that is no loopback
-    /// address, since this service speaks plain HTTP.
+    /// address where only such are allowed, since this service speaks plain HTTP.
     void listen(const ListenAddress& address);
 
     /// The port listened on, the chosen one when 0 was asked for.

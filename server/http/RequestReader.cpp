@@ -83,6 +83,7 @@ RequestHead headOf(const Fields& request) {
     head.contentEncoding = joinedField(request, http::field::content_encoding);
     head.expect = joinedField(request, http::field::expect);
     head.ifNoneMatch = joinedField(request, http::field::if_none_match);
+    head.host = onlyField(request, http::field::host);
     head.origin = plainField(request, http::field::origin);
     head.cookie = onlyField(request, http::field::cookie);
     head.forwardedFor = joinedField(request, "X-Forwarded-For");

@@ -1,6 +1,5 @@
 #include "server/http/ResponseWriter.h"
 
-#include <boost/algorithm/string/predicate.hpp>
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
@@ -26,8 +25,7 @@ asio::awaitable<bool> writeResponse(ConnectionStream& stream, HttpResponse respo
     message.set(http::field::cache_control, "no-store");
     message.set("X-Content-Type-Options", "nosniff");
     for (const auto& [field, value] : response.headers) {
-        // The one field of which an answer can have several.
-        if (boost::algorithm::iequals(field, "Set-Cookie")) {
+        if (boost::beast::iequals(field, "Set-Cookie")) {
             message.insert(field, value);
         } else {
             message.set(field, value);

@@ -4,6 +4,7 @@
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/trim.hpp>
+#include <boost/asio/ip/address.hpp>
 
 #include <algorithm>
 
@@ -60,6 +61,26 @@ std::optional<Refusal> judgeContent(const Route& route, const RequestHead& head)
     return std::nullopt;
 }
 
+// One customer of a provider has a whole /64 of IPv6 addresses to choose from.
+std::string clientNetwork(const std::string& address) {
+    boost::system::error_code error;
+    const auto parsed = asio::ip::make_address(address, error);
+    if (error || !parsed.is_v6() || parsed.to_v6().is_v4_mapped()) {
+        return address;
+    }
+    const auto bytes = parsed.to_v6().to_bytes();
+    return {bytes.begin(), bytes.begin() + 8};
+}
+
+std::optional<HttpResponse> judgeRate(const RouteRate& rate, std::string_view key,
+                                      std::string_view requestId) {
+    if (!rate.limiter) {
+        return std::nullopt;
+    }
+    const auto wait = rate.limiter->take(key);
+    return wait ? std::optional(refusalResponse(rateLimited(*wait), requestId)) : std::nullopt;
+}
+
 bool namesType(std::string_view contentType, std::string_view wanted) {
     const auto end = contentType.find(';');
     const std::string type = boost::algorithm::trim_copy(std::string(contentType.substr(0, end)));
@@ -101,7 +122,8 @@ const Route* Router::find(const RequestHead& head, std::string& allowed) const {
     return nullptr;
 }
 
-asio::awaitable<Admission> Router::admit(RequestHead head, std::string requestId) const {
+asio::awaitable<Admission> Router::admit(RequestHead head, std::string requestId,
+                                         std::string clientAddress) const {
     std::string allowed;
     Admission admission;
     admission.route = find(head, allowed);
@@ -120,8 +142,18 @@ asio::awaitable<Admission> Router::admit(RequestHead head, std::string requestId
         const auto parameter = parameterIn(pathOf(head.target), *admission.route);
         admission.pathParameter = parameter.value_or(std::string_view());
     }
+    const RouteRate& rate = admission.route->rate;
+    if (rate.key == RouteRate::Key::clientAddress) {
+        admission.refusal = judgeRate(rate, clientNetwork(clientAddress), requestId);
+        if (admission.refusal) {
+            co_return admission;
+        }
+    }
     std::optional<Refusal> refusal = co_await authorize(head, admission);
-    if (!refusal) {
+    if (!refusal && rate.key == RouteRate::Key::account && admission.principal) {
+        admission.refusal = judgeRate(rate, admission.principal->accountId, requestId);
+    }
+    if (!refusal && !admission.refusal) {
         refusal = judgeContent(*admission.route, head);
     }
     if (refusal) {

@@ -2,11 +2,13 @@
 
 #include "server/http/Authorizer.h"
 #include "server/http/HttpMessage.h"
+#include "server/http/RateLimiter.h"
 
 #include <boost/asio/awaitable.hpp>
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <variant>
 #include <vector>
@@ -27,6 +29,15 @@ enum class BodyRule { none, json, form };
 /// Whether the client's going away is watched for while the handler works.
 enum class Waiting { brief, watched };
 
+/// How often a route may be asked for, and whom that is counted by. Addresses are counted before
+/// the token is judged, accounts after it.
+struct RouteRate {
+    enum class Key { clientAddress, account };
+
+    std::shared_ptr<RateLimiter> limiter; ///< none: as often as one likes
+    Key key = Key::clientAddress;
+};
+
 /// Answers one request on the network thread. It may throw: the caller answers 500.
 using Handler = std::function<boost::asio::awaitable<HttpResponse>(HttpRequest request)>;
 
@@ -38,6 +49,7 @@ struct Route {
     BodyRule bodyRule = BodyRule::none;
     std::uint64_t bodyBytes = 64 * 1024; ///< at most, and never more than the server's own limit
     Waiting waiting = Waiting::brief;
+    RouteRate rate = {};
     Handler handler;
 };
 
@@ -60,9 +72,11 @@ public:
     /// The authorizer must outlive the router, and the routes live as long as it does.
     Router(Authorizer& authorizer, std::vector<Route> routes);
 
-    /// In this order: 404, 405 with Allow, 401 with WWW-Authenticate or what the authorizer says,
-    /// 415, 417. A GET route takes HEAD as well.
-    boost::asio::awaitable<Admission> admit(RequestHead head, std::string requestId) const;
+    /// In this order: 404, 405 with Allow, 429 with Retry-After by address, 401 with
+    /// WWW-Authenticate or what the authorizer says, 429 by account, 415, 417. A GET route takes
+    /// HEAD as well.
+    boost::asio::awaitable<Admission> admit(RequestHead head, std::string requestId,
+                                            std::string clientAddress) const;
 
 private:
     const Route* find(const RequestHead& head, std::string& allowed) const;

@@ -12,7 +12,8 @@ LoginService::LoginService(LoginDependencies dependencies, SessionIssuer issuer,
     , m_completion(issuer, lifetimes)
     , m_origin(settings.publicUrl) {
     if (!settings.isLoopbackOnly && !settings.publicUrl) {
-        throw LoginSettingsError("\"public_url\" is needed where other machines reach the service");
+        throw LoginSettingsError(
+            "\"public_base_url\" is needed where other machines reach the service");
     }
     for (const ProviderSettings& provider : settings.providers) {
         if (find(provider.provider) != nullptr) {

@@ -13,7 +13,7 @@ UpstreamUrl parsed(const std::string& url) {
     try {
         return parseUpstreamUrl(url);
     } catch (const UpstreamUrlError& error) {
-        throw LoginSettingsError(std::string("\"public_url\" ") + error.what());
+        throw LoginSettingsError(std::string("\"public_base_url\" ") + error.what());
     }
 }
 

@@ -4,6 +4,11 @@
 
 namespace lumivane::service {
 
+std::size_t GroupedWriter::waiting() const {
+    const std::lock_guard lock(m_mutex);
+    return m_waiting.size();
+}
+
 std::vector<GroupedWriter::Job*> GroupedWriter::takeGroup() {
     const auto count = static_cast<std::ptrdiff_t>(std::min(m_waiting.size(), largestGroup));
     std::vector<Job*> group(m_waiting.begin(), m_waiting.begin() + count);

@@ -32,6 +32,9 @@ public:
     /// Comes back once `work` lasts, or throws what its job failed with. Any thread.
     void run(const StoreWork& work);
 
+    /// How many callers wait for a commit to begin.
+    std::size_t waiting() const;
+
     /// How many share a commit at most, so that the first of them does not wait for ever.
     static constexpr std::size_t largestGroup = 64;
 
@@ -39,7 +42,7 @@ private:
     std::vector<Job*> takeGroup();
 
     const Commit m_commit;
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     std::vector<Job*> m_waiting;
     bool m_isCommitting = false;

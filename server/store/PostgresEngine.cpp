@@ -45,6 +45,12 @@ bool metAnother(const soci::soci_error& error) {
     return state == "40001" || state == "40P01";
 }
 
+// The server's last words on a connection can be read before its end is.
+bool lostConnection(const soci::soci_error& error, soci::session& sql) {
+    const std::string state = stateOf(error);
+    return !isConnected(sql) || state.starts_with("08") || state.starts_with("57P");
+}
+
 StoreError translated(const soci::soci_error& error) {
     const std::string state = stateOf(error);
     if (state.starts_with("23")) {
@@ -143,11 +149,11 @@ private:
             sql << begin;
             work(sql);
         } catch (const soci::soci_error& error) {
-            const bool wasLost = sql.get_backend() != nullptr && !isConnected(sql);
-            rollBack(sql);
-            if (wasLost) {
+            if (lostConnection(error, sql)) {
+                sql.close();
                 return Attempt::lostConnection;
             }
+            rollBack(sql);
             if (metAnother(error)) {
                 return Attempt::metAnother;
             }

@@ -167,6 +167,19 @@ constexpr const char* reauthProofsBySession =
 constexpr const char* reauthProofsByExpiry =
     "CREATE INDEX reauth_proofs_by_expiry ON reauth_proofs (expires_at)";
 
+// The filter of taken handles that all replicas hand out, in the one row of slot 0. builder_until
+// is the lease of the replica that builds the next one; fingerprint is the SHA-256 of the handles
+// that the filter holds, and checked_at when they were last compared.
+constexpr const char* handleFilters = R"sql(
+CREATE TABLE handle_filters (
+    slot          BIGINT PRIMARY KEY,
+    checked_at    BIGINT NOT NULL,
+    builder_until BIGINT NOT NULL,
+    fingerprint   TEXT,
+    version       TEXT,
+    body          TEXT
+))sql";
+
 } // namespace
 
 const std::vector<Migration>& migrations() {
@@ -183,7 +196,8 @@ const std::vector<Migration>& migrations() {
              loginTransactionsByAccount,
              takeoverTickets, takeoverTicketsByAccount, takeoverTicketsBySession,
              takeoverTicketsByExpiry,
-             reauthProofs, reauthProofsByAccount, reauthProofsBySession, reauthProofsByExpiry}},
+             reauthProofs, reauthProofsByAccount, reauthProofsBySession, reauthProofsByExpiry,
+             handleFilters}},
     };
     // clang-format on
     return steps;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "server/work/WorkLoad.h"
+
 #include <boost/asio/awaitable.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/thread_pool.hpp>
@@ -13,7 +15,8 @@ namespace lumivane::service {
 namespace detail {
 
 template <typename Work>
-boost::asio::awaitable<std::invoke_result_t<Work>> callOnce(Work work) {
+boost::asio::awaitable<std::invoke_result_t<Work>> callOnce(WorkLoad& load, Work work) {
+    const RunningWork counted(load);
     co_return work();
 }
 
@@ -25,7 +28,9 @@ boost::asio::awaitable<std::invoke_result_t<Work>> callOnce(Work work) {
 template <typename Work>
 boost::asio::awaitable<std::invoke_result_t<Work>> runOnWorkPool(boost::asio::thread_pool& pool,
                                                                  Work work) {
-    auto call = detail::callOnce<Work>(std::move(work));
+    WorkLoad& load = WorkLoad::of(pool);
+    load.addWaiting();
+    auto call = detail::callOnce<Work>(load, std::move(work));
     co_return co_await boost::asio::co_spawn(pool, std::move(call), boost::asio::use_awaitable);
 }
 

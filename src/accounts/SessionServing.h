@@ -1,5 +1,7 @@
 #pragma once
 
+#include "domain/SecretText.h"
+
 #include <QString>
 #include <qcoro/qcorotask.h>
 
@@ -22,8 +24,8 @@ public:
 
     /// An access token with at least `minimumValidity` left. Throws AuthenticationError, or
     /// Cancelled once a stop is requested.
-    virtual QCoro::Task<QString> validAccessToken(std::chrono::seconds minimumValidity,
-                                                  std::stop_token stop) = 0;
+    virtual QCoro::Task<SecretText> validAccessToken(std::chrono::seconds minimumValidity,
+                                                     std::stop_token stop) = 0;
 
     /// Removes a session that the service refused; true when it is gone. Never throws.
     virtual QCoro::Task<bool> handleUnauthorized() = 0;

@@ -157,7 +157,7 @@ private:
         std::int64_t runID = 0;
         std::uint32_t displayID = 0;
         AppSettings settings;
-        QString accessToken;
+        SecretText accessToken;
         MonotonicInstant startedAt;
     };
 
@@ -173,7 +173,7 @@ private:
     // Runs (AppModelRun.cpp)
     static QCoro::Task<void> fetchTokenAndAnalyze(Self self, std::uint32_t displayID,
                                                   std::stop_token stop);
-    void analyzeAuthenticated(std::uint32_t displayID, const QString& accessToken);
+    void analyzeAuthenticated(std::uint32_t displayID, const SecretText& accessToken);
     bool passesConfiguredAndPausedGates() const;
     static QCoro::Task<void> performRun(Self self, Run run, std::stop_token stop);
     static QCoro::Task<void> runToDelivery(Self self, Run run, std::stop_token stop);

@@ -64,7 +64,7 @@ QCoro::Task<void> AppModel::fetchTokenAndAnalyze(Self self, std::uint32_t displa
         co_return;
     }
     try {
-        const QString token =
+        const SecretText token =
             co_await self->m_ports.authentication.validAccessToken(leastTokenValidity, stop);
         throwIfStopped(stop);
         if (self) {
@@ -86,7 +86,7 @@ QCoro::Task<void> AppModel::fetchTokenAndAnalyze(Self self, std::uint32_t displa
     }
 }
 
-void AppModel::analyzeAuthenticated(std::uint32_t displayID, const QString& accessToken) {
+void AppModel::analyzeAuthenticated(std::uint32_t displayID, const SecretText& accessToken) {
     if (!passesConfiguredAndPausedGates()) {
         return;
     }

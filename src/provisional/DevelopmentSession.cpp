@@ -12,15 +12,15 @@ namespace lumivane {
 DevelopmentSession::DevelopmentSession(QString tokenFile)
     : m_tokenFile(std::move(tokenFile)) {}
 
-QCoro::Task<QString> DevelopmentSession::validAccessToken(std::chrono::seconds,
-                                                          std::stop_token stop) {
+QCoro::Task<SecretText> DevelopmentSession::validAccessToken(std::chrono::seconds,
+                                                             std::stop_token stop) {
     constexpr qint64 longestToken = 4096;
     throwIfStopped(stop);
     QFile file(m_tokenFile);
     if (!file.open(QIODevice::ReadOnly)) {
         throw AuthenticationError(AuthenticationError::Case::unavailable);
     }
-    const QString token = QString::fromLatin1(file.read(longestToken)).trimmed();
+    const SecretText token{file.read(longestToken).trimmed()};
     if (token.isEmpty()) {
         throw AuthenticationError(AuthenticationError::Case::unavailable);
     }

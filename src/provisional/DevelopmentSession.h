@@ -20,8 +20,8 @@ public:
 
     bool isSignedIn() const override { return m_isSignedIn; }
 
-    QCoro::Task<QString> validAccessToken(std::chrono::seconds minimumValidity,
-                                          std::stop_token stop) override;
+    QCoro::Task<SecretText> validAccessToken(std::chrono::seconds minimumValidity,
+                                             std::stop_token stop) override;
     QCoro::Task<bool> handleUnauthorized() override;
     QCoro::Task<void> signOutLocallyAfterEviction() override;
 

@@ -128,7 +128,7 @@ QCoro::Task<HealthResponse> AnalysisClient::health(std::stop_token stop) {
 }
 
 QCoro::Task<AnalyzeResponse> AnalysisClient::analyze(AnalysisPayload payload, AppSettings settings,
-                                                     QString accessToken, std::stop_token stop) {
+                                                     SecretText accessToken, std::stop_token stop) {
     if (!m_base) {
         throw LumivaneError(Case::serviceUnavailable);
     }
@@ -158,7 +158,7 @@ QCoro::Task<AnalyzeResponse> AnalysisClient::analyze(AnalysisPayload payload, Ap
 
 HttpRequest AnalysisClient::analyzeRequest(const AnalysisPayload& payload,
                                            const AppSettings& settings,
-                                           const QString& accessToken) const {
+                                           const SecretText& accessToken) const {
     const std::chrono::milliseconds timeout = effectiveTimeout(settings.preset);
     const std::int64_t jpegBytes = payload.jpeg ? payload.jpeg->size() : 0;
     const std::int64_t textCharacters =
@@ -187,7 +187,7 @@ HttpRequest AnalysisClient::analyzeRequest(const AnalysisPayload& payload,
     request.method = "POST";
     request.url = m_base->endpoint(u"v1/analyze"_qs);
     request.headers = {{"Content-Type", "application/json"},
-                       {"Authorization", "Bearer " + accessToken.toUtf8()}};
+                       {"Authorization", "Bearer " + accessToken.reveal().toByteArray()}};
     request.body = encodeAnalyzeRequest(record);
     request.timeout = timeout;
     request.maximumResponseBytes = maximumResponseBytes;

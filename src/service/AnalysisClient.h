@@ -39,7 +39,7 @@ public:
 
     /// Throws LumivaneError, and Cancelled once a stop is requested.
     QCoro::Task<AnalyzeResponse> analyze(AnalysisPayload payload, AppSettings settings,
-                                         QString accessToken, std::stop_token stop) override;
+                                         SecretText accessToken, std::stop_token stop) override;
 
     using AnalysisServing::analyze;
 
@@ -54,7 +54,7 @@ private:
 
     const HttpSession& sessionFor(Preset preset) const;
     HttpRequest analyzeRequest(const AnalysisPayload& payload, const AppSettings& settings,
-                               const QString& accessToken) const;
+                               const SecretText& accessToken) const;
 
     std::optional<ServiceBase> m_base;
     QString m_clientVersion;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "domain/AppSettings.h"
+#include "domain/SecretText.h"
 #include "service/AnalysisRecords.h"
 
 #include <qcoro/qcorotask.h>
@@ -19,11 +20,11 @@ public:
 
     /// Throws LumivaneError, or Cancelled once a stop is requested.
     virtual QCoro::Task<AnalyzeResponse> analyze(AnalysisPayload payload, AppSettings settings,
-                                                 QString accessToken, std::stop_token stop) = 0;
+                                                 SecretText accessToken, std::stop_token stop) = 0;
 
     /// An image alone, without text and timings.
     QCoro::Task<AnalyzeResponse> analyze(QByteArray jpegData, AppSettings settings,
-                                         QString accessToken, std::stop_token stop) {
+                                         SecretText accessToken, std::stop_token stop) {
         AnalysisPayload payload;
         payload.jpeg = std::move(jpegData);
         return analyze(std::move(payload), std::move(settings), std::move(accessToken),

@@ -355,7 +355,7 @@ TEST_F(AppModelDeliveryTest, NoUserTextReachesALog) {
     settings.preset = Preset::custom;
     settings.customPrompt = canary + u" prompt"_qs;
     settings.includePromptWhenCopying = true;
-    session.token.answerWith(canary + u"-token"_qs);
+    session.token.answerWith(SecretText::of(canary + u"-token"_qs));
     extractor.script.answerWith(FakeExtractor::text(canary.repeated(5), 0.9));
     auto response = FakeAnalysisService::response(canary + u" answer"_qs);
     response.requestID = canary + u" not an identifier"_qs;

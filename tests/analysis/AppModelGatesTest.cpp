@@ -76,10 +76,10 @@ TEST_F(AppModelGatesTest, ASecondTriggerReplacesTheTokenFetchOfTheFirst) {
     make();
     run(mainDisplay);
     run(otherDisplay);
-    session.token.release(0, u"first"_qs);
-    session.token.release(1, u"second"_qs);
+    session.token.release(0, SecretText("first"));
+    session.token.release(1, SecretText("second"));
     drainEvents();
-    EXPECT_EQ(onlyRequest().accessToken, u"second"_qs);
+    EXPECT_EQ(onlyRequest().accessToken, SecretText("second"));
     EXPECT_TRUE(journal.holds(u"showWorking 8"_qs));
     EXPECT_FALSE(journal.holds(u"showWorking 7"_qs));
 }
@@ -132,7 +132,7 @@ TEST_F(AppModelGatesTest, PausingWhileTheTokenIsFetchedStopsTheRun) {
     make();
     run();
     model->togglePaused();
-    session.token.release(0, u"token"_qs);
+    session.token.release(0, SecretText("token"));
     drainEvents();
     EXPECT_EQ(logged("lifecycle", LogLevel::info, "Analysis ignored because Lumivane is paused"),
               1);

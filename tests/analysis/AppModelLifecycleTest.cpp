@@ -127,7 +127,7 @@ TEST_F(AppModelLifecycleTest, TheEndOfASessionLeavesNothingOfIt) {
     make();
     run();
     model->authenticationDidClearSession();
-    session.token.release(0, u"token of the old session"_qs);
+    session.token.release(0, SecretText("token of the old session"));
     drainEvents();
     EXPECT_TRUE(service.requests.empty());
     EXPECT_EQ(journal.entries().last(), u"clearAll"_qs);

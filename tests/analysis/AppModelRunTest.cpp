@@ -24,7 +24,7 @@ TEST_F(AppModelRunTest, TheWholeRoadInOrder) {
     EXPECT_EQ(model->state(), AnalysisState::idle);
     EXPECT_EQ(capture.crops, std::vector{ScreenCrop::visibleFrame});
     EXPECT_EQ(extractor.scales, std::vector{2.0});
-    EXPECT_EQ(onlyRequest().accessToken, u"token-1"_qs);
+    EXPECT_EQ(onlyRequest().accessToken, SecretText("token-1"));
     EXPECT_EQ(log.texts("timing").back(),
               "Analysis timing; captureMS=0 ocrMS=77 encodeMS=0 networkMS=0 totalMS=0 "
               "inputMode=text screenTextCharsBucket=0 imagePixelWidth=0 imagePixelHeight=0 "

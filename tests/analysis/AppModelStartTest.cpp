@@ -130,7 +130,7 @@ TEST_F(AppModelStartTest, ATokenThatArrivesAfterQuittingStartsNoRun) {
     make();
     run();
     model->terminate();
-    session.token.release(0, u"late"_qs);
+    session.token.release(0, SecretText("late"));
     drainEvents();
     EXPECT_FALSE(journal.holds(u"capture 7"_qs));
 }

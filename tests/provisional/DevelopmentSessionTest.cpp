@@ -22,7 +22,7 @@ protected:
         file.write(contents);
     }
 
-    static QCoro::Task<void> fetch(DevelopmentSession* session, std::optional<QString>* token,
+    static QCoro::Task<void> fetch(DevelopmentSession* session, std::optional<SecretText>* token,
                                    std::optional<AuthenticationError>* failure) {
         try {
             *token = co_await session->validAccessToken(std::chrono::seconds(60), {});
@@ -41,14 +41,14 @@ protected:
     QTemporaryDir folder;
     QString path = folder.filePath(u"token"_qs);
     DevelopmentSession session{path};
-    std::optional<QString> token;
+    std::optional<SecretText> token;
     std::optional<AuthenticationError> failure;
 };
 
 TEST_F(DevelopmentSessionTest, TheTokenIsTheFilesText) {
     write("abc.def\n");
     fetchToken();
-    EXPECT_EQ(token, u"abc.def"_qs);
+    EXPECT_EQ(token, SecretText("abc.def"));
 }
 
 TEST_F(DevelopmentSessionTest, AMissingOrEmptyFileIsUnavailable) {

@@ -21,7 +21,7 @@ std::string derived(std::string_view name) { return freeHandle(name, nobody, lar
 TEST(HandleRules, NormalisingTrimsOnceAndTakesLeadingSigns) {
     EXPECT_EQ(normaliseHandle("  @@cedar "), "cedar");
     EXPECT_EQ(normaliseHandle("@ cedar"), " cedar");
-    EXPECT_EQ(normaliseHandle("\t\n\xC2\xA0@cedar\xE3\x80\x80"), "cedar");
+    EXPECT_EQ(normaliseHandle("\t\n\u00A0@cedar\u3000"), "cedar");
     EXPECT_EQ(normaliseHandle("ced@r"), "ced@r");
     EXPECT_EQ(normaliseHandle("@@@"), "");
     EXPECT_EQ(normaliseHandle("   "), "");
@@ -31,7 +31,7 @@ TEST(HandleRules, NormalisingTrimsOnceAndTakesLeadingSigns) {
 TEST(HandleRules, FoldingLowersAsciiAndNothingElse) {
     EXPECT_EQ(foldHandle("Cedar.AZ_az-09"), "cedar.az_az-09");
     EXPECT_EQ(foldHandle("[\\]^`{@"), "[\\]^`{@");
-    EXPECT_EQ(foldHandle("\xC3\x89"), "\xC3\x89");
+    EXPECT_EQ(foldHandle("É"), "É");
 }
 
 TEST(HandleRules, AHandleHasTwoToThirtyNineCharacters) {
@@ -57,8 +57,7 @@ TEST(HandleRules, PunctuationMayStandAnywhere) {
         EXPECT_TRUE(isWellFormedHandle(handle)) << handle;
     }
     EXPECT_FALSE(isWellFormedHandle(" cedar"));
-    EXPECT_FALSE(isWellFormedHandle("c\xC3\xA9"
-                                    "dar"));
+    EXPECT_FALSE(isWellFormedHandle("cédar"));
 }
 
 TEST(HandleRules, ReservedWordsAreReservedInAnyCase) {
@@ -94,13 +93,11 @@ TEST(HandleRules, ANameBecomesAHandle) {
 }
 
 TEST(HandleRules, AccentsGoAndTheirLettersStay) {
-    EXPECT_EQ(derived("Zo\xC3\xAB O'Neil"), "zoe-oneil");
-    EXPECT_EQ(derived("Zoe\xCC\x88 O\xE2\x80\x99Neil"), "zoe-oneil");
-    EXPECT_EQ(derived("\xC5\x81ukasz \xC5\xBB\xC3\xB3\xC5\x82w"), "lukasz-zolw");
-    EXPECT_EQ(derived("\xC3\x85se \xC3\x98stby"), "ase-ostby");
-    EXPECT_EQ(derived("a\xC3\x97"
-                      "b"),
-              "a-b");
+    EXPECT_EQ(derived("Zoë O'Neil"), "zoe-oneil");
+    EXPECT_EQ(derived("Zoe\u0308 O\u2019Neil"), "zoe-oneil");
+    EXPECT_EQ(derived("Łukasz Żółw"), "lukasz-zolw");
+    EXPECT_EQ(derived("Åse Østby"), "ase-ostby");
+    EXPECT_EQ(derived("a×b"), "a-b");
 }
 
 TEST(HandleRules, AMailAddressKeepsItsPlaceToItself) {
@@ -109,10 +106,10 @@ TEST(HandleRules, AMailAddressKeepsItsPlaceToItself) {
 }
 
 TEST(HandleRules, ANameWithoutLettersOfAHandleGetsAStandInWithANumber) {
-    EXPECT_EQ(derived("\xE5\xB1\xB1\xE7\x94\xB0"), "member-9999");
+    EXPECT_EQ(derived("山田"), "member-9999");
     EXPECT_EQ(derived(""), "member-9999");
     EXPECT_EQ(derived("-._"), "member-9999");
-    EXPECT_EQ(derived("\xF0\x9F\x98\x80"), "member-9999");
+    EXPECT_EQ(derived("😀"), "member-9999");
     EXPECT_EQ(derived(std::string("\0\xFF\xC0", 3)), "member-9999");
     EXPECT_EQ(derived("@example.org"), "example.org");
 }

@@ -302,15 +302,29 @@ TEST(HttpServer, LogsOneLineForEachRequestAndNothingOfWhatItHeld) {
 
 TEST(HttpServer, ListensOnLoopbackAlone) {
     boost::asio::io_context context;
-    test::FakeEngine engine;
-    boost::asio::thread_pool pool(1);
     StaticTokenAuthorizer authorizer("x");
-    HttpServer server(context, makeServiceRouter(authorizer, engine, pool), {}, {});
+    ServerMetrics metrics;
+    HttpServer server(context, Router(authorizer, {}), {}, {}, metrics);
     for (const char* address : {"0.0.0.0", "192.168.1.1", "::", "localhost", "", "127.1"}) {
         ListenAddress wanted;
         wanted.address = address;
         EXPECT_THROW(server.listen(wanted), ListenError) << address;
     }
+}
+
+TEST(HttpServer, BehindAProxyAnyAddressButNoNameIsTaken) {
+    boost::asio::io_context context;
+    StaticTokenAuthorizer authorizer("x");
+    ServerMetrics metrics;
+    HttpServer server(context, Router(authorizer, {}), {}, {}, metrics);
+    ListenAddress wanted;
+    wanted.port = 0;
+    wanted.reach = ListenAddress::Reach::anyAddress;
+    wanted.address = "localhost";
+    EXPECT_THROW(server.listen(wanted), ListenError);
+    wanted.address = "0.0.0.0";
+    EXPECT_NO_THROW(server.listen(wanted));
+    EXPECT_NE(server.port(), 0);
 }
 
 } // namespace lumivane::service

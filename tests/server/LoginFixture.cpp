@@ -6,6 +6,7 @@
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
+#include <boost/algorithm/string/trim.hpp>
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 
@@ -67,8 +68,10 @@ TestResponse TestBrowser::send(const std::string& what, const std::string& form)
 
 void TestBrowser::keepCookies(const std::string& lines) {
     std::vector<std::string> split;
-    boost::algorithm::split(split, lines, boost::algorithm::is_any_of("\n"));
-    for (const std::string& line : split) {
+    // No cookie of a login has a comma of its own.
+    boost::algorithm::split(split, lines, boost::algorithm::is_any_of(","));
+    for (std::string& line : split) {
+        boost::algorithm::trim(line);
         const auto equals = line.find('=');
         if (equals == std::string::npos) {
             continue;

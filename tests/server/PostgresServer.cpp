@@ -174,4 +174,11 @@ std::string PostgresServer::makeDatabase() {
     return url(name);
 }
 
+void PostgresServer::dropDatabase(const std::string& url) {
+    const auto begin = url.find(":///") + 4;
+    const std::string name = url.substr(begin, url.find('?') - begin);
+    soci::session sql(soci::postgresql, this->url("postgres"));
+    sql << "DROP DATABASE " << name << " WITH (FORCE)";
+}
+
 } // namespace lumivane::service::test

@@ -23,6 +23,9 @@ public:
     /// Makes an empty database and gives its URL.
     std::string makeDatabase();
 
+    /// Drops a database with all connections to it.
+    void dropDatabase(const std::string& url);
+
     /// The server's end as in a crash, and its start after one: the data stay.
     void stop();
     void start();

@@ -43,12 +43,29 @@ protected:
         std::vector<Route> made;
         made.push_back(route("/open", HttpMethod::get, Access::open, BodyRule::none));
         made.push_back(route("/closed", HttpMethod::post, Access::session, BodyRule::json));
+        made.push_back(route("/item/{}", HttpMethod::get, Access::open, BodyRule::none));
+        made.push_back(route("/item/known", HttpMethod::get, Access::open, BodyRule::none));
+        made.push_back(
+            route("/optional", HttpMethod::get, Access::optionalSession, BodyRule::none));
+        made.push_back(route("/credential", HttpMethod::get, Access::credential, BodyRule::none));
+        made.push_back(route("/form", HttpMethod::post, Access::open, BodyRule::form));
+        made.push_back(route("/limited", HttpMethod::get, Access::open, BodyRule::none));
+        made.back().rate.limiter = twoAMinute();
+        made.push_back(route("/counted", HttpMethod::get, Access::session, BodyRule::none));
+        made.back().rate.limiter = twoAMinute();
+        made.back().rate.key = RouteRate::Key::account;
         return made;
+    }
+
+    static std::shared_ptr<RateLimiter> twoAMinute() {
+        RateRule rule;
+        rule.perMinute = 2;
+        return std::make_shared<RateLimiter>(rule, [] { return MonotonicTime(); });
     }
 
     Admission admit(const RequestHead& asked, const char* requestId) const {
         boost::asio::io_context context;
-        auto admitting = router.admit(asked, requestId);
+        auto admitting = router.admit(asked, requestId, address);
         auto admitted =
             boost::asio::co_spawn(context, std::move(admitting), boost::asio::use_future);
         context.run();
@@ -67,6 +84,7 @@ protected:
         return made;
     }
 
+    std::string address = "192.0.2.1";
     StaticTokenAuthorizer authorizer{"right-token"};
     Router router{authorizer, routes()};
 };
@@ -159,6 +177,159 @@ TEST_F(RouterTest, RefusalsAreEnvelopes) {
     EXPECT_EQ(detail.at("request_id").as_string(), "id-7");
     EXPECT_EQ(admission.refusal->body.find("canary"), std::string::npos);
     EXPECT_EQ(admission.refusal->body.find(R"({"error":{"code":)"), 0U);
+}
+
+TEST_F(RouterTest, AParameterIsOneSegmentOfPlainCharacters) {
+    const Admission admission = admit(head(HttpMethod::get, "/item/tx-1._~Z?x=/y"), "id");
+    ASSERT_FALSE(admission.refusal);
+    EXPECT_EQ(admission.route->name, "item/{}");
+    EXPECT_EQ(admission.pathParameter, "tx-1._~Z");
+    for (const std::string& rest :
+         {std::string(), std::string("/"), std::string("a/b"), std::string("a/"),
+          std::string("%61"), std::string("a%2Fb"), std::string("a;b"), std::string("\xC3\xA4"),
+          std::string(129, 'a')}) {
+        EXPECT_EQ(statusOf(head(HttpMethod::get, ("/item/" + rest).c_str())), 404) << rest;
+    }
+    EXPECT_EQ(statusOf(head(HttpMethod::get, ("/item/" + std::string(128, 'a')).c_str())), 0);
+    EXPECT_EQ(statusOf(head(HttpMethod::get, "/item")), 404);
+    EXPECT_EQ(statusOf(head(HttpMethod::post, "/item/x")), 405);
+}
+
+TEST_F(RouterTest, APathWrittenOutGoesBeforeAParameter) {
+    const Admission admission = admit(head(HttpMethod::get, "/item/known"), "id");
+    EXPECT_EQ(admission.route->name, "item/known");
+    EXPECT_EQ(admission.pathParameter, "");
+}
+
+TEST_F(RouterTest, ASessionBringsItsPrincipalAndItsToken) {
+    const Admission admission = admit(wellFormed(), "id");
+    ASSERT_TRUE(admission.principal);
+    EXPECT_EQ(admission.principal->accountId, "development");
+    EXPECT_EQ(admission.bearer, "right-token");
+    const Admission open = admit(head(HttpMethod::get, "/open"), "id");
+    EXPECT_FALSE(open.principal);
+    EXPECT_FALSE(open.bearer);
+}
+
+TEST_F(RouterTest, AnOpenRouteDoesNotLookAtTokens) {
+    RequestHead asked = head(HttpMethod::get, "/open");
+    asked.authorization = "Bearer wrong-token";
+    EXPECT_EQ(statusOf(asked), 0);
+    EXPECT_FALSE(admit(asked, "id").principal);
+}
+
+TEST_F(RouterTest, AnOptionalSessionIsJudgedWhenItIsThereAtAll) {
+    RequestHead asked = head(HttpMethod::get, "/optional");
+    const Admission without = admit(asked, "id");
+    EXPECT_FALSE(without.refusal);
+    EXPECT_FALSE(without.principal);
+    asked.authorization = "Bearer right-token";
+    EXPECT_TRUE(admit(asked, "id").principal);
+    for (const char* field : {"", "Basic x", "Bearer wrong-token"}) {
+        asked.authorization = field;
+        EXPECT_EQ(statusOf(asked), 401) << field;
+    }
+}
+
+TEST_F(RouterTest, ACredentialIsPassedOnUnjudged) {
+    RequestHead asked = head(HttpMethod::get, "/credential");
+    EXPECT_EQ(statusOf(asked), 401);
+    asked.authorization = "Bearer any-ticket";
+    const Admission admission = admit(asked, "id");
+    EXPECT_FALSE(admission.refusal);
+    EXPECT_EQ(admission.bearer, "any-ticket");
+    EXPECT_FALSE(admission.principal);
+    asked.authorization = "Bearer any ticket";
+    EXPECT_EQ(statusOf(asked), 401);
+    asked.authorization = "Bearer " + std::string(4096, 'a');
+    EXPECT_EQ(statusOf(asked), 0);
+    asked.authorization = "Bearer " + std::string(4097, 'a');
+    EXPECT_EQ(statusOf(asked), 401);
+}
+
+TEST_F(RouterTest, FormsAreToldFromOtherContent) {
+    RequestHead asked = head(HttpMethod::post, "/form");
+    for (const char* type : {"application/x-www-form-urlencoded",
+                             "application/x-www-form-urlencoded; charset=UTF-8"}) {
+        asked.contentType = type;
+        EXPECT_EQ(statusOf(asked), 0) << type;
+    }
+    for (const char* type : {"application/json", "multipart/form-data; boundary=x", "text/plain",
+                             "application/x-www-form-urlencoded; charset=latin1"}) {
+        asked.contentType = type;
+        EXPECT_EQ(statusOf(asked), 415) << type;
+    }
+    asked.contentType.reset();
+    EXPECT_EQ(statusOf(asked), 415);
+}
+
+TEST_F(RouterTest, WhatTheAuthorizerSaysBecomesTheEnvelope) {
+    class Evicting : public Authorizer {
+    public:
+        boost::asio::awaitable<Authorization> authorize(std::string token) override {
+            if (token == "throws") {
+                throw std::runtime_error("canary");
+            }
+            co_return Refusal{token == "busy" ? 503 : 401, "device_evicted", "Elsewhere."};
+        }
+    } evicting;
+
+    const Router closed(evicting, routes());
+    const auto refusalFor = [&](const char* token) {
+        RequestHead asked = wellFormed();
+        asked.authorization = std::string("Bearer ") + token;
+        boost::asio::io_context context;
+        auto admitting = closed.admit(asked, "id", address);
+        auto admitted =
+            boost::asio::co_spawn(context, std::move(admitting), boost::asio::use_future);
+        context.run();
+        return *admitted.get().refusal;
+    };
+    const HttpResponse evicted = refusalFor("x");
+    EXPECT_EQ(evicted.status, 401);
+    EXPECT_NE(evicted.body.find("device_evicted"), std::string::npos);
+    EXPECT_EQ(evicted.headers.at(0).first, "WWW-Authenticate");
+    EXPECT_EQ(refusalFor("busy").headers.at(0).first, "Retry-After");
+    const HttpResponse failed = refusalFor("throws");
+    EXPECT_EQ(failed.status, 500);
+    EXPECT_EQ(failed.body.find("canary"), std::string::npos);
+}
+
+TEST_F(RouterTest, AnAddressIsCountedBeforeItsToken) {
+    RequestHead asked = head(HttpMethod::get, "/limited");
+    EXPECT_EQ(statusOf(asked), 0);
+    EXPECT_EQ(statusOf(asked), 0);
+    const Admission admission = admit(asked, "id");
+    ASSERT_TRUE(admission.refusal);
+    EXPECT_EQ(admission.refusal->status, 429);
+    EXPECT_NE(admission.refusal->body.find("rate_limited"), std::string::npos);
+    const std::pair<std::string, std::string> retryAfter{"Retry-After", "30"};
+    EXPECT_EQ(admission.refusal->headers.at(0), retryAfter);
+    address = "192.0.2.2";
+    EXPECT_EQ(statusOf(asked), 0);
+}
+
+TEST_F(RouterTest, AWholeNetworkOfTheNewProtocolIsOneClient) {
+    RequestHead asked = head(HttpMethod::get, "/limited");
+    address = "2001:db8:1:2:3::1";
+    EXPECT_EQ(statusOf(asked), 0);
+    address = "2001:db8:1:2:ffff::9";
+    EXPECT_EQ(statusOf(asked), 0);
+    EXPECT_EQ(statusOf(asked), 429);
+    address = "2001:db8:1:3::1";
+    EXPECT_EQ(statusOf(asked), 0);
+}
+
+TEST_F(RouterTest, AnAccountIsCountedAfterItsToken) {
+    RequestHead asked = head(HttpMethod::get, "/counted");
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        EXPECT_EQ(statusOf(asked), 401);
+    }
+    asked.authorization = "Bearer right-token";
+    EXPECT_EQ(statusOf(asked), 0);
+    address = "192.0.2.2";
+    EXPECT_EQ(statusOf(asked), 0);
+    EXPECT_EQ(statusOf(asked), 429);
 }
 
 } // namespace lumivane::service

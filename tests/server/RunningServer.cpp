@@ -40,15 +40,32 @@ void FakeEngine::release() {
 }
 
 RunningServer::RunningServer(ServerLimits limits)
-    : m_server(m_context, makeServiceRouter(m_authorizer, engine, m_pool), limits,
-               [this](const std::string& line) {
-                   const std::lock_guard lock(m_mutex);
-                   m_log += line + "\n";
-               }) {
+    : RunningServer(limits, ForwardedAddress::ignored, {}) {}
+
+RunningServer::RunningServer(ServerLimits limits, ForwardedAddress forwarded,
+                             std::vector<Route> moreRoutes)
+    : m_server(
+          m_context, Router(m_authorizer, allRoutes(std::move(moreRoutes))), limits,
+          [this](const std::string& line) {
+              const std::lock_guard lock(m_mutex);
+              m_log += line + "\n";
+          },
+          m_metrics, forwarded) {
     ListenAddress address;
     address.port = 0;
     m_server.listen(address);
     m_thread = std::thread([this] { m_context.run(); });
+}
+
+std::vector<Route> RunningServer::allRoutes(std::vector<Route> moreRoutes) {
+    auto routes = operationRoutes(m_metrics, [this] { return engine.answersLeetCode(); });
+    for (auto& route : analysisRoutes(engine, m_pool)) {
+        routes.push_back(std::move(route));
+    }
+    for (auto& route : moreRoutes) {
+        routes.push_back(std::move(route));
+    }
+    return routes;
 }
 
 RunningServer::~RunningServer() {

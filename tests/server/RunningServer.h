@@ -1,6 +1,8 @@
 #pragma once
 
-#include "server/application/LumivaneService.h"
+#include "server/application/AnalysisRoutes.h"
+#include "server/application/OperationRoutes.h"
+#include "server/http/HttpServer.h"
 #include "server/http/StaticTokenAuthorizer.h"
 
 #include <boost/asio/executor_work_guard.hpp>
@@ -42,6 +44,7 @@ private:
 class RunningServer {
 public:
     explicit RunningServer(ServerLimits limits = {});
+    RunningServer(ServerLimits limits, ForwardedAddress forwarded, std::vector<Route> moreRoutes);
     ~RunningServer();
 
     std::uint16_t port() const { return m_server.port(); }
@@ -57,11 +60,14 @@ public:
     FakeEngine engine;
 
 private:
+    std::vector<Route> allRoutes(std::vector<Route> moreRoutes);
+
     boost::asio::io_context m_context{1};
     boost::asio::thread_pool m_pool{2};
     std::mutex m_mutex;
     std::string m_log;
     StaticTokenAuthorizer m_authorizer{testToken};
+    ServerMetrics m_metrics;
     HttpServer m_server;
     std::thread m_thread;
 };

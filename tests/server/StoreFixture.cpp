@@ -24,6 +24,14 @@ void TestStore::execute(const std::string& statement) {
     m_database->transact([&statement](soci::session& sql) { sql << statement; });
 }
 
+void TestStore::breakDown() {
+    if (namesServer(m_settings.location)) {
+        PostgresServer::shared().dropDatabase(m_settings.location);
+    } else {
+        std::filesystem::remove_all(std::filesystem::path(m_settings.location).parent_path());
+    }
+}
+
 std::string engineName(const ::testing::TestParamInfo<Engine>& info) {
     return info.param == Engine::sqlite ? "sqlite" : "postgres";
 }

@@ -31,6 +31,9 @@ public:
     /// Runs one statement that needs no values.
     void execute(const std::string& statement);
 
+    /// Takes the database away for good.
+    void breakDown();
+
 private:
     TemporaryFolder m_folder;
     DatabaseSettings m_settings;

@@ -112,13 +112,14 @@ TestResponse TestClient::read(bool hasBody) {
         const std::size_t colon = head.find(':', line);
         const std::string name = head.substr(line, colon - line);
         std::string& value = response.headers[boost::algorithm::to_lower_copy(name)];
-        value.append(value.empty() ? "" : "\n");
+        value += value.empty() ? "" : ", ";
         value += boost::algorithm::trim_copy(head.substr(colon + 1, stop - colon - 1));
         line = stop + 2;
     }
-    const std::size_t length =
-        hasBody ? static_cast<std::size_t>(std::atoi(response.headers["content-length"].c_str()))
-                : 0;
+    const auto announced = response.headers.find("content-length");
+    const bool hasLength = hasBody && announced != response.headers.end();
+    const auto length =
+        hasLength ? static_cast<std::size_t>(std::atoi(announced->second.c_str())) : 0;
     while (m_buffer.size() < length) {
         if (!fill()) {
             return response;

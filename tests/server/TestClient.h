@@ -10,7 +10,7 @@ namespace lumivane::service::test {
 /// An answer as it came over the wire.
 struct TestResponse {
     int status = 0;                             ///< 0 when the connection ended before an answer
-    std::map<std::string, std::string> headers; ///< names in lower case; repeated ones by lines
+    std::map<std::string, std::string> headers; ///< names in lower case, repeated ones joined
     std::string body;
 
     /// The "code" of an error envelope whose three keys are right, else an empty text.

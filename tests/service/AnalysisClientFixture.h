@@ -50,7 +50,8 @@ protected:
 
     test::Outcome<AnalyzeResponse> analyze(AnalysisPayload payload,
                                            AppSettings settings = AppSettings::defaults()) {
-        return outcomeOf(client.analyze(std::move(payload), std::move(settings), u"token"_qs, {}));
+        return outcomeOf(
+            client.analyze(std::move(payload), std::move(settings), SecretText("token"), {}));
     }
 
     /// The body of the last request.

@@ -137,8 +137,8 @@ TEST_F(AnalysisClientOutcomeTest, ATransfersCancellationIsACancellation) {
 
 TEST_F(AnalysisClientOutcomeTest, ACancelledAnalysisEndsItsTransferAndSaysNothing) {
     std::stop_source stop;
-    const auto outcome = test::watch(
-        client.analyze(textPayload(u"x"_qs), AppSettings::defaults(), u"t"_qs, stop.get_token()));
+    const auto outcome = test::watch(client.analyze(textPayload(u"x"_qs), AppSettings::defaults(),
+                                                    SecretText("t"), stop.get_token()));
     ASSERT_EQ(transport.underWay(), 1);
     stop.request_stop();
     test::drainEvents();
@@ -151,8 +151,8 @@ TEST_F(AnalysisClientOutcomeTest, AnAnalysisCancelledBeforehandIsACancellation) 
     std::stop_source stop;
     stop.request_stop();
     transport.answer(200, answerBody);
-    EXPECT_TRUE(outcomeOf(client.analyze(textPayload(u"x"_qs), AppSettings::defaults(), u"t"_qs,
-                                         stop.get_token()))
+    EXPECT_TRUE(outcomeOf(client.analyze(textPayload(u"x"_qs), AppSettings::defaults(),
+                                         SecretText("t"), stop.get_token()))
                     .isCancelled);
 }
 
@@ -182,7 +182,7 @@ TEST_F(AnalysisClientOutcomeTest, CallsDoNotWaitForEachOther) {
     const auto first = transport.hold();
     const auto second = transport.hold();
     const auto analysis =
-        test::watch(client.analyze(QByteArray("x"), AppSettings::defaults(), u"t"_qs, {}));
+        test::watch(client.analyze(QByteArray("x"), AppSettings::defaults(), SecretText("t"), {}));
     const auto probe = test::watch(client.health({}));
     EXPECT_EQ(transport.underWay(), 2);
     HttpResponse response;
@@ -201,8 +201,8 @@ TEST_F(AnalysisClientOutcomeTest, CallsDoNotWaitForEachOther) {
 TEST_F(AnalysisClientOutcomeTest, ACallOutlivesItsClient) {
     const auto answer = transport.hold();
     std::optional<AnalysisClient> shortLived(std::in_place, std::nullopt, information, transport);
-    const auto analysis =
-        test::watch(shortLived->analyze(QByteArray("x"), AppSettings::defaults(), u"t"_qs, {}));
+    const auto analysis = test::watch(
+        shortLived->analyze(QByteArray("x"), AppSettings::defaults(), SecretText("t"), {}));
     shortLived.reset();
     HttpResponse response;
     response.status = 200;
@@ -223,7 +223,7 @@ TEST_F(AnalysisClientOutcomeTest, NothingThatUsersSeeReachesALog) {
         R"({"error":{"code":"CANARY-code","message":"CANARY-message","request_id":"CANARY-id"}})";
     const auto run = [&](int status, const QByteArray& body) {
         transport.answer(status, body);
-        outcomeOf(client.analyze(payload, settings, u"CANARY-token"_qs, {}));
+        outcomeOf(client.analyze(payload, settings, SecretText("CANARY-token"), {}));
         transport.answer(status, body);
         outcomeOf(client.health({}));
     };

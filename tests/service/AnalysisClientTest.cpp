@@ -50,8 +50,8 @@ TEST_F(AnalysisClientTest, ARefusedBaseIsNeverReplaced) {
 TEST_F(AnalysisClientTest, ARefusedBaseShowsOnlyWhenItIsUsed) {
     AnalysisClient refused = clientFor(u"http://example.com"_qs);
     EXPECT_TRUE(log.lines().empty());
-    const auto analyzed =
-        outcomeOf(refused.analyze(textPayload(u"x"_qs), AppSettings::defaults(), u"token"_qs, {}));
+    const auto analyzed = outcomeOf(
+        refused.analyze(textPayload(u"x"_qs), AppSettings::defaults(), SecretText("token"), {}));
     EXPECT_EQ(analyzed.errorAs<LumivaneError>(), Case::serviceUnavailable);
     EXPECT_TRUE(log.lines().empty());
     EXPECT_EQ(healthError(refused), Case::serviceUnavailable);
@@ -87,7 +87,8 @@ TEST_F(AnalysisClientTest, AReadyMadeSessionServesEverything) {
     EXPECT_EQ(ready.effectiveTimeout(Preset::leetCode), 1500ms);
     EXPECT_EQ(ready.effectiveHealthTimeout(), 1500ms);
     transport.answer(200, answerBody);
-    outcomeOf(ready.analyze(QByteArray("jpeg"), settingsWith(Preset::leetCode), u"t"_qs, {}));
+    outcomeOf(
+        ready.analyze(QByteArray("jpeg"), settingsWith(Preset::leetCode), SecretText("t"), {}));
     EXPECT_EQ(transport.requests().back().timeout, 1500ms);
     EXPECT_EQ(log.count("network", LogLevel::debug,
                         "POST /v1/analyze; preset=leetcode jpegBytesBucket=0 "
@@ -137,7 +138,7 @@ TEST_F(AnalysisClientTest, TheWholePayloadIsSent) {
 
 TEST_F(AnalysisClientTest, AnImageAloneIsSentWithoutTextAndTimings) {
     transport.answer(200, answerBody);
-    outcomeOf(client.analyze(QByteArray("abc"), AppSettings::defaults(), u"token"_qs, {}));
+    outcomeOf(client.analyze(QByteArray("abc"), AppSettings::defaults(), SecretText("token"), {}));
     EXPECT_EQ(transport.requests().at(0).body,
               R"({"image_data_url":"data:image/jpeg;base64,YWJj","preset":"summary",)"
               R"("client_version":"0.3.0"})");
@@ -176,7 +177,7 @@ TEST_F(AnalysisClientTest, TheVersionIsTheApplicationsOwn) {
     information.CFBundleShortVersionString = u"9.8.7"_qs;
     AnalysisClient newer(std::nullopt, information, transport);
     transport.answer(200, answerBody);
-    outcomeOf(newer.analyze(QByteArray("x"), AppSettings::defaults(), u"t"_qs, {}));
+    outcomeOf(newer.analyze(QByteArray("x"), AppSettings::defaults(), SecretText("t"), {}));
     EXPECT_EQ(sentBody().at("client_version").get<std::string>(), "9.8.7");
 }
 

@@ -283,7 +283,7 @@ public:
     struct Request {
         AnalysisPayload payload;
         AppSettings settings;
-        QString accessToken;
+        SecretText accessToken;
     };
 
     QCoro::Task<HealthResponse> health(std::stop_token stop) override {
@@ -294,7 +294,7 @@ public:
     using AnalysisServing::analyze;
 
     QCoro::Task<AnalyzeResponse> analyze(AnalysisPayload payload, AppSettings settings,
-                                         QString accessToken, std::stop_token stop) override {
+                                         SecretText accessToken, std::stop_token stop) override {
         m_journal.add(u"analyze"_qs);
         requests.push_back({std::move(payload), std::move(settings), std::move(accessToken)});
         return script.call(std::move(stop));
@@ -408,8 +408,8 @@ public:
 
     bool isSignedIn() const override { return signedIn; }
 
-    QCoro::Task<QString> validAccessToken(std::chrono::seconds minimumValidity,
-                                          std::stop_token stop) override {
+    QCoro::Task<SecretText> validAccessToken(std::chrono::seconds minimumValidity,
+                                             std::stop_token stop) override {
         m_journal.add(u"token %1"_qs.arg(minimumValidity.count()));
         return token.call(std::move(stop));
     }
@@ -439,7 +439,7 @@ public:
     std::optional<QString> message;
     std::function<void()> onSessionCleared;
     ScriptedCall<bool> restored{true};
-    ScriptedCall<QString> token{u"token-1"_qs};
+    ScriptedCall<SecretText> token{SecretText("token-1")};
 
 private:
     Journal& m_journal;

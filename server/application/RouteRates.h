@@ -1,0 +1,17 @@
+#pragma once
+
+#include "server/configuration/ServiceConfiguration.h"
+#include "server/http/Router.h"
+
+#include <vector>
+
+namespace lumivane::service {
+
+/// One that counts with the machine's clock; 0: no limit.
+std::shared_ptr<RateLimiter> makeLimiter(std::uint32_t perMinute);
+
+/// Gives the routes their limits by path: those of a login share one count for each address,
+/// those of handles one for each account. All others stay without.
+void setRouteRates(std::vector<Route>& routes, const AccountConfiguration& accounts);
+
+} // namespace lumivane::service

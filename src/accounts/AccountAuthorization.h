@@ -1,0 +1,50 @@
+#pragma once
+
+#include "accounts/SessionKeeper.h"
+
+#include <QObject>
+#include <QPointer>
+
+#include <functional>
+#include <optional>
+#include <stop_token>
+
+namespace lumivane {
+
+/// One web login from its start to what it yields, for signing in, for linking another provider and
+/// for confirming who the user is before an account goes. Main thread only.
+class AccountAuthorization final : public QObject {
+    Q_OBJECT
+
+public:
+    AccountAuthorization(const AuthenticationPorts& ports, AccountStatus& status,
+                         SessionKeeper& keeper);
+
+    /// A login that is complete but for a takeover. Set once.
+    std::function<void(const DeviceTakeoverRequired&, AuthProvider, std::uint64_t generation)>
+        onTakeoverRequired;
+
+    /// The user has proved who they are; finishes the deletion or throws. Set once.
+    std::function<QCoro::Task<void>(DeleteReauthentication, std::uint64_t generation,
+                                    std::stop_token stop)>
+        onDeleteProof;
+
+    /// A re-authentication failed otherwise than by being given up. Set once.
+    std::function<void()> onDeleteFailure;
+
+    /// Runs the login. How it ended stands in the status; nothing is thrown. Whatever comes after
+    /// the session has changed is dropped.
+    QCoro::Task<void> authorize(AuthProvider provider, AuthIntent intent);
+
+    /// What the service is told of this machine; none when the keyring does not say.
+    QCoro::Task<std::optional<DeviceRegistration>> deviceRegistration(std::stop_token stop);
+
+private:
+    using Self = QPointer<AccountAuthorization>;
+
+    AuthenticationPorts m_ports;
+    AccountStatus& m_status;
+    SessionKeeper& m_keeper;
+};
+
+} // namespace lumivane
