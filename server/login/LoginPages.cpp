@@ -124,7 +124,11 @@ std::string rememberedPart(const LocalIdentityForm& form) {
     return result + "</div>\n</form>\n<details>\n<summary>Use another name</summary>\n";
 }
 
-std::string entryPart(const LocalIdentityForm& form) {
+std::string cancelButton() {
+    return button("cancel", "Cancel", " class=\"second\" formnovalidate");
+}
+
+std::string entryPart(const LocalIdentityForm& form, bool hasCancel) {
     std::string result = formHead(form);
     result += field("name", "Name", "type=\"text\" autocomplete=\"name\" maxlength=\"80\"",
                     form.entered.name, form.nameProblem);
@@ -136,8 +140,7 @@ std::string entryPart(const LocalIdentityForm& form) {
     result += "<label for=\"remember\">Remember me in this browser</label>\n</div>\n"
               "<div class=\"actions\">\n";
     result += button("continue", "Continue");
-    return result + button("cancel", "Cancel", " class=\"second\" formnovalidate") +
-           "</div>\n</form>\n";
+    return result + (hasCancel ? cancelButton() : "") + "</div>\n</form>\n";
 }
 
 } // namespace
@@ -149,11 +152,11 @@ HtmlPage localIdentityPage(const LocalIdentityForm& form) {
     content += element("p class=\"quiet\"", wordsOf(form));
     const bool hasProblem = !form.nameProblem.empty() || !form.emailProblem.empty();
     if (form.remembered && !hasProblem) {
-        content += rememberedPart(form) + entryPart(form) + "</details>\n";
-        content += formHead(form) + "<div class=\"cancel\">\n" +
-                   button("cancel", "Cancel", " class=\"second\"") + "</div>\n</form>\n";
+        content += rememberedPart(form) + entryPart(form, false) + "</details>\n";
+        content +=
+            formHead(form) + "<div class=\"cancel\">\n" + cancelButton() + "</div>\n</form>\n";
     } else {
-        content += entryPart(form);
+        content += entryPart(form, true);
     }
     HtmlPage page = document(hasProblem ? 422 : 200, words, content);
     // The answer to the form leads on to the program, which counts as the form going there.
