@@ -48,8 +48,13 @@ UpstreamUrl OAuthProvider::address(const std::string& url, std::string_view name
 
 OAuthProvider::OAuthProvider(const ProviderSettings& settings, UpstreamTransport& transport)
     : m_flow(serverOf(settings, address(settings.tokenUrl, "token_url")), transport) {
-    // The browser follows it, so it must be what the service would follow itself.
-    address(settings.authorizationUrl, "authorization_url");
+    // The browser follows it, so it must be what the service would follow itself, but for a query
+    // that some providers put into it.
+    const std::string& url = settings.authorizationUrl;
+    address(url.substr(0, url.find('?')), "authorization_url");
+    if (!isVisibleAscii(url) || url.find('#') != std::string::npos) {
+        throw LoginSettingsError("the address \"authorization_url\" is not a URL");
+    }
 }
 
 LoginStep OAuthProvider::begin(const LoginAttempt& attempt) const {

@@ -2,7 +2,7 @@
 
 namespace lumivane::service::test {
 
-void addAccount(Database& database, const std::string& id) {
+void storeAccount(Database& database, const std::string& id) {
     const std::string subject = "subject of " + id;
     const std::string email = id + "@example.org";
     database.transact([&](soci::session& sql) {
@@ -25,7 +25,7 @@ std::variant<IssuedLogin, TakeoverOffer> signIn(Database& database, const std::s
 AccountTest::AccountTest()
     : tokens(database(), TokenDerivation::load(database()), clock(), settings)
     , takeover(database(), TokenDerivation::load(database()), clock(), settings) {
-    addAccount(database(), "ada");
+    storeAccount(database(), "ada");
 }
 
 IssuedLogin AccountTest::login(const DeviceRegistration& device) {

@@ -20,7 +20,7 @@ inline const std::string operationX = "11111111-2222-4333-8444-555555555555";
 inline const std::string operationY = "aaaaaaaa-bbbb-4ccc-8ddd-eeeeeeeeeeee";
 
 /// Adds an account with a verified GitHub identity. `id` is its handle as well.
-void addAccount(Database& database, const std::string& id);
+void storeAccount(Database& database, const std::string& id);
 
 /// Logs in, or gives the offer to move the account.
 std::variant<IssuedLogin, TakeoverOffer> signIn(Database& database, const std::string& account,

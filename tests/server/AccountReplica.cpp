@@ -15,7 +15,8 @@ AccountReplica::AccountReplica(const DatabaseSettings& settings, const WallClock
                [this](const std::string& line) {
                    const std::lock_guard lock(m_mutex);
                    m_log += line + "\n";
-               }) {
+               },
+               m_metrics) {
     ListenAddress address;
     address.port = 0;
     m_server.listen(address);

@@ -35,6 +35,7 @@ private:
     std::string m_log;
     SessionAuthorizer m_authorizer;
     AccountServices m_services;
+    ServerMetrics m_metrics;
     HttpServer m_server;
     std::thread m_thread;
 };

@@ -161,7 +161,7 @@ TEST_P(DeviceTakeoverTest, ManyTicketsAtOnceLeaveOneHolder) {
 TEST_P(DeviceTakeoverTest, OfTwoMachinesWithOneTicketOneWins) {
     for (int round = 0; round < 5; ++round) {
         const std::string account = "account" + std::to_string(round);
-        addAccount(database(), account);
+        storeAccount(database(), account);
         std::get<IssuedLogin>(signIn(database(), account, laptop, clock().now()));
         const auto offer =
             std::get<TakeoverOffer>(signIn(database(), account, desktop, clock().now()));

@@ -4,6 +4,7 @@
 #include "server/accounts/Tokens.h"
 
 #include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
 
 namespace lumivane::service::test {

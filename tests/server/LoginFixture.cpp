@@ -18,11 +18,13 @@ LoginServer::LoginServer(TestStore& store, const WallClock& clock, const LoginSe
     : m_service(LoginDependencies{store.database(), clock, *m_upstream, m_pool},
                 SessionIssuer(SessionSettings()), settings)
     , m_authorizer(store.database(), clock, m_pool)
-    , m_server(m_context, Router(m_authorizer, loginRoutes(m_service)), ServerLimits(),
-               [this](const std::string& line) {
-                   const std::lock_guard lock(m_mutex);
-                   m_log += line + "\n";
-               }) {
+    , m_server(
+          m_context, Router(m_authorizer, loginRoutes(m_service)), ServerLimits(),
+          [this](const std::string& line) {
+              const std::lock_guard lock(m_mutex);
+              m_log += line + "\n";
+          },
+          m_metrics) {
     ListenAddress address;
     address.port = 0;
     m_server.listen(address);
@@ -68,15 +70,15 @@ TestResponse TestBrowser::send(const std::string& what, const std::string& form)
 
 void TestBrowser::keepCookies(const std::string& lines) {
     std::vector<std::string> split;
-    // No cookie of a login has a comma of its own.
     boost::algorithm::split(split, lines, boost::algorithm::is_any_of(","));
     for (std::string& line : split) {
         boost::algorithm::trim(line);
+        // A date in a cookie has a comma.
         const auto equals = line.find('=');
-        if (equals == std::string::npos) {
+        const std::string name = line.substr(0, equals);
+        if (equals == std::string::npos || name.find(' ') != std::string::npos) {
             continue;
         }
-        const std::string name = line.substr(0, equals);
         cookies[name] = line.substr(equals + 1, line.find(';') - equals - 1);
         if (line.find("Max-Age=0;") != std::string::npos) {
             cookies.erase(name);

@@ -38,6 +38,7 @@ private:
     SessionAuthorizer m_authorizer;
     std::mutex m_mutex;
     std::string m_log;
+    ServerMetrics m_metrics;
     HttpServer m_server;
     std::thread m_thread;
 };

@@ -42,7 +42,7 @@ protected:
     FormFields open(TestBrowser& visitor, const ProgramLogin& login) {
         const TestResponse response = visitor.get(login.path);
         EXPECT_EQ(response.status, 303);
-        address = response.headers["location"];
+        address = response.headers.at("location");
         return FormFields::decode(queryOf(address)).value();
     }
 

@@ -38,8 +38,9 @@ ProfileServer::ProfileServer(Database& database, const WallClock& clock,
                              HandleFilterSettings settings)
     : m_authorizer(database, clock, m_pool)
     , m_services(database, clock, settings)
-    , m_server(m_context, Router(m_authorizer, profileRoutes(m_services, m_pool)), ServerLimits{},
-               [](const std::string&) {}) {
+    , m_server(
+          m_context, Router(m_authorizer, profileRoutes(m_services, m_pool)), ServerLimits{},
+          [](const std::string&) {}, m_metrics) {
     ListenAddress address;
     address.port = 0;
     m_server.listen(address);

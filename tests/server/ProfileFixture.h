@@ -48,6 +48,7 @@ private:
     boost::asio::thread_pool m_pool{4};
     SessionAuthorizer m_authorizer;
     ProfileServices m_services;
+    ServerMetrics m_metrics;
     HttpServer m_server;
     std::thread m_thread;
 };

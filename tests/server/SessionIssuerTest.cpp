@@ -139,7 +139,7 @@ TEST_P(SessionIssuerTest, AnAccountThatDoesNotExistCannotBeSignedIn) {
 }
 
 TEST_P(SessionIssuerTest, AccountsDoNotDisturbEachOther) {
-    addAccount(database(), "bob");
+    storeAccount(database(), "bob");
     login(laptop);
 
     EXPECT_TRUE(
@@ -152,7 +152,7 @@ TEST_P(SessionIssuerTest, OfMachinesThatComeAtOnceOneWins) {
     const auto another = store().openAnother();
     for (int round = 0; round < 10; ++round) {
         const std::string account = "account" + std::to_string(round);
-        addAccount(database(), account);
+        storeAccount(database(), account);
         std::atomic<int> sessions = 0;
         const auto come = [&](Database& mine, const DeviceRegistration& device) {
             const auto outcome = signIn(mine, account, device, clock().now());
