@@ -34,7 +34,7 @@ std::string displayNameFor(const ProvedIdentity& identity) {
 }
 
 std::string makeAccount(soci::session& sql, const ProvedIdentity& identity, WallTime now) {
-    const std::string id = makeIdentifier();
+    std::string id = makeIdentifier();
     const std::string name = displayNameFor(identity);
     const std::string handle = freeHandle(
         identity.suggestedName, [&sql](const std::string& folded) { return isTaken(sql, folded); });
@@ -119,7 +119,7 @@ std::string accountForSignIn(soci::session& sql, AuthProvider provider,
     const auto related = findAccountByEmail(sql, identity);
     const bool canLink =
         related && claimAccount(sql, *related) && !hasProvider(sql, *related, provider);
-    const std::string account = canLink ? *related : makeAccount(sql, identity, now);
+    std::string account = canLink ? *related : makeAccount(sql, identity, now);
     insertIdentity(sql, account, provider, identity, now);
     return account;
 }
