@@ -1,34 +1,19 @@
 #pragma once
 
-#include <cstdint>
-#include <stdexcept>
-#include <string>
+#include "server/upstream/UpstreamUrl.h"
+
 #include <string_view>
 
 namespace lumivane::service {
 
 /// The address of a model server cannot be used. `what()` says why and does not repeat it.
-class ChatEndpointError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
+using ChatEndpointError = UpstreamUrlError;
 
-/// Where chat completions are asked for.
-struct ChatEndpoint {
-    bool isSecure = true;
-    std::string host; ///< without the brackets of an IPv6 literal
-    std::uint16_t port = 443;
-    std::string target; ///< path of the completions form
-
-    bool operator==(const ChatEndpoint&) const = default;
-
-    /// What goes into the Host header: a port only where it is not the scheme's own.
-    std::string hostField() const;
-};
+/// Where chat completions are asked for; the target is the path of the completions form.
+using ChatEndpoint = UpstreamUrl;
 
 /// Takes "https://models.example.org", the same with a prefix or ending in "/v1" or in
-/// "/v1/chat/completions". Plain http only to 127.0.0.1, localhost and ::1, since screens and keys
-/// travel there; no user, query or fragment. Throws ChatEndpointError.
+/// "/v1/chat/completions", by the rules of `parseUpstreamUrl`. Throws ChatEndpointError.
 ChatEndpoint parseChatEndpoint(std::string_view baseUrl);
 
 } // namespace lumivane::service

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "server/analysis/ChatEndpoint.h"
-#include "server/work/MonotonicTime.h"
+#include "server/upstream/UpstreamTransport.h"
 
 #include <boost/asio/awaitable.hpp>
 
@@ -12,19 +12,7 @@
 namespace lumivane::service {
 
 /// How one exchange with a model server ended.
-struct ChatReply {
-    enum class Outcome {
-        answered,    ///< status and body are there
-        unreachable, ///< no connection, or it broke
-        untrusted,   ///< the server's certificate does not prove who it is
-        timedOut,
-        malformed ///< no HTTP, or more than is read
-    };
-
-    Outcome outcome = Outcome::unreachable;
-    int status = 0;
-    std::string body;
-};
+using ChatReply = UpstreamReply;
 
 /// Sends one request for a completion.
 class ChatTransport {
@@ -36,9 +24,8 @@ public:
     virtual boost::asio::awaitable<ChatReply> post(std::string body, MonotonicTime deadline) = 0;
 };
 
-/// The transport over HTTP/1.1, with TLS and a check of certificate and host name where the
-/// endpoint is secure. One connection per request; redirects are not followed; answers of more
-/// than 2 MiB count as malformed. For the network thread alone.
+/// The transport over `makeHttpUpstreamTransport`, with the key as bearer where there is one. For
+/// the network thread alone.
 std::unique_ptr<ChatTransport> makeHttpChatTransport(ChatEndpoint endpoint,
                                                      std::optional<std::string> apiKey);
 

@@ -4,6 +4,7 @@
 #include "server/accounts/ExpiredRows.h"
 #include "server/application/AnalysisRoutes.h"
 #include "server/application/ConfiguredEngine.h"
+#include "server/application/ConfiguredLogins.h"
 #include "server/application/OperationRoutes.h"
 #include "server/application/RouteRates.h"
 #include "server/application/ServiceAuthorizer.h"
@@ -73,6 +74,9 @@ struct LumivaneService::Parts {
         , accounts(makeAccountServices(*database, clock, sessionSettings(chosen.accounts),
                                        makeLimiter(chosen.accounts.refreshesPerMinute)))
         , profiles(*database, clock)
+        , upstream(makeHttpUpstreamTransport())
+        , logins(makeConfiguredLogins(chosen, {*database, clock, *upstream, storePool},
+                                      sessionSettings(chosen.accounts)))
         , engine(makeConfiguredEngine(chosen, analysisPool))
         , sessions(*database, clock, storePool)
         , authorizer(token, sessions)
@@ -94,6 +98,7 @@ struct LumivaneService::Parts {
         append(all, analysisRoutes(*engine, analysisPool));
         append(all, accountRoutes(accounts, storePool));
         append(all, profileRoutes(profiles, storePool));
+        append(all, loginRoutes(*logins));
         setRouteRates(all, configuration.accounts);
         return all;
     }
@@ -108,6 +113,8 @@ struct LumivaneService::Parts {
     ProfileServices profiles;
     asio::thread_pool storePool{storeThreads};
     asio::thread_pool analysisPool{analysisThreads};
+    std::unique_ptr<UpstreamTransport> upstream;
+    std::unique_ptr<LoginService> logins;
     std::unique_ptr<AnalysisEngine> engine;
     SessionAuthorizer sessions;
     ServiceAuthorizer authorizer;

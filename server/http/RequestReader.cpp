@@ -77,6 +77,7 @@ RequestHead headOf(const Fields& request) {
     RequestHead head;
     head.method = methodOf(request.method());
     head.target = std::string(request.target());
+    head.host = onlyField(request, http::field::host);
     head.authorization = plainField(request, http::field::authorization);
     head.contentType = onlyField(request, http::field::content_type);
     head.contentEncoding = joinedField(request, http::field::content_encoding);

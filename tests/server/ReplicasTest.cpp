@@ -145,7 +145,7 @@ private:
 void letAllLive(Crowd& crowd) {
     std::vector<std::jthread> threads;
     for (int account = 0; account < accounts; ++account) {
-        addAccount(crowd.store.database(), "account" + std::to_string(account));
+        storeAccount(crowd.store.database(), "account" + std::to_string(account));
     }
     for (int i = 0; i < accounts * machinesEach; ++i) {
         threads.emplace_back([&crowd, i] { Machine(crowd, i % accounts, i / accounts).live(); });

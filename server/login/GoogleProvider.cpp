@@ -1,0 +1,152 @@
+#include "server/login/IdToken.h"
+#include "server/login/JsonFields.h"
+#include "server/login/OAuthProvider.h"
+#include "server/login/OAuthProviders.h"
+
+namespace lumivane::service {
+
+namespace asio = boost::asio;
+namespace json = boost::json;
+
+namespace {
+
+class GoogleProvider : public OAuthProvider {
+public:
+    GoogleProvider(const ProviderSettings& settings, UpstreamTransport& transport,
+                   const WallClock& clock)
+        : OAuthProvider(settings, transport)
+        , m_issuer(settings.issuer)
+        , m_keysUrl(address(settings.keysUrl, "keys_url"))
+        , m_userUrl(address(settings.userUrl, "user_url"))
+        , m_clock(clock) {}
+
+protected:
+    QueryItems authorizationItems(const LoginAttempt& attempt) const override {
+        QueryItems items = proofKeyItems(attempt);
+        items.emplace_back("scope", "openid email profile");
+        items.emplace_back("nonce", attempt.nonce);
+        return items;
+    }
+
+    // Whose answer it is, where the provider says so: another one's must not be taken for it.
+    bool isFromHere(const FormFields& fields) const override {
+        const auto issuer = fields.find("iss");
+        return !issuer || *issuer == m_issuer;
+    }
+
+    asio::awaitable<Proof> identify(json::object tokens, LoginAttempt attempt,
+                                    MonotonicTime deadline) override;
+
+private:
+    asio::awaitable<std::optional<LoginRefusal>> addMissing(json::object& claims, std::string token,
+                                                            MonotonicTime deadline);
+
+    std::string m_issuer;
+    UpstreamUrl m_keysUrl;
+    UpstreamUrl m_userUrl;
+    const WallClock& m_clock;
+};
+
+std::int64_t secondsOf(WallTime time) {
+    return std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();
+}
+
+ProvedIdentity identityFrom(const json::object& claims) {
+    ProvedIdentity identity;
+    identity.subject = keepable(textField(claims, "sub").value_or(""), longestSubject);
+    const std::string email = keepable(textField(claims, "email").value_or(""), longestEmail);
+    if (!email.empty()) {
+        identity.email = email;
+        identity.isEmailVerified = isTrueField(claims, "email_verified");
+    }
+    identity.suggestedName = keepable(textField(claims, "name").value_or(""), longestSuggestedName);
+    return identity;
+}
+
+// Address and what is said of it belong together, so they are taken together.
+void take(const json::object& from, json::object& to) {
+    if (!to.contains("email") && from.contains("email")) {
+        to["email"] = from.at("email");
+        to["email_verified"] = isTrueField(from, "email_verified");
+    }
+    if (!to.contains("name") && from.contains("name")) {
+        to["name"] = from.at("name");
+    }
+}
+
+asio::awaitable<std::optional<LoginRefusal>>
+GoogleProvider::addMissing(json::object& claims, std::string token, MonotonicTime deadline) {
+    auto asking = flow().fetch(m_userUrl, std::move(token), deadline);
+    const ProviderAnswer answer = co_await std::move(asking);
+    if (const auto* refusal = std::get_if<LoginRefusal>(&answer)) {
+        co_return *refusal;
+    }
+    const auto& user = std::get<json::value>(answer);
+    const bool isSame = user.is_object() && textField(user.get_object(), "sub").has_value() &&
+                        textField(user.get_object(), "sub") == textField(claims, "sub");
+    if (!isSame) {
+        co_return LoginRefusal::failed;
+    }
+    take(user.get_object(), claims);
+    co_return std::nullopt;
+}
+
+asio::awaitable<OAuthProvider::Proof>
+GoogleProvider::identify(json::object tokens, LoginAttempt attempt, MonotonicTime deadline) {
+    const auto token = accessTokenIn(tokens);
+    const auto idToken = textField(tokens, "id_token");
+    if (!token || !idToken) {
+        co_return LoginRefusal::failed;
+    }
+    auto asking = flow().fetchOpenly(m_keysUrl, deadline);
+    const ProviderAnswer keys = co_await std::move(asking);
+    if (const auto* refusal = std::get_if<LoginRefusal>(&keys)) {
+        co_return *refusal;
+    }
+    IdTokenRules rules;
+    rules.issuer = m_issuer;
+    rules.audience = flow().server().clientId;
+    rules.nonce = attempt.nonce;
+    rules.now = secondsOf(m_clock.now());
+    auto claims = claimsOfIdToken(*idToken, std::get<json::value>(keys), rules);
+    if (!claims) {
+        co_return LoginRefusal::failed;
+    }
+    if (!claims->contains("email") || !claims->contains("name")) {
+        auto adding = addMissing(*claims, *token, deadline);
+        const std::optional<LoginRefusal> refusal = co_await std::move(adding);
+        if (refusal) {
+            co_return *refusal;
+        }
+    }
+    ProvedIdentity identity = identityFrom(*claims);
+    if (identity.subject.empty()) {
+        co_return LoginRefusal::failed;
+    }
+    co_return identity;
+}
+
+} // namespace
+
+std::unique_ptr<IdentityProvider> makeGoogleProvider(const ProviderSettings& settings,
+                                                     UpstreamTransport& transport,
+                                                     const WallClock& clock) {
+    return std::make_unique<GoogleProvider>(settings, transport, clock);
+}
+
+std::unique_ptr<IdentityProvider> makeOAuthProvider(const ProviderSettings& settings,
+                                                    UpstreamTransport& transport,
+                                                    const WallClock& clock) {
+    const ProviderSettings whole = withDefaultAddresses(settings);
+    switch (whole.provider) {
+    case AuthProvider::google:
+        return makeGoogleProvider(whole, transport, clock);
+    case AuthProvider::facebook:
+        return makeFacebookProvider(whole, transport);
+    case AuthProvider::github:
+        break;
+    }
+    return makeGitHubProvider(whole, transport);
+}
+
+} // namespace lumivane::service
