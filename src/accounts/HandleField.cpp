@@ -174,7 +174,7 @@ QCoro::Task<void> HandleField::Commit::run(Shared commit, QString currentHandle)
 
 QCoro::Task<ProfileFieldState> HandleField::Commit::judge(Shared commit, QString currentHandle) {
     const HandleLocalVerdict verdict =
-        commit->field->m_ports.handleChecker.verdict(commit->handle, currentHandle);
+        commit->field->m_ports.handleChecker.verdict(commit->draft, currentHandle);
     if (verdict != HandleLocalVerdict::needsServerCheck) {
         co_return profileFieldState(verdict);
     }

@@ -82,7 +82,7 @@ QCoro::Task<void> LinkedAccounts::unlink(AuthProvider provider) {
     } catch (const AuthenticationError& error) {
         if (self) {
             self->m_status.setErrorMessage(error.errorDescription());
-            self->m_keeper.showSignedIn();
+            self->m_keeper.showSignedInUnlessBusy();
         }
     }
 }
@@ -117,7 +117,7 @@ QCoro::Task<void> LinkedAccounts::loadDevices(bool force) {
     } catch (const std::exception&) {
         if (isPresent()) {
             self->m_status.setDevicesState(DeviceListState::unavailable);
-            self->m_keeper.showSignedIn();
+            self->m_keeper.showSignedInUnlessBusy();
         }
     }
 }
@@ -131,7 +131,7 @@ bool LinkedAccounts::canUnlink(AuthProvider provider) const {
 void LinkedAccounts::adopt(LinkedDeviceList list) {
     const std::int64_t count = std::ssize(list.devices);
     m_status.setDevices(std::move(list.devices), DeviceListState::loaded);
-    m_keeper.showSignedIn();
+    m_keeper.showSignedInUnlessBusy();
     LumivaneLog::lifecycle.log("Device list loaded; count=%{public}ld", count);
 }
 

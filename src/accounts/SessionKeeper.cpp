@@ -57,6 +57,13 @@ bool SessionKeeper::showSignedIn() {
     return true;
 }
 
+void SessionKeeper::showSignedInUnlessBusy() {
+    using Case = AuthenticationState::Case;
+    if (!m_status.state().is(Case::refreshing) && !m_status.state().is(Case::authorizing)) {
+        showSignedIn();
+    }
+}
+
 QCoro::Task<SecretText> SessionKeeper::validAccessToken(std::chrono::seconds minimumValidity,
                                                         UnlockPrompt prompt, std::stop_token stop) {
     if (hasTokenFor(minimumValidity)) {
@@ -220,7 +227,7 @@ void SessionKeeper::replaceUser(UserSummary user) {
         return;
     }
     m_credentials = m_credentials->withUser(std::move(user));
-    showSignedIn();
+    showSignedInUnlessBusy();
     m_status.setErrorMessage(std::nullopt);
 }
 

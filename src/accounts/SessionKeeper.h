@@ -49,6 +49,10 @@ public:
     /// nothing has changed then.
     bool showSignedIn();
 
+    /// The same unless a login or a refresh is under way: each shows the user at its own end, and a
+    /// refresh would take any other state for its end.
+    void showSignedInUnlessBusy();
+
     /// An access token with more than `minimumValidity` left; refreshed when the one at hand has
     /// less, and all who ask at that time wait for the same exchange. Throws AuthenticationError,
     /// or Cancelled once a stop is requested or the session went meanwhile.
@@ -60,7 +64,8 @@ public:
     /// part of the login is held then.
     QCoro::Task<void> adopt(AuthCredentials login, std::uint64_t generation, std::stop_token stop);
 
-    /// What the service now says of the user; shows it, without a message. Needs credentials.
+    /// What the service now says of the user; shows it unless busy, without a message. Needs
+    /// credentials.
     void replaceUser(UserSummary user);
 
     /// Brings the stored session back: once, from the state `restoring`.
