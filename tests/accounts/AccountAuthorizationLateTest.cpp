@@ -78,7 +78,7 @@ protected:
         EXPECT_EQ(status.errorMessage(), u"as it was"_qs);
         EXPECT_FALSE(journal.holds(wait.nextStep));
         EXPECT_EQ(store.stored, std::nullopt);
-        EXPECT_EQ(keeper->credentials(), std::nullopt);
+        EXPECT_EQ(keeper.credentials(), std::nullopt);
         EXPECT_TRUE(proofs.empty());
         EXPECT_EQ(deleteFailures, 0);
     }
@@ -170,21 +170,65 @@ TEST_F(AccountAuthorizationLateTest, ASessionThatGoesWhileALoginIsStoredLeavesNo
     store.saveGate.hold();
     const auto outcome = start();
     ASSERT_EQ(store.saveGate.pendingCount(), 1U);
-    const auto cleared = watch(keeper->handleUnauthorized());
+    const auto cleared = watch(keeper.handleUnauthorized());
     drainEvents();
     store.saveGate.release(0, true);
     drainEvents();
     EXPECT_EQ(cleared->value, true);
     EXPECT_TRUE(outcome->value);
     EXPECT_EQ(store.stored, std::nullopt);
-    EXPECT_EQ(keeper->credentials(), std::nullopt);
+    EXPECT_EQ(keeper.credentials(), std::nullopt);
     EXPECT_EQ(status.state(), State::signedOut());
+}
+
+TEST_F(AccountAuthorizationLateTest, ACallbackOnItsWayWhenTheSessionGoesIsNotRead) {
+    web.callback.hold();
+    const auto outcome = start();
+    web.callback.release(0, u"com.marnoth.lumivane.oauth://callback"_qs);
+    endSession();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_EQ(status.state(), State::signedOut());
+    EXPECT_FALSE(journal.holds(u"registration"_qs));
+}
+
+TEST_F(AccountAuthorizationLateTest, AProofThatComesAfterTheSessionWentDeletesNothing) {
+    beSignedIn();
+    service.completeScript.hold();
+    const auto outcome = start(AuthIntent::deleteReauth);
+    endSession();
+    service.completeScript.release(0, AuthCompletion(proof()));
+    drainEvents();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_TRUE(proofs.empty());
+    EXPECT_EQ(deleteFailures, 0);
+}
+
+TEST_F(AccountAuthorizationLateTest, AQuestionThatComesAfterTheSessionWentIsNotAsked) {
+    service.completeScript.hold();
+    const auto outcome = start();
+    endSession();
+    service.completeScript.release(0, AuthCompletion(question()));
+    drainEvents();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_EQ(status.state(), State::signedOut());
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(AccountAuthorizationLateTest, TheOwnerMayGoWhileALoginIsStored) {
+    store.saveGate.hold();
+    const auto outcome = start();
+    ASSERT_EQ(store.saveGate.pendingCount(), 1U);
+    takeover.reset();
+    authorization.reset();
+    drainEvents();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_EQ(keeper.credentials(), std::nullopt);
 }
 
 TEST_F(AccountAuthorizationLateTest, SigningOutClosesThePage) {
     web.callback.hold();
     const auto outcome = start();
-    const auto signedOut = watch(test::flagged(keeper->signOut()));
+    const auto signedOut = watch(test::flagged(keeper.signOut()));
     drainEvents();
     EXPECT_TRUE(signedOut->value);
     EXPECT_TRUE(outcome->value);
@@ -256,7 +300,7 @@ TEST_F(AccountAuthorizationLateTest, TheFirstOnesCallbackCompletesNothing) {
     drainEvents();
     EXPECT_TRUE(first->value);
     EXPECT_FALSE(second->hasEnded());
-    EXPECT_FALSE(journal.holds(u"complete"_qs));
+    EXPECT_FALSE(journal.holds(u"registration"_qs));
     web.callback.cancelPending();
     drainEvents();
 }
@@ -269,7 +313,7 @@ TEST_F(AccountAuthorizationLateTest, ALoginThatIsBeingStoredIsKeptAndTheSecondGo
     store.saveGate.release(0, true);
     drainEvents();
     EXPECT_TRUE(first->value);
-    EXPECT_EQ(keeper->credentials(), service.login(1));
+    EXPECT_EQ(keeper.credentials(), service.login(1));
     EXPECT_EQ(store.stored, storedFormOf(service.login(1)));
     EXPECT_EQ(status.state(), State::authorizing(AuthProvider::google));
     web.callback.fail(0, Error(Case::cancelled));

@@ -16,8 +16,8 @@ class AccountAuthorizationTest : public test::SignInFixture {};
 TEST_F(AccountAuthorizationTest, SignedOutAuthorizingSignedIn) {
     authorize();
     EXPECT_THAT(states, ElementsAre(State::authorizing(AuthProvider::github), signedIn()));
-    EXPECT_EQ(keeper->credentials(), service.login(1));
-    EXPECT_EQ(keeper->storedSession(), storedFormOf(service.login(1)));
+    EXPECT_EQ(keeper.credentials(), service.login(1));
+    EXPECT_EQ(keeper.storedSession(), storedFormOf(service.login(1)));
     EXPECT_EQ(status.errorMessage(), std::nullopt);
     EXPECT_TRUE(log.lines().empty());
 }
@@ -31,9 +31,10 @@ TEST_F(AccountAuthorizationTest, FailedAuthorizingSignedIn) {
 
 TEST_F(AccountAuthorizationTest, StepsComeInOrder) {
     authorize();
-    EXPECT_EQ(journal.entries(),
-              QStringList({u"createTransaction"_qs, u"authenticate"_qs, u"registration"_qs,
-                           u"complete"_qs, u"save"_qs, u"saved"_qs}));
+    EXPECT_EQ(
+        journal.entries(),
+        QStringList({u"authorizing"_qs, u"createTransaction"_qs, u"authenticate"_qs,
+                     u"registration"_qs, u"complete"_qs, u"save"_qs, u"saved"_qs, u"signedIn"_qs}));
 }
 
 TEST_F(AccountAuthorizationTest, TheTransactionHoldsTheChallengeAndNoToken) {
@@ -90,7 +91,7 @@ TEST_F(AccountAuthorizationTest, NothingIsStoredBeforeACompleteAnswer) {
     const auto outcome = start();
     EXPECT_FALSE(journal.holds(u"save"_qs));
     EXPECT_EQ(store.stored, std::nullopt);
-    EXPECT_EQ(keeper->credentials(), std::nullopt);
+    EXPECT_EQ(keeper.credentials(), std::nullopt);
     service.completeScript.release(0, AuthCompletion(service.login(3)));
     drainEvents();
     EXPECT_TRUE(outcome->value);
@@ -101,8 +102,8 @@ TEST_F(AccountAuthorizationTest, NothingIsHeldBeforeItIsStored) {
     store.saveGate.hold();
     const auto outcome = start();
     EXPECT_EQ(status.state(), State::authorizing(AuthProvider::github));
-    EXPECT_EQ(keeper->credentials(), std::nullopt);
-    EXPECT_EQ(keeper->storedSession(), std::nullopt);
+    EXPECT_EQ(keeper.credentials(), std::nullopt);
+    EXPECT_EQ(keeper.storedSession(), std::nullopt);
     store.saveGate.release(0, true);
     drainEvents();
     EXPECT_EQ(status.state(), signedIn());
@@ -113,8 +114,8 @@ TEST_F(AccountAuthorizationTest, AStoreThatRefusesLeavesNoSession) {
     store.saveGate.failWith(Error(Case::unavailable));
     authorize();
     EXPECT_EQ(status.state(), State::failed(textOf(Case::unavailable)));
-    EXPECT_EQ(keeper->credentials(), std::nullopt);
-    EXPECT_EQ(keeper->storedSession(), std::nullopt);
+    EXPECT_EQ(keeper.credentials(), std::nullopt);
+    EXPECT_EQ(keeper.storedSession(), std::nullopt);
     EXPECT_EQ(store.stored, std::nullopt);
     EXPECT_EQ(status.errorMessage(), std::nullopt);
 }
@@ -158,13 +159,13 @@ TEST_F(AccountAuthorizationTest, ALinkShowsTheNewProviders) {
                 ElementsAre(AuthProvider::github, AuthProvider::google));
     EXPECT_EQ(status.state(), signedIn());
     EXPECT_EQ(store.stored, storedFormOf(service.login(5)));
-    EXPECT_EQ(keeper->credentials(), service.login(5));
+    EXPECT_EQ(keeper.credentials(), service.login(5));
 }
 
 TEST_F(AccountAuthorizationTest, ALinkGoesOutWithTheAccessToken) {
     beSignedIn();
     authorize(AuthIntent::link, AuthProvider::google);
-    const auto& request = service.requestsTo(u"createTransaction"_qs).at(0);
+    const auto request = service.requestsTo(u"createTransaction"_qs).at(0);
     EXPECT_EQ(request.token, "access-0");
     EXPECT_EQ(request.intent, AuthIntent::link);
     EXPECT_EQ(service.requestsTo(u"complete"_qs).at(0).intent, AuthIntent::link);
@@ -202,7 +203,7 @@ TEST_F(AccountAuthorizationTest, AProofIsHandedOn) {
     service.completeScript.answerWith(proof());
     authorize(AuthIntent::deleteReauth);
     EXPECT_THAT(proofs, ElementsAre(proof()));
-    EXPECT_THAT(proofGenerations, ElementsAre(keeper->generation()));
+    EXPECT_THAT(proofGenerations, ElementsAre(keeper.generation()));
     EXPECT_EQ(deleteFailures, 0);
     EXPECT_FALSE(journal.holds(u"save"_qs));
     EXPECT_EQ(service.requestsTo(u"createTransaction"_qs).at(0).token, "access-0");
@@ -263,11 +264,11 @@ TEST_F(AccountAuthorizationTest, AProofForALinkIsAnInvalidResponse) {
 
 TEST_F(AccountAuthorizationTest, ASessionForAReauthenticationIsNotTaken) {
     beSignedIn();
-    const auto before = keeper->credentials();
+    const auto before = keeper.credentials();
     service.completeScript.answerWith(service.login(8));
     authorize(AuthIntent::deleteReauth);
     EXPECT_EQ(deleteFailures, 1);
-    EXPECT_EQ(keeper->credentials(), before);
+    EXPECT_EQ(keeper.credentials(), before);
     EXPECT_FALSE(journal.holds(u"save"_qs));
 }
 

@@ -1,17 +1,9 @@
 #pragma once
 
+#include "accounts/AuthenticationFixture.h"
 #include "accounts/DeviceTakeover.h"
-#include "support/FakeAuthService.h"
-#include "support/FakeCredentialStore.h"
-#include "support/FakeDeviceIdentity.h"
-#include "support/FakeRandomSource.h"
-#include "support/FakeWebAuthenticator.h"
-#include "support/LogCapture.h"
-#include "support/ManualClock.h"
-#include "support/Outcome.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <memory>
 #include <optional>
@@ -20,9 +12,9 @@
 
 namespace lumivane::test {
 
-/// The parts of the login that a sign-in needs, put together as the coordinator does, over fakes.
-/// Every login fails for want of a script unless a test says what it yields.
-class SignInFixture : public testing::Test {
+/// The parts of the login that a sign-in needs, put together as the coordinator does. A login
+/// yields the service's login 1 unless a test says what else.
+class SignInFixture : public AuthenticationFixture {
 protected:
     using State = AuthenticationState;
     using Error = AuthenticationError;
@@ -40,7 +32,7 @@ protected:
             return done(deletion.call(std::move(stop)));
         };
         authorization->onDeleteFailure = [this] { ++deleteFailures; };
-        keeper->onForgetting = [this] { takeover->forget(); };
+        keeper.onForgetting = [this] { takeover->forget(); };
         service.completeScript.answerWith(service.login(1));
     }
 
@@ -57,15 +49,10 @@ protected:
         drainEvents();
     }
 
-    /// Somebody is signed in already, with the service's first token.
+    /// Somebody is signed in already, with the service's first tokens.
     void beSignedIn() {
-        const AuthCredentials login = service.login(0);
-        keeper->seed(login);
-        store.stored = StoredSession{login.refreshToken, login.refreshExpiresAt, std::nullopt};
-        drainEvents();
-        status.setState(State::signedIn(login.user));
+        signIn();
         states.clear();
-        journal.clear();
     }
 
     /// Begins a login and lets it go as far as it goes.
@@ -84,7 +71,7 @@ protected:
 
     /// The session goes, as by a sign-out or by a service that refused it.
     void endSession() {
-        ASSERT_TRUE(outcomeOf(keeper->handleUnauthorized()).value);
+        ASSERT_TRUE(outcomeOf(keeper.handleUnauthorized()).value);
         drainEvents();
     }
 
@@ -116,20 +103,8 @@ protected:
 
     State signedIn() const { return State::signedIn(service.user); }
 
-    ManualClock clock;
-    Journal journal;
-    FakeAuthService service{journal, clock};
-    FakeCredentialStore store{journal};
-    FakeWebAuthenticator web{journal};
-    FakeDeviceIdentity device{journal};
-    FakeRandomSource random;
-    HandleAvailabilityChecker checker{clock};
-    const AuthenticationPorts ports{service, store, web, device, checker, random, clock};
-    LogCapture log;
-    AccountStatus status{State::signedOut()};
-    std::optional<SessionKeeper> keeper{std::in_place, ports, status};
-    std::optional<AccountAuthorization> authorization{std::in_place, ports, status, *keeper};
-    std::optional<DeviceTakeover> takeover{std::in_place, ports, status, *keeper, *authorization};
+    std::optional<AccountAuthorization> authorization{std::in_place, ports, status, keeper};
+    std::optional<DeviceTakeover> takeover{std::in_place, ports, status, keeper, *authorization};
 
     std::vector<State> states; ///< every one since the start, in order
 

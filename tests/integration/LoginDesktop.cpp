@@ -77,27 +77,30 @@ LoginDesktop::LoginDesktop(const QString& origin) {
 }
 
 LoginDesktop::~LoginDesktop() {
-    if (const auto process = browser()) {
-        ::kill(*process, SIGTERM);
-        if (!waitUntil([process] { return ::kill(*process, 0) != 0 && errno == ESRCH; })) {
-            ::kill(*process, SIGKILL);
+    for (const pid_t browser : browsers()) {
+        ::kill(browser, SIGTERM);
+        if (!waitUntil([browser] { return ::kill(browser, 0) != 0 && errno == ESRCH; })) {
+            ::kill(browser, SIGKILL);
         }
     }
 }
 
 void LoginDesktop::installBrowser(const QString& origin) const {
-    const QString profile = home.path(u"browser"_qs);
-    write(profile + u"/Default/Preferences"_qs,
+    const QByteArray profile = home.path(u"browser"_qs).toUtf8();
+    write(home.path(u"browser/Default/Preferences"_qs),
           R"({"protocol_handler":{"allowed_origin_protocol_pairs":{")" + origin.toUtf8() +
               R"(":{")" + scheme + R"(":true}}}})");
+    // Each start has a profile of its own: a second one on the same hands its page to the first.
+    // Its time is bounded for a test that does not get to its end.
     const QString starter = home.path(u"start-browser"_qs);
-    write(starter,
-          "#!/bin/sh\necho $$ >'" + home.path(u"browser.pid"_qs).toUtf8() +
-              "'\nexec chromium --no-sandbox --headless=new --disable-gpu --no-first-run "
-              "--password-store=basic --user-data-dir='" +
-              profile.toUtf8() + "' \"$1\" </dev/null >'" + home.path(u"browser.log"_qs).toUtf8() +
-              "' 2>&1\n",
-          true);
+    write(
+        starter,
+        "#!/bin/sh\ncp -r '" + profile + "' '" + profile + "'-$$\necho $$ >>'" +
+            home.path(u"browsers"_qs).toUtf8() +
+            "'\nexec timeout 100 chromium --no-sandbox --headless=new --disable-gpu --no-first-run "
+            "--password-store=basic --user-data-dir='" +
+            profile + "'-$$ \"$1\" </dev/null >'" + profile + "'-$$.log 2>&1\n",
+        true);
     write(home.path(u"DATA/applications/browser.desktop"_qs),
           "[Desktop Entry]\nType=Application\nName=Browser\nExec=" + starter.toUtf8() +
               " %u\nMimeType=x-scheme-handler/http;x-scheme-handler/https;\n");
@@ -128,15 +131,14 @@ int LoginDesktop::handlerCount() const {
     return int(contentsOf(home.path(u"handlers"_qs)).count('\n'));
 }
 
-std::optional<pid_t> LoginDesktop::browser() const {
-    bool isNumber = false;
-    const int process = contentsOf(home.path(u"browser.pid"_qs)).trimmed().toInt(&isNumber);
-    return isNumber ? std::optional(pid_t(process)) : std::nullopt;
-}
-
-bool LoginDesktop::isBrowserRunning() const {
-    const auto process = browser();
-    return process && ::kill(*process, 0) == 0;
+std::vector<pid_t> LoginDesktop::browsers() const {
+    std::vector<pid_t> found;
+    for (const QByteArray& line : contentsOf(home.path(u"browsers"_qs)).split('\n')) {
+        if (!line.isEmpty()) {
+            found.push_back(line.toInt());
+        }
+    }
+    return found;
 }
 
 } // namespace lumivane::test

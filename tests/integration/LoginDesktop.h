@@ -14,6 +14,7 @@
 #include <sys/types.h>
 
 #include <optional>
+#include <vector>
 
 namespace lumivane::test {
 
@@ -42,9 +43,6 @@ public:
     /// How many programs were started for addresses of the scheme so far.
     int handlerCount() const;
 
-    /// Whether the browser was started and has not ended.
-    bool isBrowserRunning() const;
-
 private:
     /// This process is on the desktop as well, and again where it was afterwards.
     class Surroundings {
@@ -60,7 +58,9 @@ private:
 
     void installBrowser(const QString& origin) const;
     void installProgram() const;
-    std::optional<pid_t> browser() const;
+
+    /// Every one that was started.
+    std::vector<pid_t> browsers() const;
 
 public:
     XServer display;

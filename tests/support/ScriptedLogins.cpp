@@ -57,7 +57,8 @@ std::size_t ScriptedLogins::pageCount() const {
 
 ScriptedAnswer ScriptedLogins::begin(const RecordedRequest& request) {
     const Json body = parseJson(request.body);
-    const QByteArray number = QByteArray::number(qulonglong(m_transactions.size() + 1));
+    const QByteArray number =
+        QByteArray::number(static_cast<qulonglong>(m_transactions.size()) + 1);
     const QByteArray identifier = "transaction-" + number;
     const QString challenge = JsonObjectReader(body).required<QString>("code_challenge");
     m_transactions[identifier] = {challenge.toUtf8(), "handoff/+=" + number};
@@ -107,7 +108,7 @@ ScriptedAnswer ScriptedLogins::complete(const RecordedRequest& request) {
     if (!m_ticketLifetime) {
         return ScriptedAnswer::json(200, login());
     }
-    m_ticket = "ticket-" + QByteArray::number(qulonglong(m_machines.size()));
+    m_ticket = "ticket-" + QByteArray::number(static_cast<qulonglong>(m_machines.size()));
     m_secrets.push_back(m_ticket);
     const QDateTime end = m_clock.wallNow().addSecs(m_ticketLifetime->count());
     return ScriptedAnswer::json(200, R"({"status":"device_takeover_required","takeover_ticket":")" +
