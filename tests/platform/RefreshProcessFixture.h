@@ -1,11 +1,11 @@
 #pragma once
 
+#include "RefresherProcess.h"
 #include "accounts/AccountCoding.h"
 #include "async/SystemClock.h"
 #include "support/EventLoop.h"
 #include "support/KeyringDaemon.h"
 #include "support/PrivateBus.h"
-#include "support/RefresherProcess.h"
 #include "support/ScriptedAccountServer.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "support/RefresherProcess.h"
+#include "RefresherProcess.h"
 
 #include "support/EventLoop.h"
 #include "support/XTestProcess.h"
