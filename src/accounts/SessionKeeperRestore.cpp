@@ -100,12 +100,13 @@ QCoro::Task<void> SessionKeeper::bringBackHeld() {
 }
 
 QCoro::Task<SessionKeeper::Trouble> SessionKeeper::troubleWithToken(UnlockPrompt prompt) {
+    Trouble trouble;
     try {
         co_await validAccessToken(defaultMinimumValidity, prompt, std::stop_token());
     } catch (...) {
-        co_return Trouble{std::current_exception()};
+        trouble.error = std::current_exception();
     }
-    co_return Trouble{};
+    co_return trouble;
 }
 
 QCoro::Task<void> SessionKeeper::removeUnusable(UnlockPrompt prompt, std::uint64_t generation) {
