@@ -49,6 +49,8 @@ run_packages=(
   desktop-file-utils libsecret-tools
   # opens addresses in the user's browser
   xdg-utils
+  # keeps the login where the desktop has nothing that does
+  gnome-keyring
   # scripts of the world for the pictures of the panels
   fonts-noto-color-emoji fonts-wqy-microhei
 )
@@ -61,10 +63,8 @@ test_packages=(
   dunst dex libglib2.0-bin systemd
   # trays of both kinds: one that embeds windows, and a desktop's panel
   trayer xfce4-panel
-  # the desktop's keyring
-  gnome-keyring
-  # the description of the service's answers, compared with them
-  python3-jsonschema python3-yaml
+  # the service's other database, and the description of its answers, compared with them
+  postgresql-15 python3-jsonschema python3-yaml
   # a browser for logins
   chromium
 )

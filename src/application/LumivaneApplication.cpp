@@ -4,6 +4,7 @@
 #include "analysis/CommandLine.h"
 #include "application/Services.h"
 #include "async/MainThread.h"
+#include "platform/linux/CoreDumps.h"
 #include "platform/linux/ProcessRelauncher.h"
 #include "platform/linux/Replacement.h"
 #include "platform/linux/SessionBusProbe.h"
@@ -81,10 +82,12 @@ int maintain() {
 }
 
 /// Tells the delegate what reaches the process from outside.
-void listen(ApplicationInstance& instance, AppDelegate& delegate) {
+void listen(ApplicationInstance& instance, AppDelegate& delegate, BrowserWebSession& webSession) {
     instance.onActivate = [&delegate] { delegate.applicationShouldHandleReopen(); };
-    instance.onOpen = [](const QStringList&) {
-        LumivaneLog::lifecycle.log("An address was opened that nobody waits for");
+    instance.onOpen = [&webSession](const QStringList& urls) {
+        for (const QString& url : urls) {
+            webSession.deliver(url);
+        }
     };
     QObject::connect(qGuiApp, &QGuiApplication::applicationStateChanged, qGuiApp,
                      [&delegate](Qt::ApplicationState state) {
@@ -126,7 +129,7 @@ int live(SessionInstance& instance, const StartEnvironment& environment) {
          .sharedModel = sharedModel,
          .createStatusItem = [&services](AppModel&) { services->createStatusItem(); },
          .refreshSystemState = [](AppModel& model) { model.refreshSystemState(); }});
-    listen(instance, delegate);
+    listen(instance, delegate, desktop.webSession);
     const auto stop = [&sharedModel] { sharedModel().terminate(); };
     const TerminationSignals signalHandler(stop);
     const SessionEnd sessionEnd(*qGuiApp, stop);
@@ -205,6 +208,7 @@ QStringList argumentsOf(int argc, char** argv) {
 
 int LumivaneApplication::main(int argc, char** argv) {
     TerminationSignals::unblock();
+    CoreDumps::disable();
     QCoreApplication::setApplicationName(u"lumivane"_qs);
     const QStringList arguments = argumentsOf(argc, argv);
     const CommandLine::Entry entry = CommandLine::of(arguments).entry();

@@ -45,6 +45,9 @@ Mechanisms::Mechanisms(const TestingMode& testing, const QProcessEnvironment& en
                 environment.value(u"XDG_CURRENT_DESKTOP"_qs).split(u':', Qt::SkipEmptyParts))
     , notifications(QDBusConnection::sessionBus(), clock)
     , urlOpener(environment)
+    , secretItems(clock, keyringWorkers)
+    , deviceFacts(u"/"_qs, LinuxDeviceFacts::systemBusAddress())
+    , webSession(urlOpener)
     , statusBar(QDBusConnection::sessionBus())
     , shell(applicationPalette) {
     workers.setMaxThreadCount(workerThreads);
@@ -59,6 +62,8 @@ Mechanisms::Mechanisms(const TestingMode& testing, const QProcessEnvironment& en
 Mechanisms::~Mechanisms() {
     workers.clear();
     workers.waitForDone();
+    keyringWorkers.clear();
+    keyringWorkers.waitForDone();
 }
 
 } // namespace lumivane

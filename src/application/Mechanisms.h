@@ -4,11 +4,13 @@
 #include "async/SystemClock.h"
 #include "platform/linux/AtspiAnnouncer.h"
 #include "platform/linux/AutostartLoginItem.h"
+#include "platform/linux/BrowserWebSession.h"
 #include "platform/linux/CompositorWatch.h"
 #include "platform/linux/DesktopAccessibilitySettings.h"
 #include "platform/linux/DesktopUrlOpener.h"
 #include "platform/linux/DesktopUserNotifications.h"
 #include "platform/linux/FileUserDefaults.h"
+#include "platform/linux/LinuxDeviceFacts.h"
 #include "platform/linux/LinuxFileStaging.h"
 #include "platform/linux/QtApplicationShell.h"
 #include "platform/linux/QtHttpTransport.h"
@@ -17,6 +19,8 @@
 #include "platform/linux/QtSoundPlayer.h"
 #include "platform/linux/QuickPanelHost.h"
 #include "platform/linux/ScreenScales.h"
+#include "platform/linux/SecretServiceItemStore.h"
+#include "platform/linux/SystemRandomSource.h"
 #include "platform/linux/TesseractRecogniser.h"
 #include "platform/linux/TrayStatusBar.h"
 #include "platform/linux/XcbDisplayServer.h"
@@ -50,6 +54,8 @@ struct Mechanisms {
 
     SystemClock clock;
     QThreadPool workers;
+    QThreadPool
+        keyringWorkers; ///< a question to the user keeps one of them for as long as it stands
     ScreenScales scales;
     XcbDisplayServer displays;
     XcbHotKeyRegistrar hotKeys;
@@ -68,6 +74,10 @@ struct Mechanisms {
     AutostartLoginItem loginItem;
     DesktopUserNotifications notifications;
     DesktopUrlOpener urlOpener;
+    SystemRandomSource random;
+    SecretServiceItemStore secretItems;
+    LinuxDeviceFacts deviceFacts;
+    BrowserWebSession webSession;
     TrayStatusBar statusBar;
     QtApplicationShell shell;
 };

@@ -1,7 +1,7 @@
 #include "application/Services.h"
 
+#include "analysis/AuthenticationFixtures.h"
 #include "overlays/OverlayViews.h"
-#include "provisional/DevelopmentToken.h"
 
 #include <QCoreApplication>
 
@@ -40,7 +40,24 @@ Services::Services(Mechanisms& itsDesktop, const ApplicationInformation& informa
     , launchAtLogin(desktop.loginItem)
     , notifications(desktop.notifications)
     , relaunch(relauncher)
-    , session(developmentTokenFile())
+    , accountService(std::nullopt, information, desktop.transport)
+    , credentialStore(desktop.secretItems)
+    , deviceIdentity({.items = desktop.secretItems,
+                      .facts = desktop.deviceFacts,
+                      .random = desktop.random,
+                      .clock = desktop.clock,
+                      .pool = desktop.workers})
+    , webAuthenticator(desktop.webSession, desktop.clock)
+    , handleChecker(desktop.clock)
+    , authentication({.service = accountService,
+                      .credentialStore = credentialStore,
+                      .webAuthenticator = webAuthenticator,
+                      .deviceIdentity = deviceIdentity,
+                      .handleChecker = handleChecker,
+                      .random = desktop.random,
+                      .clock = desktop.clock},
+                     AuthenticationFixtures::start(testing), AuthenticationFixtures::seeds(testing))
+    , accountWindow(authentication)
     , model({settingsStore,     client,
              capture,           warmUp,
              reducer,           extractor,
@@ -49,12 +66,13 @@ Services::Services(Mechanisms& itsDesktop, const ApplicationInformation& informa
              relaunch,          desktop.pasteboard,
              desktop.sound,     desktop.displays,
              triggers,          overlays,
-             overlayPasteboard, session,
+             overlayPasteboard, authentication,
              settingsWindow,    desktop.shell,
              desktop.clock},
             testing) {
     settingsWindow.model = &model;
-    session.onSessionCleared = [this] { model.authenticationDidClearSession(); };
+    settingsWindow.accountWindow = &accountWindow;
+    authentication.setOnSessionCleared([this] { model.authenticationDidClearSession(); });
     // While the pointer waits in the corner, the recogniser loads beside the capture path.
     triggers.onDwellStart = [this, capturePath = triggers.onDwellStart] {
         capturePath();

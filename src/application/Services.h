@@ -1,5 +1,10 @@
 #pragma once
 
+#include "accounts/AuthClient.h"
+#include "accounts/AuthenticationCoordinator.h"
+#include "accounts/KeychainCredentialStore.h"
+#include "accounts/SystemDeviceIdentity.h"
+#include "accounts/SystemWebAuthenticator.h"
 #include "analysis/AppModel.h"
 #include "analysis/AppRelaunchService.h"
 #include "analysis/LaunchAtLoginService.h"
@@ -9,7 +14,7 @@
 #include "notes/FolderNotesService.h"
 #include "overlays/OverlayCoordinator.h"
 #include "overlays/OverlayPasteboard.h"
-#include "provisional/DevelopmentSession.h"
+#include "provisional/AccountWindow.h"
 #include "provisional/MenuInPlaceOfPopover.h"
 #include "provisional/SetupByDefaults.h"
 #include "screen/ScreenCaptureService.h"
@@ -52,9 +57,15 @@ struct Services {
     LaunchAtLoginService launchAtLogin;
     NotificationService notifications;
     AppRelaunchService relaunch;
+    AuthClient accountService;
+    KeychainCredentialStore credentialStore;
+    SystemDeviceIdentity deviceIdentity;
+    SystemWebAuthenticator webAuthenticator;
+    HandleAvailabilityChecker handleChecker;
+    AuthenticationCoordinator authentication;
 
     // Provisional, each until the real one is built.
-    DevelopmentSession session;
+    AccountWindow accountWindow;
     SetupByDefaults settingsWindow;
     MenuInPlaceOfPopover popover;
 

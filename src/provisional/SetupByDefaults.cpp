@@ -5,10 +5,14 @@
 namespace lumivane {
 
 void SetupByDefaults::presentSettings(SettingsDestination) {
-    if (model->settings().configured) {
-        LumivaneLog::settings.log("There is no settings window yet");
-        return;
+    if (!model->settings().configured) {
+        finishSetup();
     }
+    LumivaneLog::settings.log("The account's window stands in for the settings");
+    accountWindow->present();
+}
+
+void SetupByDefaults::finishSetup() {
     AppSettings settings = model->settings();
     settings.launchAtLogin = false;
     try {

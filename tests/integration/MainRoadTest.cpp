@@ -2,8 +2,7 @@
 
 #include "domain/StrictJson.h"
 #include "support/EventLoop.h"
-#include "support/LumivaneProgram.h"
-#include "support/ScriptedHttpServer.h"
+#include "support/SignedInHome.h"
 
 #include <QImage>
 
@@ -31,8 +30,6 @@ protected:
 
     void start() {
         home.store(settings);
-        home.setService(service.baseURL());
-        home.setDevelopmentToken("canary-token");
         program = std::make_unique<LumivaneProgram>(home);
         program->requireLog("Service health check completed; healthy=1");
     }
@@ -100,9 +97,10 @@ protected:
     const QRect leftMonitor{0, 0, 960, 1080};
     const QRect rightMonitor{960, 0, 960, 1080};
     XServer display{QSize(1920, 1080)};
-    ScriptedHttpServer service;
+    SignedInHome user{display};
+    ScriptedHttpServer& service = user.service();
     AppSettings settings;
-    LumivaneHome home{display};
+    LumivaneHome& home = user.home();
     std::unique_ptr<LumivaneProgram> program;
 };
 
@@ -123,7 +121,7 @@ TEST_F(MainRoadTest, AHotCornerSendsTheWordsOfItsDisplayAndDeliversTheAnswer) {
 
     EXPECT_EQ(request.line, "POST /v1/analyze HTTP/1.1");
     EXPECT_EQ(request.header("Content-Type"), "application/json");
-    EXPECT_EQ(request.header("Authorization"), "Bearer canary-token");
+    EXPECT_EQ(request.header("Authorization"), "Bearer canary-access-1");
     EXPECT_FALSE(request.header("Cookie"));
     const Json body = parseJson(request.body);
     EXPECT_EQ(keysOf(body), (std::vector<std::string>{"screen_text", "preset", "custom_prompt",

@@ -1,9 +1,8 @@
 // The panels of the program itself, seen by a program beside it.
 
 #include "support/EventLoop.h"
-#include "support/LumivaneProgram.h"
 #include "support/PanelDesktop.h"
-#include "support/ScriptedHttpServer.h"
+#include "support/SignedInHome.h"
 
 #include <X11/keysym.h>
 #include <gmock/gmock.h>
@@ -23,8 +22,6 @@ protected:
 
     const LumivaneHome& prepareHome() {
         home.store(settings);
-        home.setService(service.baseURL());
-        home.setDevelopmentToken("canary-token");
         return home;
     }
 
@@ -42,8 +39,9 @@ protected:
     }
 
     PanelDesktop desktop{PanelDesktop::Manager::openbox};
-    LumivaneHome home{desktop.server()};
-    ScriptedHttpServer service;
+    SignedInHome user{desktop.server()};
+    LumivaneHome& home = user.home();
+    ScriptedHttpServer& service = user.service();
     AppSettings settings;
 };
 

@@ -11,7 +11,7 @@ namespace lumivane::test {
 
 inline constexpr auto isReady = "Service health check";
 inline constexpr auto settingsShown =
-    "There is no settings window yet"; ///< what stands in for it says so
+    "The account's window stands in for the settings"; ///< what stands in for it says so
 
 /// The real program in a home of its own; with a session bus where the parameter says so.
 class ProcessTest : public testing::TestWithParam<bool> {

@@ -145,7 +145,7 @@ TEST_F(RoadFaultsTest, AServiceWithAReasonIsQuoted) {
 TEST_F(RoadFaultsTest, NothingOfTheUsersReachesALineOfAnyLevel) {
     settings.preset = Preset::custom;
     settings.customPrompt = u"canary-prompt"_qs;
-    session.token.answerWith(u"canary-token"_qs);
+    session.token.answerWith(SecretText("canary-token"));
     extractor.script.answerWith(FakeExtractor::text(u"canary-screen "_qs.repeated(5), 0.9));
     makeWithService(server.baseURL());
     answer(ScriptedAnswer::json(

@@ -16,7 +16,7 @@ TEST_F(AnalysisClientOverHttpTest, TheClientsRequestArrivesAsItIsMeantTo) {
     AnalysisPayload payload;
     payload.jpeg = "abc";
     const auto outcome =
-        test::outcomeOf(client.analyze(payload, AppSettings::defaults(), u"secret"_qs, {}));
+        test::outcomeOf(client.analyze(payload, AppSettings::defaults(), SecretText("secret"), {}));
     ASSERT_TRUE(outcome.value);
     EXPECT_EQ(outcome.value->result, u"A"_qs);
     const auto& recorded = server.requests().front();
@@ -47,7 +47,7 @@ TEST_F(AnalysisClientOverHttpTest, TheClientSortsWhatTheWireBrings) {
     for (const auto& [answer, expected] : cases) {
         server.always("/v1/analyze", answer);
         const auto outcome = test::outcomeOf(
-            client.analyze(QByteArray("x"), AppSettings::defaults(), u"secret"_qs, {}));
+            client.analyze(QByteArray("x"), AppSettings::defaults(), SecretText("secret"), {}));
         ASSERT_TRUE(outcome.errorAs<LumivaneError>());
         EXPECT_EQ(outcome.errorAs<LumivaneError>(), expected) << answer.bytes.left(60).constData();
     }
@@ -70,7 +70,7 @@ TEST_F(AnalysisClientOverHttpTest, NothingThatUsersSeeReachesALog) {
              {401, "CANARY-plain"}}) {
         server.always("/v1/analyze", ScriptedAnswer::json(status, body));
         server.always("/healthz", ScriptedAnswer::json(status, body));
-        test::outcomeOf(client.analyze(payload, settings, u"CANARY-token"_qs, {}));
+        test::outcomeOf(client.analyze(payload, settings, SecretText("CANARY-token"), {}));
         test::outcomeOf(client.health({}));
     }
     EXPECT_GE(log.lines().size(), 16U);

@@ -66,10 +66,6 @@ void LumivaneHome::setService(const QString& url) const {
     write(u"CONFIG/lumivane/info.json"_qs, writeJson(information));
 }
 
-void LumivaneHome::setDevelopmentToken(const QByteArray& token) const {
-    write(u"DATA/lumivane-service/development-token"_qs, token + "\n");
-}
-
 void LumivaneHome::write(const QString& name, const QByteArray& contents) const {
     const QString whole = path(name);
     QDir().mkpath(QFileInfo(whole).path());

@@ -21,7 +21,6 @@ public:
     /// Puts the settings, or the URL of the service, where the program looks for them.
     void store(const AppSettings& settings) const;
     void setService(const QString& url) const;
-    void setDevelopmentToken(const QByteArray& token) const;
     void setSessionBus(const QString& address);
 
     /// The settings as they are stored now; none where there are no readable ones.

@@ -18,10 +18,6 @@ RefreshRequest refreshRequest(const QByteArray& body) {
             reader.required<QString>("operation_id").toUtf8()};
 }
 
-QByteArray numbered(const QByteArray& name, std::size_t number) {
-    return name + '-' + QByteArray::number(static_cast<qulonglong>(number));
-}
-
 /// The answer as the fault leaves it.
 ScriptedAnswer spoilt(const QByteArray& reply, RefreshFault fault) {
     switch (fault) {
@@ -42,8 +38,9 @@ ScriptedAnswer spoilt(const QByteArray& reply, RefreshFault fault) {
 
 } // namespace
 
-ScriptedAccountServer::ScriptedAccountServer(const Clock& clock)
-    : m_clock(clock) {
+ScriptedAccountServer::ScriptedAccountServer(const Clock& clock, QByteArray prefix)
+    : m_clock(clock)
+    , m_prefix(std::move(prefix)) {
     m_user.displayName = u"Ada"_qs;
     m_user.linkedProviders = {AuthProvider::github};
     m_user.handle = u"ada"_qs;
@@ -124,6 +121,10 @@ std::optional<QByteArray> ScriptedAccountServer::exchange(const RefreshRequest& 
     m_exchanges.emplace(pair, QByteArray());
     m_exchanges[pair] = reply();
     return m_exchanges[pair];
+}
+
+QByteArray ScriptedAccountServer::numbered(const QByteArray& name, std::size_t number) const {
+    return m_prefix + name + '-' + QByteArray::number(static_cast<qulonglong>(number));
 }
 
 QByteArray ScriptedAccountServer::reply() const {

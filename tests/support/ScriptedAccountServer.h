@@ -41,8 +41,8 @@ struct RefreshRequest {
 /// last as long as this object, so a client's process may come and go.
 class ScriptedAccountServer {
 public:
-    /// Dates are written by `clock`, which must outlive it.
-    explicit ScriptedAccountServer(const Clock& clock);
+    /// Dates are written by `clock`, which must outlive it. Every token begins with `prefix`.
+    explicit ScriptedAccountServer(const Clock& clock, QByteArray prefix = {});
 
     QString baseURL() const { return m_http.baseURL(); }
 
@@ -88,8 +88,10 @@ private:
     /// The reply to a pair; none when it is refused.
     std::optional<QByteArray> exchange(const RefreshRequest& request);
     QByteArray reply() const;
+    QByteArray numbered(const QByteArray& name, std::size_t number) const;
 
     const Clock& m_clock;
+    QByteArray m_prefix;
     UserSummary m_user;
     std::chrono::seconds m_accessLifetime{900};
     std::chrono::seconds m_refreshLifetime{std::chrono::hours(24) * 30};

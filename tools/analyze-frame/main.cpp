@@ -32,7 +32,7 @@ using namespace tools;
 struct Options {
     QString imagePath;
     QString baseURL;
-    QString token;
+    SecretText token;
     double pointPixelScale = 1;
     AppSettings settings;
 };
@@ -64,13 +64,13 @@ void readCase(const QCommandLineParser& parser, const QString& name, Case& value
     value = *known;
 }
 
-QString readToken(const QString& path) {
+SecretText readToken(const QString& path) {
     constexpr qint64 longestToken = 4096;
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         throw u"the token file cannot be read"_qs;
     }
-    QString token = QString::fromLatin1(file.read(longestToken)).trimmed();
+    SecretText token(file.read(longestToken).trimmed());
     if (token.isEmpty()) {
         throw u"the token file is empty"_qs;
     }
