@@ -1,4 +1,5 @@
 #include "accounts/AuthenticationFixture.h"
+#include "async/MainThread.h"
 
 namespace lumivane {
 
@@ -179,6 +180,16 @@ TEST_F(SessionEndingTest, SigningOutDuringThePreWriteSendsNothing) {
     signOut();
     store.saveGate.release(0, true);
     drainEvents();
+    EXPECT_TRUE(token->isCancelled);
+    EXPECT_TRUE(service.requestsTo(u"refresh"_qs).empty());
+    EXPECT_FALSE(store.stored);
+    EXPECT_TRUE(isForgotten());
+}
+
+TEST_F(SessionEndingTest, SigningOutWhenThePreWriteIsDoneButNotHeardOfSendsNothing) {
+    signInBriefly();
+    store.onSaved = [this] { postToMainThread([this] { watch(flagged(keeper.signOut())); }); };
+    const auto token = askToken();
     EXPECT_TRUE(token->isCancelled);
     EXPECT_TRUE(service.requestsTo(u"refresh"_qs).empty());
     EXPECT_FALSE(store.stored);

@@ -5,6 +5,7 @@
 #include "support/Journal.h"
 #include "support/ScriptedCall.h"
 
+#include <functional>
 #include <vector>
 
 namespace lumivane::test {
@@ -58,6 +59,9 @@ public:
     ScriptedCall<bool> saveGate{true};
     ScriptedCall<bool> clearGate{true};
 
+    /// Hears of the effect of a save before its caller does.
+    std::function<void()> onSaved;
+
     /// Every session that was to be saved, whether it came to that or not.
     std::vector<StoredSession> saves;
 
@@ -77,6 +81,9 @@ private:
         co_await saveGate.call(std::move(stop));
         stored = session;
         m_journal.add(u"saved"_qs);
+        if (onSaved) {
+            onSaved();
+        }
     }
 
     QCoro::Task<void> remove(std::stop_token stop) {
