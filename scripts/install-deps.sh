@@ -44,7 +44,7 @@ run_packages=(
   tesseract-ocr tesseract-ocr-eng
   # a display for machines without one, and what looks at it
   xvfb openbox xdotool x11-utils x11-xserver-utils xauth imagemagick
-  xclip fonts-dejavu fonts-liberation dbus python3 curl procps
+  xclip fonts-dejavu fonts-liberation dbus curl procps
   # an installation: the list of applications, and the keyring when it goes
   desktop-file-utils libsecret-tools
   # opens addresses in the user's browser

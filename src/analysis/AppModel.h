@@ -237,6 +237,7 @@ private:
     void setServiceChecking(bool isChecking);
 
     // Lifecycle (AppModelLifecycle.cpp)
+    static QCoro::Task<void> restoreSession(SessionServing* session);
     void listenToTriggers();
     void applyTriggers();
     void warmUpCapturePath();

@@ -42,6 +42,12 @@ void AppModel::listenToTriggers() {
     };
 }
 
+QCoro::Task<void> AppModel::restoreSession(SessionServing* session) {
+    co_await session->restore();
+    LumivaneLog::lifecycle.log("Looked for a session; signedIn=%{bool,public}d",
+                               session->isSignedIn());
+}
+
 void AppModel::start() {
     LumivaneLog::lifecycle.log(
         "Starting app model; configured=%{bool,public}d paused=%{bool,public}d",
@@ -57,8 +63,9 @@ void AppModel::start() {
         LumivaneLog::lifecycle.debug("Unit testing mode enabled; app lifecycle is inactive");
         return;
     }
-    TaskHandle::detach(
-        [session = &m_ports.authentication](std::stop_token) { return session->restore(); });
+    TaskHandle::detach([session = &m_ports.authentication](std::stop_token) {
+        return restoreSession(session);
+    });
     applyTriggers();
     if (!m_testing.isTesting()) {
         warmUpCapturePath();

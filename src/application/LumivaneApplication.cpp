@@ -135,7 +135,8 @@ int live(SessionInstance& instance, const StartEnvironment& environment) {
     const SessionEnd sessionEnd(*qGuiApp, stop);
     delegate.applicationDidFinishLaunching();
     if (const QStringList urls = CommandLine::of(arguments).urls; !urls.isEmpty()) {
-        instance.onOpen(urls);
+        // Behind the launch, which makes what takes them.
+        postToMainThread([&instance, urls] { instance.onOpen(urls); });
     }
     const int status = QCoreApplication::exec();
     delegate.applicationWillTerminate();

@@ -32,6 +32,7 @@ protected:
         home.store(settings);
         program = std::make_unique<LumivaneProgram>(home);
         program->requireLog("Service health check completed; healthy=1");
+        program->requireLog("Looked for a session; signedIn=1");
     }
 
     void movePointer(const QPoint& position) {

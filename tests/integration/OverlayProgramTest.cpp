@@ -54,6 +54,7 @@ TEST_F(OverlayProgramTest, ARunShowsItsPanelsAndEscapeIsLentForAsLongAsTheAnswer
                        .held());
     LumivaneProgram program(prepareHome());
     program.requireLog("Service health check completed; healthy=1");
+    program.requireLog("Looked for a session; signedIn=1");
     XLoggingWindow other(desktop.server().displayName(), QRect(50, 50, 300, 200));
     ASSERT_TRUE(waitUntil([&] { return other.hasFocus(); }));
 
@@ -93,6 +94,7 @@ TEST_F(OverlayProgramTest, ASecondRunTakesTheAnswerOfTheFirstAwayAndShowsItsErro
                                              R"("request_id":"r-2"}})"));
     LumivaneProgram program(prepareHome());
     program.requireLog("Service health check completed; healthy=1");
+    program.requireLog("Looked for a session; signedIn=1");
     XLoggingWindow other(desktop.server().displayName(), QRect(50, 50, 300, 200));
     ASSERT_TRUE(waitUntil([&] { return other.hasFocus(); }));
 

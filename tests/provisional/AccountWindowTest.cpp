@@ -22,6 +22,11 @@ class AccountWindowTest : public testing::Test {
 protected:
     ~AccountWindowTest() override { drainEvents(); }
 
+    AccountWindowTest() {
+        service.providersScript.answerWith(
+            {AuthProvider::google, AuthProvider::facebook, AuthProvider::github});
+    }
+
     void open(const AuthenticationSeeds& seeds = {}) {
         account.emplace(ports, AuthenticationStart::signedOut, seeds);
         window.emplace(*account);
@@ -116,7 +121,10 @@ TEST_F(AccountWindowTest, SignedOutOffersEveryProviderAndOneOfThemLogsIn) {
 
 TEST_F(AccountWindowTest, TheFirstProviderHasTheFocus) {
     open();
-    EXPECT_EQ(window->focusWidget(), button(u"Continue with Google"_qs));
+    EXPECT_TRUE(waitUntil([this] {
+        return window->focusWidget() != nullptr &&
+               window->focusWidget() == button(u"Continue with Google"_qs);
+    }));
 }
 
 TEST_F(AccountWindowTest, AServiceThatIsAwayCanBeAskedAgain) {

@@ -99,9 +99,14 @@ QByteArray KeyringDaemon::readByTool(const QString& service, const QString& acco
 }
 
 void KeyringDaemon::storeByTool(const QString& service, const QString& account,
-                                const QByteArray& secret) const {
+                                const QByteArray& secret, const QString& schema) const {
+    QStringList arguments{u"store"_qs, u"--label=x"_qs, u"service"_qs,
+                          service,     u"account"_qs,   account};
+    if (!schema.isEmpty()) {
+        arguments << u"xdg:schema"_qs << schema;
+    }
     QProcess tool;
-    startTool(tool, {u"store"_qs, u"--label=x"_qs, u"service"_qs, service, u"account"_qs, account});
+    startTool(tool, arguments);
     tool.write(secret);
     tool.closeWriteChannel();
     if (!tool.waitForFinished() || tool.exitCode() != 0) {

@@ -43,9 +43,9 @@ public:
     /// What another program reads under the two attributes; empty for nothing.
     QByteArray readByTool(const QString& service, const QString& account) const;
 
-    /// Another program puts an item there.
-    void storeByTool(const QString& service, const QString& account,
-                     const QByteArray& secret) const;
+    /// Another program puts an item there; with a schema, as if the one with that schema had.
+    void storeByTool(const QString& service, const QString& account, const QByteArray& secret,
+                     const QString& schema = {}) const;
 
 private:
     void startTool(QProcess& tool, const QStringList& arguments) const;
