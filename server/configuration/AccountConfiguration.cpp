@@ -3,7 +3,6 @@
 #include <boost/url/parse.hpp>
 #include <boost/url/url_view.hpp>
 
-
 namespace lumivane::service {
 
 namespace fs = std::filesystem;

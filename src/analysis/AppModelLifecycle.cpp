@@ -63,9 +63,8 @@ void AppModel::start() {
         LumivaneLog::lifecycle.debug("Unit testing mode enabled; app lifecycle is inactive");
         return;
     }
-    TaskHandle::detach([session = &m_ports.authentication](std::stop_token) {
-        return restoreSession(session);
-    });
+    TaskHandle::detach(
+        [session = &m_ports.authentication](std::stop_token) { return restoreSession(session); });
     applyTriggers();
     if (!m_testing.isTesting()) {
         warmUpCapturePath();

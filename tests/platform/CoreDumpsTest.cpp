@@ -1,7 +1,6 @@
 #include "platform/linux/CoreDumps.h"
 
 #include <gtest/gtest.h>
-
 #include <sys/prctl.h>
 #include <sys/resource.h>
 
