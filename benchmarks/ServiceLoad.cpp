@@ -67,7 +67,6 @@ MeasuredService::MeasuredService(std::vector<std::string> settings)
     variables.emplace_back("HOME=" + m_folder);
     variables.emplace_back("LUMIVANE_SERVICE_PORT=0");
     variables.emplace_back("LUMIVANE_SERVICE_DATA_FOLDER=" + m_folder);
-    variables.emplace_back(std::string("LUMIVANE_SERVICE_DEVELOPMENT_TOKEN=") + loadToken);
     for (const char* limit : {"LOGINS", "REFRESHES", "HANDLES"}) {
         variables.emplace_back(std::string("LUMIVANE_SERVICE_") + limit + "_PER_MINUTE=0");
     }

@@ -12,7 +12,6 @@
 
 namespace lumivane::bench {
 
-inline constexpr auto loadToken = "token-of-the-load-client";
 
 /// The service as a process of its own on a free port, with a data folder of its own and no limit
 /// on how often a client may ask. It ends with the object.

@@ -39,13 +39,13 @@ bool passes(const char* name, const LoadResult& result, double bar) {
     return holds("  95th percentile", result.percentile(0.95), "ms", bar) && result.failures == 0;
 }
 
-bool measureHealth(int port, std::chrono::seconds duration) {
+bool measureHealth(int port, const std::string& token, std::chrono::seconds duration) {
     const LoadScript health = always(requestBytes("GET", "/healthz", {}));
     const bool isGood = passes(
         "healthz 2000/s", askSteadily(port, health, healthRate, healthConnections, duration), 5.0);
     LoadResult analyses;
     std::thread load([&] {
-        analyses = askSteadily(port, always(analysisBytes(loadToken)), analysisRate,
+        analyses = askSteadily(port, always(analysisBytes(token)), analysisRate,
                                analysisConnections, duration);
     });
     const LoadResult beside = askSteadily(port, health, healthRate, healthConnections, duration);
@@ -55,10 +55,10 @@ bool measureHealth(int port, std::chrono::seconds duration) {
            isGood;
 }
 
-bool measureAnalysis(int port, std::chrono::seconds duration) {
+bool measureAnalysis(int port, const std::string& token, std::chrono::seconds duration) {
     return passes("v1/analyze 50/s, 8 KB text",
-                  askSteadily(port, always(analysisBytes(loadToken)), analysisRate,
-                              analysisConnections, duration),
+                  askSteadily(port, always(analysisBytes(token)), analysisRate, analysisConnections,
+                              duration),
                   50.0);
 }
 
@@ -122,8 +122,9 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "the service does not start\n");
         return 1;
     }
-    const bool health = measureHealth(service.port(), duration);
-    const bool analysis = measureAnalysis(service.port(), duration);
+    const std::string token = SeededAccounts(service.database()).add("analyses").accessToken;
+    const bool health = measureHealth(service.port(), token, duration);
+    const bool analysis = measureAnalysis(service.port(), token, duration);
     const bool refresh = measureRefresh(service, duration);
     std::printf("resident memory %ld KiB\n", service.memory());
     const bool idle = measureIdle();

@@ -69,6 +69,12 @@ test_packages=(
   chromium
 )
 
+# Other packagings of Node.js bring npm along and do not go together with Debian's.
+if ! command -v npm >/dev/null; then
+  # an OpenID provider to log in at
+  test_packages+=(nodejs npm)
+fi
+
 usage() { sed -n '2,8s/^# \{0,1\}//p' "$0"; }
 
 wanted=("${build_packages[@]}")

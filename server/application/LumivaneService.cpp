@@ -2,13 +2,12 @@
 
 #include "server/accounts/AccountRoutes.h"
 #include "server/accounts/ExpiredRows.h"
+#include "server/accounts/SessionAuthorizer.h"
 #include "server/application/AnalysisRoutes.h"
 #include "server/application/ConfiguredEngine.h"
 #include "server/application/ConfiguredLogins.h"
 #include "server/application/OperationRoutes.h"
 #include "server/application/RouteRates.h"
-#include "server/application/ServiceAuthorizer.h"
-#include "server/configuration/DevelopmentToken.h"
 #include "server/http/HttpServer.h"
 #include "server/profile/ProfileRoutes.h"
 #include "server/store/Database.h"
@@ -44,14 +43,6 @@ SessionSettings sessionSettings(const AccountConfiguration& accounts) {
     return settings;
 }
 
-// Behind a proxy the service is not for this machine's programs alone, and has no token for them.
-std::optional<std::string> developmentToken(const ServiceConfiguration& configuration) {
-    if (configuration.developmentToken || configuration.accounts.isBehindProxy) {
-        return configuration.developmentToken;
-    }
-    return loadOrMakeDevelopmentToken(configuration.dataFolder);
-}
-
 void append(std::vector<Route>& routes, std::vector<Route> more) {
     std::move(more.begin(), more.end(), std::back_inserter(routes));
 }
@@ -69,7 +60,6 @@ struct LumivaneService::Parts {
     Parts(asio::io_context& networkContext, const ServiceConfiguration& chosen, LogWriter log)
         : context(networkContext)
         , configuration(chosen)
-        , token(developmentToken(chosen))
         , database(Database::open(databaseSettings(chosen.accounts)))
         , accounts(makeAccountServices(*database, clock, sessionSettings(chosen.accounts),
                                        makeLimiter(chosen.accounts.refreshesPerMinute)))
@@ -79,8 +69,7 @@ struct LumivaneService::Parts {
                                       sessionSettings(chosen.accounts)))
         , engine(makeConfiguredEngine(chosen, analysisPool))
         , sessions(*database, clock, storePool)
-        , authorizer(token, sessions)
-        , server(networkContext, Router(authorizer, routes()), ServerLimits{}, std::move(log),
+        , server(networkContext, Router(sessions, routes()), ServerLimits{}, std::move(log),
                  &metrics,
                  chosen.accounts.isBehindProxy ? ForwardedAddress::believed
                                                : ForwardedAddress::ignored) {
@@ -105,7 +94,6 @@ struct LumivaneService::Parts {
 
     asio::io_context& context;
     ServiceConfiguration configuration;
-    std::optional<std::string> token;
     SystemWallClock clock;
     ServerMetrics metrics;
     std::unique_ptr<Database> database;
@@ -117,7 +105,6 @@ struct LumivaneService::Parts {
     std::unique_ptr<LoginService> logins;
     std::unique_ptr<AnalysisEngine> engine;
     SessionAuthorizer sessions;
-    ServiceAuthorizer authorizer;
     HttpServer server;
     asio::cancellation_signal stopping;
 };

@@ -41,7 +41,6 @@ Settings (in the file, or as a variable LUMIVANE_SERVICE_<KEY IN UPPER CASE>, wh
   chat_api_key       sent to that server as its bearer key
   data_folder        where the service keeps its data ($XDG_DATA_HOME/lumivane-service)
   prompts_folder     where the prompts for the model are
-  development_token  the access token that clients must send, in place of the one in data_folder
 )";
 }
 

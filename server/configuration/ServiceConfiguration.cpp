@@ -21,7 +21,6 @@ namespace {
 
 constexpr std::string_view variablePrefix = "LUMIVANE_SERVICE_";
 constexpr std::size_t fileBytes = 1024 * 1024;
-constexpr std::size_t fewestTokenCharacters = 16;
 
 std::string readFile(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -190,9 +189,6 @@ ServiceConfiguration loadConfiguration(const std::optional<fs::path>& named,
     const auto memory = take(settings, "memory_file");
     configuration.memoryFile =
         memory ? fs::path(nonEmpty(*memory)) : defaultMemoryFile(surroundings);
-    if (const auto token = take(settings, "development_token")) {
-        configuration.developmentToken = headerSafe(*token, fewestTokenCharacters);
-    }
     configuration.accounts = accountConfiguration(settings, configuration.dataFolder);
     return configuration;
 }

@@ -60,7 +60,6 @@ struct ServiceConfiguration {
     std::filesystem::path dataFolder;
     std::filesystem::path promptsFolder;
     std::filesystem::path memoryFile;            ///< the practice memory; it may be missing
-    std::optional<std::string> developmentToken; ///< replaces the token file, for tests
     AccountConfiguration accounts;
 };
 

@@ -22,7 +22,6 @@ constexpr std::array settingKeys{
     SettingKey{"data_folder", SettingType::text},
     SettingKey{"prompts_folder", SettingType::text},
     SettingKey{"memory_file", SettingType::text},
-    SettingKey{"development_token", SettingType::text},
     SettingKey{"database_url", SettingType::text},
     SettingKey{"public_base_url", SettingType::text},
     SettingKey{"behind_proxy", SettingType::flag},

@@ -1,6 +1,5 @@
 #include "server/TemporaryFolder.h"
 #include "server/configuration/CommandLine.h"
-#include "server/configuration/DevelopmentToken.h"
 #include "server/configuration/ServiceConfiguration.h"
 
 #include <gtest/gtest.h>
@@ -46,7 +45,6 @@ TEST_F(ServiceConfigurationTest, DefaultsWithoutAnyFile) {
     EXPECT_EQ(configuration.address, "127.0.0.1");
     EXPECT_EQ(configuration.port, 8787);
     EXPECT_FALSE(configuration.chat);
-    EXPECT_FALSE(configuration.developmentToken);
     EXPECT_EQ(configuration.dataFolder, folder.path() / ".local/share/lumivane-service");
     EXPECT_TRUE(fs::exists(configuration.promptsFolder / "summary.txt"));
 }
@@ -74,7 +72,7 @@ TEST_F(ServiceConfigurationTest, TheInstalledMemoryComesBeforeTheOneBesideTheSer
 TEST_F(ServiceConfigurationTest, ReadsEveryKey) {
     write(R"({"address":"::1","port":0,"chat_base_url":"https://a.example","chat_model":"m",
         "chat_api_key":"k","data_folder":"/d","prompts_folder":"/p",
-        "memory_file":"/m","development_token":"0123456789abcdef"})");
+        "memory_file":"/m"})");
     const auto configuration = load();
     EXPECT_EQ(configuration.address, "::1");
     EXPECT_EQ(configuration.port, 0);
@@ -85,7 +83,6 @@ TEST_F(ServiceConfigurationTest, ReadsEveryKey) {
     EXPECT_EQ(configuration.dataFolder, "/d");
     EXPECT_EQ(configuration.promptsFolder, "/p");
     EXPECT_EQ(configuration.memoryFile, "/m");
-    EXPECT_EQ(configuration.developmentToken, "0123456789abcdef");
 }
 
 TEST_F(ServiceConfigurationTest, VariablesWinOverTheFile) {
@@ -113,9 +110,6 @@ TEST_F(ServiceConfigurationTest, WrongSettingsNameTheirKeyAndNotTheirValue) {
               "configuration key \"data_folder\" must be a string");
     EXPECT_EQ(errorOf(R"({"data_folder":""})"),
               "configuration key \"data_folder\" must not be empty");
-    EXPECT_EQ(errorOf(R"({"development_token":"short"})"),
-              "configuration key \"development_token\" must have at least 16 visible ASCII "
-              "characters");
     EXPECT_EQ(errorOf(R"({"chat_base_url":"https://a.example","chat_model":"m",)"
                       R"("chat_api_key":"canary\r\nX: y"})"),
               "configuration key \"chat_api_key\" must have at least 1 visible ASCII characters");
@@ -155,78 +149,6 @@ TEST(CommandLine, KnowsItsSwitches) {
     EXPECT_THROW(parse({"--config"}), UsageError);
     EXPECT_THROW(parse({"--port", "1"}), UsageError);
     EXPECT_THROW(parse({"serve"}), UsageError);
-}
-
-class DevelopmentTokenTest : public testing::Test {
-protected:
-    std::string errorOf() {
-        try {
-            loadOrMakeDevelopmentToken(folder);
-        } catch (const TokenError& error) {
-            return error.what();
-        }
-        return "accepted";
-    }
-
-    static mode_t modeOf(const fs::path& path) {
-        struct stat facts {};
-
-        ::stat(path.c_str(), &facts);
-        return facts.st_mode & 07777;
-    }
-
-    TemporaryFolder base;
-    fs::path folder = base.path() / "share" / "lumivane-service";
-    fs::path file = folder / "development-token";
-};
-
-TEST_F(DevelopmentTokenTest, IsMadeOnceForItsOwnerAlone) {
-    const std::string token = loadOrMakeDevelopmentToken(folder);
-    EXPECT_EQ(token.size(), 64U);
-    EXPECT_EQ(token.find_first_not_of("0123456789abcdef"), std::string::npos);
-    EXPECT_EQ(modeOf(folder), 0700U);
-    EXPECT_EQ(modeOf(file), 0600U);
-    EXPECT_EQ(loadOrMakeDevelopmentToken(folder), token);
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
-}
-
-TEST_F(DevelopmentTokenTest, AFileThatOthersCanReadIsRefused) {
-    const std::string token = loadOrMakeDevelopmentToken(folder);
-    for (const mode_t mode : {0640U, 0604U, 0620U, 0602U, 0777U}) {
-        ::chmod(file.c_str(), mode);
-        const std::string error = errorOf();
-        EXPECT_NE(error.find("can be read by others"), std::string::npos) << error;
-        EXPECT_EQ(error.find(token), std::string::npos);
-    }
-}
-
-TEST_F(DevelopmentTokenTest, OtherThingsInItsPlaceAreRefused) {
-    loadOrMakeDevelopmentToken(folder);
-    std::ofstream(file) << "too short\n";
-    EXPECT_NE(errorOf().find("does not hold a token"), std::string::npos);
-    std::ofstream(file) << std::string(200, 'a');
-    EXPECT_NE(errorOf().find("does not hold a token"), std::string::npos);
-    fs::remove(file);
-    fs::create_symlink("/dev/zero", file);
-    EXPECT_NE(errorOf().find("cannot be opened"), std::string::npos);
-    fs::remove(file);
-    fs::create_directory(file);
-    EXPECT_NE(errorOf().find("is no regular file"), std::string::npos);
-    fs::remove(file);
-    ::chmod(folder.c_str(), 0777);
-    EXPECT_NE(errorOf().find("can be written by others"), std::string::npos);
-}
-
-TEST_F(DevelopmentTokenTest, FirstStartsAtOneTimeAgree) {
-    std::vector<std::string> tokens(8);
-    std::vector<std::thread> threads;
-    for (auto& token : tokens) {
-        threads.emplace_back([this, &token] { token = loadOrMakeDevelopmentToken(folder); });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(std::set<std::string>(tokens.begin(), tokens.end()).size(), 1U);
 }
 
 } // namespace lumivane::service

@@ -1,6 +1,6 @@
 #include "server/http/Router.h"
 
-#include "server/http/StaticTokenAuthorizer.h"
+#include "server/StaticTokenAuthorizer.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/io_context.hpp>

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "server/StaticTokenAuthorizer.h"
 #include "server/application/AnalysisRoutes.h"
 #include "server/application/OperationRoutes.h"
 #include "server/http/HttpServer.h"
-#include "server/http/StaticTokenAuthorizer.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/steady_timer.hpp>

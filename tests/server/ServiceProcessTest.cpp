@@ -1,7 +1,9 @@
 #include "server/ServiceProcess.h"
 
+#include "server/AccountFixture.h"
 #include "server/TemporaryFolder.h"
 #include "server/TestClient.h"
+#include "server/store/WallClock.h"
 
 #include <gtest/gtest.h>
 
@@ -21,20 +23,30 @@ protected:
         return {{"HOME", folder.path().string()}, {"LUMIVANE_SERVICE_PORT", port}};
     }
 
-    std::string token() const {
-        std::ifstream file(folder.path() / ".local/share/lumivane-service/development-token");
-        std::string text;
-        file >> text;
-        return text;
+    /// Of a user who logged in at the service that runs.
+    std::string token() {
+        if (m_token.empty()) {
+            DatabaseSettings settings;
+            settings.location = folder.path() / ".local/share/lumivane-service/service.sqlite3";
+            const auto database = Database::open(settings);
+            test::storeAccount(*database, "ada");
+            const auto login =
+                test::signIn(*database, "ada", test::laptop, SystemWallClock().now());
+            m_token = std::get<IssuedLogin>(login).tokens.accessToken;
+        }
+        return m_token;
     }
 
-    std::string analyze(const std::string& body) const {
+    std::string analyze(const std::string& body) {
         return "POST /v1/analyze HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer " + token() +
                "\r\nContent-Type: application/json\r\nContent-Length: " +
                std::to_string(body.size()) + "\r\n\r\n" + body;
     }
 
     TemporaryFolder folder;
+
+private:
+    std::string m_token;
 };
 
 TEST_F(ServiceProcessTest, ServesUntilItIsToldToStop) {
@@ -166,21 +178,16 @@ TEST_F(ServiceProcessTest, WrongUseAndWrongSettingsEndWith2) {
               "\"prompts_folder\": no usable prompt in /none/mcq.txt");
 }
 
-TEST_F(ServiceProcessTest, OtherAddressesAndOpenTokensEndWith1) {
+TEST_F(ServiceProcessTest, OtherAddressesEndWith1) {
     auto outside = environment();
     outside["LUMIVANE_SERVICE_ADDRESS"] = "0.0.0.0";
     ServiceProcess service({}, outside);
     EXPECT_EQ(service.waitForEnd(), 1);
     EXPECT_EQ(service.errors(), "lumivane-service: cannot listen on 0.0.0.0: only a loopback "
                                 "address such as 127.0.0.1 is allowed\n");
-    std::filesystem::permissions(folder.path() / ".local/share/lumivane-service/development-token",
-                                 std::filesystem::perms(0644));
-    ServiceProcess open({}, environment());
-    EXPECT_EQ(open.waitForEnd(), 1);
-    EXPECT_NE(open.errors().find("can be read by others"), std::string::npos);
 }
 
-TEST_F(ServiceProcessTest, BehindAProxyItListensAnywhereAndMakesNoToken) {
+TEST_F(ServiceProcessTest, BehindAProxyItListensAnywhere) {
     auto proxied = environment();
     proxied["LUMIVANE_SERVICE_ADDRESS"] = "0.0.0.0";
     proxied["LUMIVANE_SERVICE_BEHIND_PROXY"] = "true";
@@ -195,7 +202,6 @@ TEST_F(ServiceProcessTest, BehindAProxyItListensAnywhereAndMakesNoToken) {
                        "X-Forwarded-For: 203.0.113.1\r\n\r\n")
                   .status,
               404);
-    EXPECT_EQ(token(), "");
     service.signal(SIGTERM);
     EXPECT_EQ(service.waitForEnd(), 0);
 }

@@ -1,4 +1,4 @@
-#include "server/http/StaticTokenAuthorizer.h"
+#include "server/StaticTokenAuthorizer.h"
 
 #include <openssl/crypto.h>
 #include <openssl/sha.h>

@@ -7,8 +7,8 @@
 
 namespace lumivane::service {
 
-/// Accepts one token, which it keeps as its SHA-256 digest only. For tests and tools: whoever
-/// bears the token is the account "development".
+/// Accepts one token, which it keeps as its SHA-256 digest only. Whoever bears the
+/// token is the account "development".
 class StaticTokenAuthorizer : public Authorizer {
 public:
     explicit StaticTokenAuthorizer(std::string_view token);
