@@ -16,6 +16,13 @@ namespace lumivane::test {
 namespace {
 
 constexpr auto scheme = "com.marnoth.lumivane.oauth";
+
+// Its time is bounded for a test that does not get to its end, and it finds no host but this one.
+constexpr auto startBrowser =
+    "echo $$ >>\"$started\"\n"
+    "exec timeout 100 chromium --no-sandbox --headless=new --disable-gpu --no-first-run "
+    "--password-store=basic --host-resolver-rules='MAP * ~NOTFOUND, EXCLUDE 127.0.0.1' ";
+
 constexpr int longestStart = 20000; ///< milliseconds, a bound for what is broken
 
 void write(const QString& path, const QByteArray& contents, bool isProgram = false) {
@@ -61,11 +68,11 @@ LoginDesktop::Surroundings::~Surroundings() {
     }
 }
 
-LoginDesktop::LoginDesktop(const QString& origin) {
+LoginDesktop::LoginDesktop(const QString& origin, Pages pages) {
     home.setSessionBus(bus.address());
     home.environment.remove(u"BROWSER"_qs);
     home.environment.remove(u"XDG_CURRENT_DESKTOP"_qs);
-    installBrowser(origin);
+    installBrowser(origin, pages);
     installProgram();
     QProcess database;
     database.setProcessEnvironment(environment());
@@ -73,7 +80,7 @@ LoginDesktop::LoginDesktop(const QString& origin) {
     if (!database.waitForFinished(longestStart) || database.exitCode() != 0) {
         throw std::runtime_error("the desktop's list of handlers cannot be written");
     }
-    m_surroundings.emplace(environment());
+    moveIn();
 }
 
 LoginDesktop::~LoginDesktop() {
@@ -85,22 +92,25 @@ LoginDesktop::~LoginDesktop() {
     }
 }
 
-void LoginDesktop::installBrowser(const QString& origin) const {
+void LoginDesktop::installBrowser(const QString& origin, Pages pages) const {
     const QByteArray profile = home.path(u"browser"_qs).toUtf8();
     write(home.path(u"browser/Default/Preferences"_qs),
           R"({"protocol_handler":{"allowed_origin_protocol_pairs":{")" + origin.toUtf8() +
               R"(":{")" + scheme + R"(":true}}}})");
-    // Each start has a profile of its own: a second one on the same hands its page to the first.
-    // Its time is bounded for a test that does not get to its end.
+    // A second start on the same profile hands its page to the first.
+    const QByteArray start =
+        pages == Pages::goOnAlone
+            ? QByteArray("cp -r \"$profile\" \"$profile-$$\"\n") + startBrowser +
+                  "--user-data-dir=\"$profile-$$\" \"$1\""
+            : QByteArray("mkfifo \"$profile-$$.commands\" \"$profile-$$.answers\"\n") +
+                  startBrowser +
+                  "--user-data-dir=\"$profile\" --remote-debugging-pipe \"$1\" "
+                  "3<>\"$profile-$$.commands\" 4<>\"$profile-$$.answers\"";
     const QString starter = home.path(u"start-browser"_qs);
-    write(
-        starter,
-        "#!/bin/sh\ncp -r '" + profile + "' '" + profile + "'-$$\necho $$ >>'" +
-            home.path(u"browsers"_qs).toUtf8() +
-            "'\nexec timeout 100 chromium --no-sandbox --headless=new --disable-gpu --no-first-run "
-            "--password-store=basic --user-data-dir='" +
-            profile + "'-$$ \"$1\" </dev/null >'" + profile + "'-$$.log 2>&1\n",
-        true);
+    write(starter,
+          "#!/bin/sh\nprofile='" + profile + "'\nstarted='" + home.path(u"browsers"_qs).toUtf8() +
+              "'\n" + start + " </dev/null >\"$profile-$$.log\" 2>&1\n",
+          true);
     write(home.path(u"DATA/applications/browser.desktop"_qs),
           "[Desktop Entry]\nType=Application\nName=Browser\nExec=" + starter.toUtf8() +
               " %u\nMimeType=x-scheme-handler/http;x-scheme-handler/https;\n");
@@ -125,6 +135,15 @@ int LoginDesktop::open(const QString& address) const {
     const bool hasEnded = waitUntil([&] { return opener.state() == QProcess::NotRunning; });
     endGroup(opener);
     return hasEnded ? opener.exitCode() : -1;
+}
+
+void LoginDesktop::moveIn() {
+    m_surroundings.reset();
+    m_surroundings.emplace(environment());
+}
+
+QString LoginDesktop::browserPipe(pid_t browser, const QString& direction) const {
+    return home.path(u"browser-%1.%2"_qs.arg(browser).arg(direction));
 }
 
 int LoginDesktop::handlerCount() const {

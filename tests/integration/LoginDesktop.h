@@ -23,9 +23,13 @@ namespace lumivane::test {
 /// its own scheme. Whatever is started through it ends with it.
 class LoginDesktop {
 public:
+    /// Whether a hand is needed in the pages, or they go on by themselves.
+    enum class Pages { goOnAlone, needHand };
+
     /// The browser needs no leave of the user to hand addresses of the scheme on when they come
-    /// from `origin`.
-    explicit LoginDesktop(const QString& origin);
+    /// from `origin`. Pages that go on alone have a new profile at every start; those that need a
+    /// hand have the user's own, so one browser is closed before the next one starts.
+    explicit LoginDesktop(const QString& origin, Pages pages = Pages::goOnAlone);
     ~LoginDesktop();
     LoginDesktop(const LoginDesktop&) = delete;
     LoginDesktop& operator=(const LoginDesktop&) = delete;
@@ -39,6 +43,16 @@ public:
     /// Hands an address to whatever program the desktop has for it, and waits for that program.
     /// The exit status of the desktop's opener.
     int open(const QString& address) const;
+
+    /// This process is on this desktop from now on, where there is more than one of them. Those
+    /// that were made first end last.
+    void moveIn();
+
+    /// The process of every browser that was started.
+    std::vector<pid_t> browsers() const;
+
+    /// Where a hand reaches into a browser: "commands" and "answers".
+    QString browserPipe(pid_t browser, const QString& direction) const;
 
     /// How many programs were started for addresses of the scheme so far.
     int handlerCount() const;
@@ -56,11 +70,8 @@ private:
         QMap<QByteArray, std::optional<QByteArray>> m_before;
     };
 
-    void installBrowser(const QString& origin) const;
+    void installBrowser(const QString& origin, Pages pages) const;
     void installProgram() const;
-
-    /// Every one that was started.
-    std::vector<pid_t> browsers() const;
 
 public:
     XServer display;
