@@ -35,9 +35,8 @@ LocalService::LocalService() {
 LocalService::~LocalService() { endGroup(m_process); }
 
 void LocalService::ageHandleFilter() const {
-    const QString path = m_home.filePath(u".local/share/lumivane-service/service.sqlite3"_qs);
     sqlite3* opened = nullptr;
-    const int status = sqlite3_open_v2(QFile::encodeName(path).constData(), &opened,
+    const int status = sqlite3_open_v2(QFile::encodeName(databaseFile()).constData(), &opened,
                                        SQLITE_OPEN_READWRITE, nullptr);
     const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> database(opened, sqlite3_close);
     sqlite3_busy_timeout(opened, longestWait);

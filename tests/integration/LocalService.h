@@ -23,6 +23,11 @@ public:
     /// who asks gets one of all handles.
     void ageHandleFilter() const;
 
+    /// Where it keeps its accounts; others may open it as well.
+    QString databaseFile() const {
+        return m_home.filePath(u".local/share/lumivane-service/service.sqlite3"_qs);
+    }
+
     /// Everything that it logged so far.
     QByteArray log() const;
 

@@ -1,8 +1,8 @@
 #include "platform/linux/DesktopUserNotifications.h"
 
-#include "NotificationDesktop.h"
 #include "support/EventLoop.h"
 #include "support/ManualClock.h"
+#include "support/NotificationDesktop.h"
 #include "support/Outcome.h"
 
 #include <QDBusArgument>

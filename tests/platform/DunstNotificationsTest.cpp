@@ -1,11 +1,11 @@
 // The notifications on a real notification service.
 
-#include "NotificationDesktop.h"
 #include "analysis/NotificationService.h"
 #include "platform/linux/DesktopUserNotifications.h"
 #include "support/EventLoop.h"
 #include "support/LogCapture.h"
 #include "support/ManualClock.h"
+#include "support/NotificationDesktop.h"
 #include "support/Outcome.h"
 
 #include <QDBusConnectionInterface>

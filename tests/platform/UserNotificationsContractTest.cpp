@@ -1,7 +1,7 @@
-#include "NotificationDesktop.h"
 #include "platform/linux/DesktopUserNotifications.h"
 #include "support/FakeUserNotifications.h"
 #include "support/ManualClock.h"
+#include "support/NotificationDesktop.h"
 #include "support/Outcome.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "NotificationDesktop.h"
+#include "support/NotificationDesktop.h"
 
 #include "support/EventLoop.h"
 #include "support/XTestProcess.h"
