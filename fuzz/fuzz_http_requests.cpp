@@ -1,5 +1,4 @@
 #include "server/http/HttpServer.h"
-#include "server/http/StaticTokenAuthorizer.h"
 
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/write.hpp>
@@ -45,6 +44,16 @@ std::vector<Route> routes() {
             route("/c", remove, Access::credential, BodyRule::json)};
 }
 
+class OneToken final : public Authorizer {
+public:
+    asio::awaitable<Authorization> authorize(std::string token) override {
+        if (token != "token") {
+            co_return unauthorized();
+        }
+        co_return Principal{"account", "session", std::nullopt};
+    }
+};
+
 /// A whole server on loopback; everything runs on the fuzzer's own thread.
 class Target {
 public:
@@ -86,7 +95,7 @@ private:
     }
 
     asio::io_context m_context{1};
-    StaticTokenAuthorizer m_authorizer{"token"};
+    OneToken m_authorizer;
     ServerMetrics m_metrics;
     HttpServer m_server;
 };
