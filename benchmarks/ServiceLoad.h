@@ -12,7 +12,6 @@
 
 namespace lumivane::bench {
 
-
 /// The service as a process of its own on a free port, with a data folder of its own and no limit
 /// on how often a client may ask. It ends with the object.
 class MeasuredService {

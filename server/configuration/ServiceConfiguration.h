@@ -59,7 +59,7 @@ struct ServiceConfiguration {
     std::optional<ChatSettings> chat;
     std::filesystem::path dataFolder;
     std::filesystem::path promptsFolder;
-    std::filesystem::path memoryFile;            ///< the practice memory; it may be missing
+    std::filesystem::path memoryFile; ///< the practice memory; it may be missing
     AccountConfiguration accounts;
 };
 
