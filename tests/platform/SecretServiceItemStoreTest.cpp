@@ -381,7 +381,8 @@ TEST_F(SecretServiceItemStoreTest, CallsAtTheSameTimeDoNotDisturbEachOther) {
     }
 }
 
-// The last one: the library keeps the connection of a question that was cancelled.
+// Behind this one the process cannot go to another bus: the library keeps the connection of a
+// question that was cancelled. So it stands last, and each test has a process of its own.
 TEST_F(SecretServiceItemStoreTest, TheEndOfTheProgramEndsAQuestion) {
     Prompter prompter(bus.connect(), Prompter::Manner::silent);
     EXPECT_EQ(add("one"), Status::success);
