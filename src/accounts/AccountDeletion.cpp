@@ -49,7 +49,8 @@ QCoro::Task<void> AccountDeletion::finish(DeleteReauthentication proof, std::uin
     try {
         co_await deleteWith(self, proof.reauthProof, epoch, stop);
     } catch (const std::exception&) {
-        if (self) {
+        // A refused token ends the session first, and another login may have begun since.
+        if (self && epoch.maySpeak()) {
             self->showFailure();
         }
     }

@@ -127,7 +127,10 @@ void DeviceTakeover::finish(std::optional<QString> message) {
     m_status.setDevices({}, DeviceListState::idle);
     m_status.setDeviceActionInFlight(std::nullopt);
     m_status.setTakeoverInFlight(false);
-    m_status.setState(AuthenticationState::signedOut());
+    // A login that was answered late may be held behind the question of another one.
+    if (!m_keeper.showSignedIn()) {
+        m_status.setState(AuthenticationState::signedOut());
+    }
     m_status.setErrorMessage(std::move(message));
 }
 

@@ -34,8 +34,8 @@ SecretText encoded(const StoredSession& session) {
 
 } // namespace
 
-KeychainCredentialStore::KeychainCredentialStore(SecretItemStore& items)
-    : m_item(items, {service, account}) {}
+KeychainCredentialStore::KeychainCredentialStore(SecretItemStore& items, const QString& itsService)
+    : m_item(items, {itsService, account}) {}
 
 QCoro::Task<std::optional<StoredSession>> KeychainCredentialStore::load(UnlockPrompt prompt,
                                                                         std::stop_token stop) {

@@ -13,8 +13,9 @@ public:
     static constexpr QLatin1String service{"com.marnoth.Lumivane.authentication"};
     static constexpr QLatin1String account{"session"};
 
-    /// `items` outlives this and the calls under way.
-    explicit KeychainCredentialStore(SecretItemStore& items);
+    /// `items` outlives this and the calls under way. A process that is tested gives its item
+    /// another service name, so that the user's own session stays out of its reach.
+    explicit KeychainCredentialStore(SecretItemStore& items, const QString& itsService = service);
 
     QCoro::Task<std::optional<StoredSession>> load(UnlockPrompt prompt,
                                                    std::stop_token stop) override;

@@ -70,6 +70,7 @@ QCoro::Task<void> LinkedAccounts::unlink(AuthProvider provider) {
         co_return;
     }
     const Self self(this);
+    const SessionEpoch epoch(m_keeper);
     UserChanges::Change change;
     // Another unlink may have come first and left this login as the only one.
     change.isWanted = [self, provider] { return self && self->canUnlink(provider); };
@@ -80,7 +81,8 @@ QCoro::Task<void> LinkedAccounts::unlink(AuthProvider provider) {
         co_await m_changes.make(change);
     } catch (const Cancelled&) { // not wanted any more, or the session has gone
     } catch (const AuthenticationError& error) {
-        if (self) {
+        // A refused token ends the session first, and another login may have begun since.
+        if (self && epoch.maySpeak()) {
             self->m_status.setErrorMessage(error.errorDescription());
             self->m_keeper.showSignedInUnlessBusy();
         }

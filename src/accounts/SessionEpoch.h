@@ -23,6 +23,9 @@ public:
 
     bool stands() const { return m_keeper && m_keeper->generation() == m_generation; }
 
+    /// Whether it stands, or what ended it leaves room for a word about it.
+    bool maySpeak() const { return m_keeper && m_keeper->isUnfollowed(m_generation); }
+
     /// Throws Cancelled when it does not stand.
     void require() const {
         if (!stands()) {

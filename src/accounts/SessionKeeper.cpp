@@ -18,7 +18,7 @@ using Case = AuthenticationError::Case;
 
 const QString interrupted = u"Session restoration was interrupted. Retry to continue."_qs;
 const QString notWritten = u"Lumivane could not update its Keychain session."_qs;
-const QString notRemoved =
+const QString expiredNotRemoved =
     u"Your session expired, but Lumivane could not remove it from Keychain."_qs;
 
 QUuid newOperationID(RandomSource& random) {
@@ -115,7 +115,7 @@ QCoro::Task<SecretText> SessionKeeper::refreshed(StoredSession session, UnlockPr
     });
     std::exception_ptr error;
     try {
-        co_return co_await takeOver(exchange, prompt, stop);
+        co_return co_await takenOver(exchange, prompt, stop);
     } catch (...) {
         error = std::current_exception();
     }
@@ -145,13 +145,13 @@ QCoro::Task<void> SessionKeeper::perform(Self self, AuthenticationPorts ports, E
     if (self && !exchange->isOwned && !exchange->isCancelled()) {
         self->release(exchange);
         if (isCase(exchange->error(), Case::expiredSession)) {
-            co_await self->cleared(prompt, notRemoved);
+            co_await self->cleared(prompt, expiredNotRemoved);
         }
     }
 }
 
-QCoro::Task<SecretText> SessionKeeper::takeOver(Exchange exchange, UnlockPrompt prompt,
-                                                std::stop_token stop) {
+QCoro::Task<SecretText> SessionKeeper::takenOver(Exchange exchange, UnlockPrompt prompt,
+                                                 std::stop_token stop) {
     const Self self(this);
     const AuthCredentials login = co_await RefreshExchange::wait(exchange, stop);
     throwIfStopped(stop);
@@ -174,7 +174,7 @@ void SessionKeeper::requireCurrent(const Self& self, const RefreshExchange& exch
 QCoro::Task<void> SessionKeeper::handleFailure(Exchange exchange, std::exception_ptr error,
                                                UnlockPrompt prompt) {
     if (isCase(error, Case::expiredSession)) {
-        co_await cleared(prompt, notRemoved);
+        co_await cleared(prompt, expiredNotRemoved);
     } else if (showSignedIn()) {
         co_return;
     } else if (isCancelled(error)) {

@@ -41,6 +41,10 @@ public:
 
     std::uint64_t generation() const { return m_generation; }
 
+    /// Whether that session is the present one, or has only just ended: nobody has begun anything
+    /// since that its words would fall upon.
+    bool isUnfollowed(std::uint64_t generation) const;
+
     const std::optional<AuthCredentials>& credentials() const { return m_credentials; }
 
     const std::optional<StoredSession>& storedSession() const { return m_storedSession; }
@@ -101,7 +105,7 @@ private:
                                       std::stop_token stop);
     static QCoro::Task<void> perform(Self self, AuthenticationPorts ports, Exchange exchange,
                                      StoredSession session, UnlockPrompt prompt);
-    QCoro::Task<SecretText> takeOver(Exchange exchange, UnlockPrompt prompt, std::stop_token stop);
+    QCoro::Task<SecretText> takenOver(Exchange exchange, UnlockPrompt prompt, std::stop_token stop);
     static void requireCurrent(const Self& self, const RefreshExchange& exchange);
     QCoro::Task<void> handleFailure(Exchange exchange, std::exception_ptr error,
                                     UnlockPrompt prompt);
@@ -122,6 +126,7 @@ private:
     // Its end
     void endEpoch();
     QCoro::Task<bool> cleared(UnlockPrompt prompt, QString troubleMessage);
+    bool isWithoutSession(std::uint64_t generation) const;
     bool isSignedOut(std::uint64_t generation) const;
 
     AuthenticationPorts m_ports;

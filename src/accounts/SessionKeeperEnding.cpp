@@ -13,7 +13,7 @@ const QString notSignedOut = u"Lumivane cleared private app state, but could not
 const QString notConfirmed =
     u"Signed out on this Mac. Server revocation could not be confirmed; it "
     u"will expire automatically."_qs;
-const QString notRemoved =
+const QString revokedNotRemoved =
     u"Your session was revoked, but Lumivane could not remove it from Keychain."_qs;
 
 /// Whether the service knows, or has nothing to know.
@@ -67,13 +67,13 @@ QCoro::Task<void> SessionKeeper::signOut() {
     const std::uint64_t generation = m_generation;
     const bool isCleared = co_await clearing;
     const bool isRevoked = co_await revocation;
-    if (isCleared && self && isSignedOut(generation)) {
+    if (isCleared && self && isWithoutSession(generation)) {
         m_status.setErrorMessage(isRevoked ? std::nullopt : std::optional(notConfirmed));
     }
 }
 
 QCoro::Task<bool> SessionKeeper::handleUnauthorized() {
-    return cleared(UnlockPrompt::never, notRemoved);
+    return cleared(UnlockPrompt::never, revokedNotRemoved);
 }
 
 QCoro::Task<void> SessionKeeper::signOutLocallyAfterEviction() {
@@ -102,15 +102,29 @@ QCoro::Task<bool> SessionKeeper::cleared(UnlockPrompt prompt, QString troubleMes
         co_return true;
     } catch (const std::exception&) { // told below
     }
-    if (self && isSignedOut(generation)) {
+    if (self && isWithoutSession(generation)) {
         m_status.setErrorMessage(troubleMessage);
-        m_status.setState(AuthenticationState::failed(troubleMessage));
+        // The user may be at the page of a login by now, and stays there.
+        if (isSignedOut(generation)) {
+            m_status.setState(AuthenticationState::failed(troubleMessage));
+        }
     }
     co_return false;
 }
 
+bool SessionKeeper::isWithoutSession(std::uint64_t generation) const {
+    return m_generation == generation && !m_credentials;
+}
+
 bool SessionKeeper::isSignedOut(std::uint64_t generation) const {
     return m_generation == generation && m_status.state().is(AuthenticationState::Case::signedOut);
+}
+
+bool SessionKeeper::isUnfollowed(std::uint64_t generation) const {
+    using Case = AuthenticationState::Case;
+    const bool isAtItsEnd =
+        m_status.state().is(Case::signedOut) || m_status.state().is(Case::failed);
+    return m_generation == generation || (isWithoutSession(generation + 1) && isAtItsEnd);
 }
 
 } // namespace lumivane

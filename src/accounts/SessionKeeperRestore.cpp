@@ -13,7 +13,8 @@ using StateCase = AuthenticationState::Case;
 
 const QString notRestored =
     u"Lumivane could not restore your session. Try again when the service is available."_qs;
-const QString notRemoved = u"Lumivane could not remove the expired session from Keychain."_qs;
+const QString unusableNotRemoved =
+    u"Lumivane could not remove the expired session from Keychain."_qs;
 
 } // namespace
 
@@ -115,7 +116,7 @@ QCoro::Task<void> SessionKeeper::removeUnusable(UnlockPrompt prompt, std::uint64
     try {
         co_await m_ports.credentialStore.clear(prompt, std::stop_token());
     } catch (...) {
-        next = AuthenticationState::failed(notRemoved);
+        next = AuthenticationState::failed(unusableNotRemoved);
     }
     if (self && isRestoring(generation)) {
         m_status.setState(next);
@@ -136,8 +137,13 @@ QCoro::Task<void> SessionKeeper::removeRefused(UnlockPrompt prompt, std::uint64_
     } catch (...) {
         isCleared = false;
     }
-    if (self && !isCleared && isSignedOut(clearedGeneration)) {
-        m_status.setState(AuthenticationState::failed(notRemoved));
+    if (!self || !isSignedOut(clearedGeneration)) {
+        co_return;
+    }
+    if (isCleared) {
+        m_status.setErrorMessage(std::nullopt); // the first try may have left one
+    } else {
+        m_status.setState(AuthenticationState::failed(unusableNotRemoved));
     }
 }
 

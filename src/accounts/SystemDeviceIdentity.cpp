@@ -72,7 +72,7 @@ Description describe(DeviceFacts& facts) {
 } // namespace
 
 SystemDeviceIdentity::SystemDeviceIdentity(const Surroundings& surroundings)
-    : m_item(surroundings.items, {service, account})
+    : m_item(surroundings.items, {surroundings.service, account})
     , m_facts(&surroundings.facts)
     , m_random(&surroundings.random)
     , m_clock(&surroundings.clock)

@@ -17,7 +17,7 @@ namespace lumivane {
 /// what the system says of the machine. Signing out does not touch it. Main thread.
 class SystemDeviceIdentity final : public DeviceIdentifying {
 public:
-    static constexpr QLatin1String service{"com.marnoth.Lumivane.device"};
+    static constexpr QLatin1String ordinaryService{"com.marnoth.Lumivane.device"};
     static constexpr QLatin1String account{"identifier"};
 
     /// How long the computer's name is waited for before the one on the network serves.
@@ -30,7 +30,8 @@ public:
         DeviceFacts& facts;
         RandomSource& random;
         Clock& clock;
-        QThreadPool& pool; ///< where the facts are asked for
+        QThreadPool& pool;                 ///< where the facts are asked for
+        QString service = ordinaryService; ///< under which the identifier is kept
     };
 
     explicit SystemDeviceIdentity(const Surroundings& surroundings);

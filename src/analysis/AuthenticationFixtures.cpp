@@ -50,6 +50,11 @@ AuthenticationStart AuthenticationFixtures::start(const TestingMode& testing) {
     return testing.isTesting() ? AuthenticationStart::signedOut : AuthenticationStart::restoring;
 }
 
+QString AuthenticationFixtures::keyringService(const TestingMode& testing,
+                                               const QString& ordinary) {
+    return testing.isTesting() ? ordinary + u".Testing"_qs : ordinary;
+}
+
 AuthenticationSeeds AuthenticationFixtures::seeds(const TestingMode& testing) {
     AuthenticationSeeds seeds;
     if (testing.isUnitTesting) {

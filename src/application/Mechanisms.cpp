@@ -60,6 +60,8 @@ Mechanisms::Mechanisms(const TestingMode& testing, const QProcessEnvironment& en
 }
 
 Mechanisms::~Mechanisms() {
+    // Its limits count in the event loop, which runs no more; a question would stand for ever.
+    secretItems.shutDown();
     workers.clear();
     workers.waitForDone();
     keyringWorkers.clear();

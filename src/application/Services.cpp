@@ -41,12 +41,15 @@ Services::Services(Mechanisms& itsDesktop, const ApplicationInformation& informa
     , notifications(desktop.notifications)
     , relaunch(relauncher)
     , accountService(std::nullopt, information, desktop.transport)
-    , credentialStore(desktop.secretItems)
+    , credentialStore(desktop.secretItems, AuthenticationFixtures::keyringService(
+                                               testing, KeychainCredentialStore::service))
     , deviceIdentity({.items = desktop.secretItems,
                       .facts = desktop.deviceFacts,
                       .random = desktop.random,
                       .clock = desktop.clock,
-                      .pool = desktop.workers})
+                      .pool = desktop.workers,
+                      .service = AuthenticationFixtures::keyringService(
+                          testing, SystemDeviceIdentity::ordinaryService)})
     , webAuthenticator(desktop.webSession, desktop.clock)
     , handleChecker(desktop.clock)
     , authentication({.service = accountService,

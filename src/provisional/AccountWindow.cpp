@@ -6,8 +6,6 @@
 #include <QHBoxLayout>
 #include <QMessageBox>
 
-#include <algorithm>
-
 namespace lumivane {
 
 namespace {
@@ -61,10 +59,6 @@ void clear(QLayout* layout) {
         }
         delete item;
     }
-}
-
-bool isLinked(const UserSummary& user, AuthProvider provider) {
-    return std::ranges::find(user.linkedProviders, provider) != user.linkedProviders.end();
 }
 
 } // namespace
@@ -215,8 +209,16 @@ void AccountWindow::showState() {
     showUser();
     showMessage();
     if (state.isSignedIn() && isVisible()) {
+        completeUser();
+    }
+}
+
+void AccountWindow::completeUser() {
+    // A load may end in this very state; only what was not tried in this session is begun here.
+    if (m_status.devicesState() == DeviceListState::idle) {
         TaskHandle::detach([this](std::stop_token) { return m_account.loadDevices(false); });
     }
+    TaskHandle::detach([this](std::stop_token) { return m_account.primeHandleFilter(false); });
 }
 
 void AccountWindow::showMessage() {
@@ -304,7 +306,7 @@ void AccountWindow::showLinks() {
     }
     clear(m_links);
     for (const AuthProvider provider : m_status.providerAvailability().providers()) {
-        if (!isLinked(*user, provider)) {
+        if (!user->isLinked(provider)) {
             addButton(m_links, u"Link "_qs + nameOf(provider),
                       [this, provider] { return m_account.link(provider); });
             continue;

@@ -34,6 +34,7 @@ private:
 
     void connectStatus();
     void showState();
+    void completeUser();
     void showMessage();
     void showProviders();
     void showTakeover();

@@ -157,6 +157,20 @@ TEST_F(AccountDeletionTest, ARefusedRefreshEndsTheSessionWithAWord) {
     EXPECT_TRUE(sentProofs().isEmpty());
 }
 
+TEST_F(AccountDeletionTest, ARefusedRefreshDoesNotSpeakIntoTheNextLogin) {
+    letTheTokenAge();
+    service.refreshFailure = AuthenticationError(Case::expiredSession);
+    store.clearGate.hold();
+    const auto outcome = finish(proof());
+    ASSERT_EQ(status.state(), AuthenticationState::signedOut());
+    status.setState(AuthenticationState::authorizing(AuthProvider::github));
+    store.clearGate.release(0, true);
+    test::drainEvents();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_EQ(status.state(), AuthenticationState::authorizing(AuthProvider::github));
+    EXPECT_EQ(status.errorMessage(), std::nullopt);
+}
+
 TEST_F(AccountDeletionTest, SignOutWhileTheTokenIsFetchedSendsNothing) {
     letTheTokenAge();
     service.refreshAnswer.hold();

@@ -166,6 +166,52 @@ TEST_F(AuthenticationCoordinatorTest, SigningOutLeavesNothingOfTheSession) {
     EXPECT_FALSE(coordinator->isSignedIn());
 }
 
+TEST_F(AuthenticationCoordinatorTest, SigningOutWhileAProfileSaveRunsLeavesBothFieldsIdle) {
+    const auto coordinator = signedInCoordinator();
+    const AccountStatus& shown = coordinator->status();
+    service.profileScript.hold();
+    run(coordinator->commitDisplayName(u"Countess"_qs));
+    service.availabilityScript.answerWith({u"countess"_qs, true, std::nullopt});
+    run(coordinator->commitHandle(u"countess"_qs));
+    ASSERT_NE(shown.displayNameState(), ProfileFieldState::idle());
+    ASSERT_NE(shown.handleState(), ProfileFieldState::idle());
+    run(coordinator->signOut());
+    EXPECT_EQ(shown.displayNameState(), ProfileFieldState::idle());
+    EXPECT_EQ(shown.handleState(), ProfileFieldState::idle());
+    for (std::size_t index = 0; index < service.profileScript.pendingCount(); ++index) {
+        service.profileScript.release(index, service.user);
+    }
+    drainEvents();
+    EXPECT_EQ(shown.displayNameState(), ProfileFieldState::idle());
+    EXPECT_EQ(shown.handleState(), ProfileFieldState::idle());
+    EXPECT_TRUE(shown.state().is(StateCase::signedOut));
+}
+
+TEST_F(AuthenticationCoordinatorTest, TheEndOfTheSessionEndsATakeoverAndItsFlight) {
+    for (const bool isSignedOutByUser : {true, false}) {
+        AuthenticationSeeds seeds;
+        seeds.takeover = someTakeover();
+        Coordinator coordinator(ports, AuthenticationStart::signedOut, seeds);
+        service.takeoverScript.hold();
+        run(coordinator.confirmTakeover());
+        ASSERT_TRUE(coordinator.status().takeoverInFlight());
+        // In the middle of the clearing already, when others look.
+        bool wasInFlight = true;
+        coordinator.setOnSessionCleared(
+            [&] { wasInFlight = coordinator.status().takeoverInFlight(); });
+        if (isSignedOutByUser) {
+            run(coordinator.signOut());
+        } else {
+            EXPECT_EQ(outcomeOf(coordinator.handleUnauthorized()).value, true);
+        }
+        EXPECT_FALSE(wasInFlight);
+        EXPECT_FALSE(coordinator.status().takeoverInFlight());
+        EXPECT_TRUE(coordinator.status().state().is(StateCase::signedOut));
+        service.takeoverScript.cancelPending();
+        drainEvents();
+    }
+}
+
 TEST_F(AuthenticationCoordinatorTest, TheModelsOperationsReachTheSession) {
     auto coordinator = signedInCoordinator();
     const auto outcome = watch(coordinator->handleUnauthorized());

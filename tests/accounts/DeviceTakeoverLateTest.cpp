@@ -43,6 +43,36 @@ TEST_F(DeviceTakeoverLateTest, AnAnswerAfterANoIsStoredAndLogged) {
     EXPECT_EQ(count(lateLine), 1);
 }
 
+TEST_F(DeviceTakeoverLateTest, AQuestionThatEndsOverAHeldLoginShowsThatLogin) {
+    const std::vector<std::function<void()>> ends{[this] { takeover->cancel(); },
+                                                  [this] { clock.advance(5min); }};
+    for (const auto& end : ends) {
+        endSession();
+        ask(question(5min, "ticket-1"));
+        service.takeoverScript = test::ScriptedCall<AuthCredentials>(service.login(4));
+        service.takeoverScript.hold();
+        startConfirming();
+        takeover->cancel();
+        const AuthCredentials late = service.login(4);
+        web.callback.hold();
+        service.completeScript.answerWith(question(5min, "ticket-2"));
+        const auto second = start(AuthIntent::signIn, AuthProvider::google);
+        service.takeoverScript.release(0, late);
+        drainEvents();
+        EXPECT_EQ(keeper.credentials(), late);
+        web.callback.release(web.callback.pendingCount() - 1,
+                             test::FakeWebAuthenticator::handoffCallback(u"transaction-1"_qs));
+        web.callback.letGo();
+        drainEvents();
+        EXPECT_TRUE(second->value);
+        ASSERT_TRUE(status.state().takeoverContext());
+        end();
+        drainEvents();
+        EXPECT_EQ(status.state(), signedIn());
+        EXPECT_EQ(store.stored, storedFormOf(late));
+    }
+}
+
 TEST_F(DeviceTakeoverLateTest, AWindowThatClosesWhileTheAnswerIsStoredIsOpenedAgain) {
     ask(question(5min));
     store.saveGate.hold();

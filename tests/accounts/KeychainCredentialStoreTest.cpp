@@ -135,6 +135,16 @@ TEST_F(KeychainCredentialStoreTest, OtherItemsAreLeftAlone) {
     EXPECT_EQ(items.items().size(), 2U);
 }
 
+TEST_F(KeychainCredentialStoreTest, AnItemOfAnotherServiceNameIsAnotherSession) {
+    save(session("r1"));
+    KeychainCredentialStore other(items, u"com.example.testing"_qs);
+    EXPECT_EQ(*outcomeOf(other.load(UnlockPrompt::never, {})).value, std::nullopt);
+    outcomeOf(done(other.save(session("r2"), UnlockPrompt::never, {})));
+    EXPECT_EQ(load().value->value(), session("r1"));
+    outcomeOf(done(other.clear(UnlockPrompt::never, {})));
+    EXPECT_EQ(load().value->value(), session("r1"));
+}
+
 TEST_F(KeychainCredentialStoreTest, WhatIsNoSessionIsADecodingErrorAndStays) {
     for (const auto* data :
          {"", "{", "no", "[]", "{}", R"({"refresh_token":"r"})",

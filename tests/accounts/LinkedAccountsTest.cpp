@@ -216,6 +216,35 @@ TEST_F(LinkedAccountsTest, ARefusedTokenEndsTheSessionWithAWord) {
     EXPECT_TRUE(sentUnlinks().empty());
 }
 
+TEST_F(LinkedAccountsTest, ARefusedTokenDoesNotSpeakIntoTheNextLogin) {
+    linkAll();
+    letTheTokenAge();
+    service.refreshFailure = AuthenticationError(Case::expiredSession);
+    store.clearGate.hold();
+    const auto outcome = start(linked->unlink(AuthProvider::google));
+    ASSERT_EQ(status.state(), AuthenticationState::signedOut());
+    status.setState(AuthenticationState::authorizing(AuthProvider::github));
+    store.clearGate.release(0, true);
+    test::drainEvents();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_EQ(status.state(), AuthenticationState::authorizing(AuthProvider::github));
+    EXPECT_EQ(status.errorMessage(), std::nullopt);
+}
+
+TEST_F(LinkedAccountsTest, ARefusedTokenDoesNotSpeakToWhoHasLoggedInSince) {
+    linkAll();
+    letTheTokenAge();
+    service.refreshFailure = AuthenticationError(Case::expiredSession);
+    store.clearGate.hold();
+    const auto outcome = start(linked->unlink(AuthProvider::google));
+    keeper.seed(service.login(3));
+    store.clearGate.release(0, true);
+    test::drainEvents();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_EQ(status.state(), signedInAs(service.user));
+    EXPECT_EQ(status.errorMessage(), std::nullopt);
+}
+
 TEST_F(LinkedAccountsTest, SignOutDuringAnUnlinkDropsItsAnswer) {
     for (const bool succeeds : {true, false}) {
         linkAll();

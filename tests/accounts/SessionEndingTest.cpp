@@ -150,13 +150,33 @@ TEST_F(SessionEndingTest, AKeyringThatRefusesTheSignOutIsToldOver) {
     EXPECT_EQ(journal.count(u"cleared"_qs), 1);
 }
 
-TEST_F(SessionEndingTest, ALoginBegunBeforeTheKeyringRefusedIsLeftAlone) {
+TEST_F(SessionEndingTest, ALoginBegunBeforeTheKeyringRefusedKeepsItsPageAndTheWordIsSaid) {
     store.clearGate.hold();
     signOut();
     status.setState(AuthenticationState::authorizing(AuthProvider::google));
     store.clearGate.fail(0, AuthenticationError(ErrorCase::unavailable));
     drainEvents();
     EXPECT_TRUE(isIn(StateCase::authorizing));
+    EXPECT_EQ(status.errorMessage(), notSignedOut);
+}
+
+TEST_F(SessionEndingTest, ALoginBegunBeforeTheRevocationFailedIsToldOfIt) {
+    service.revokeScript.hold();
+    signOut();
+    status.setState(AuthenticationState::authorizing(AuthProvider::google));
+    service.revokeScript.fail(0, AuthenticationError(ErrorCase::unavailable));
+    drainEvents();
+    EXPECT_TRUE(isIn(StateCase::authorizing));
+    EXPECT_EQ(status.errorMessage(), notConfirmed);
+}
+
+TEST_F(SessionEndingTest, AKeyringThatRefusesLateDoesNotSpeakIntoTheNextSession) {
+    store.clearGate.hold();
+    signOut();
+    keeper.seed(service.login(3));
+    store.clearGate.fail(0, AuthenticationError(ErrorCase::unavailable));
+    drainEvents();
+    EXPECT_TRUE(isIn(StateCase::signedIn));
     EXPECT_EQ(status.errorMessage(), std::nullopt);
 }
 

@@ -144,9 +144,10 @@ TEST_F(SessionRestoreTest, ARefusedTokenThatCannotBeRemovedAtFirstIsRemovedAtLas
     drainEvents();
     EXPECT_TRUE(isIn(StateCase::signedOut));
     EXPECT_FALSE(store.stored);
+    EXPECT_EQ(status.errorMessage(), std::nullopt);
 }
 
-TEST_F(SessionRestoreTest, ALoginBegunWhileARefusedTokenGoesIsLeftAlone) {
+TEST_F(SessionRestoreTest, ALoginBegunWhileARefusedTokenGoesKeepsItsPage) {
     store.stored = service.session();
     service.refreshFailure = AuthenticationError(ErrorCase::expiredSession);
     store.clearGate.hold();
@@ -158,7 +159,8 @@ TEST_F(SessionRestoreTest, ALoginBegunWhileARefusedTokenGoesIsLeftAlone) {
     drainEvents();
     EXPECT_TRUE(isIn(StateCase::authorizing));
     EXPECT_EQ(keeper.generation(), generation);
-    EXPECT_EQ(status.errorMessage(), std::nullopt);
+    EXPECT_EQ(status.errorMessage(),
+              u"Your session expired, but Lumivane could not remove it from Keychain.");
 }
 
 TEST_F(SessionRestoreTest, RestoringToRestoreFailedInAnOutage) {

@@ -135,6 +135,20 @@ TEST_F(SharedRefreshTest, ARefusalThatComesAfterTheFirstCallerLeftEndsTheSession
     EXPECT_EQ(journal.count(u"cleared"_qs), 1);
 }
 
+TEST_F(SharedRefreshTest, ARefusalAfterTheFirstCallerLeftThatCannotBeClearedIsTold) {
+    std::stop_source stop;
+    const auto first = askToken(stop.get_token());
+    stop.request_stop();
+    drainEvents();
+    store.clearGate.failWith(AuthenticationError(ErrorCase::unavailable));
+    service.refreshAnswer.fail(0, AuthenticationError(ErrorCase::expiredSession));
+    drainEvents();
+    const QString text =
+        u"Your session expired, but Lumivane could not remove it from Keychain."_qs;
+    EXPECT_EQ(status.state(), AuthenticationState::failed(text));
+    EXPECT_EQ(status.errorMessage(), text);
+}
+
 TEST_F(SharedRefreshTest, AnOutageThatComesAfterTheFirstCallerLeftChangesNothing) {
     std::stop_source stop;
     const auto first = askToken(stop.get_token());

@@ -106,6 +106,22 @@ TEST_F(SystemDeviceIdentityTest, LaterCallsAndStartsFindTheSameIdentifier) {
     EXPECT_EQ(items.requests().filter(u"update"_qs).size(), 1);
 }
 
+TEST_F(SystemDeviceIdentityTest, UnderAnotherServiceNameItIsAnotherIdentifier) {
+    const QString first = registration().value->identifier;
+    random.next = 0x40;
+    identity = std::make_unique<SystemDeviceIdentity>(
+        SystemDeviceIdentity::Surroundings{.items = items,
+                                           .facts = facts,
+                                           .random = random,
+                                           .clock = clock,
+                                           .pool = pool,
+                                           .service = u"com.example.testing"_qs});
+    EXPECT_NE(registration().value->identifier, first);
+    EXPECT_EQ(items.items().size(), 2U);
+    identity = make();
+    EXPECT_EQ(registration().value->identifier, first);
+}
+
 TEST_F(SystemDeviceIdentityTest, SignOutDoesNotTouchIt) {
     const QString first = registration().value->identifier;
     const SecretItemKey session{u"com.marnoth.Lumivane.authentication"_qs, u"session"_qs};

@@ -22,6 +22,17 @@ TEST(AuthenticationFixtures, AnOrdinaryStartRestoresItsSessionAndSeedsNothing) {
     EXPECT_TRUE(AuthenticationFixtures::seeds(mode).isEmpty());
 }
 
+TEST(AuthenticationFixtures, ATestedProcessKeepsAwayFromTheUsersItemsInTheKeyring) {
+    TestingMode unitTesting;
+    unitTesting.isUnitTesting = true;
+    const QString ordinary = u"com.example.item"_qs;
+    EXPECT_EQ(AuthenticationFixtures::keyringService({}, ordinary), ordinary);
+    for (const TestingMode& mode : {uiTesting(), unitTesting}) {
+        EXPECT_EQ(AuthenticationFixtures::keyringService(mode, ordinary),
+                  u"com.example.item.Testing");
+    }
+}
+
 TEST(AuthenticationFixtures, UnitTestsStartSignedIn) {
     TestingMode mode;
     mode.isUnitTesting = true;

@@ -135,9 +135,9 @@ TEST_F(BrowserLoginTest, ALoginInTheBrowserEndsSignedInWithItsTokenInTheKeyring)
     EXPECT_FALSE(storedSession().contains("access"));
     EXPECT_FALSE(storedSession().contains("pending_refresh_operation_id"));
     ASSERT_EQ(logins.machines().size(), 1U);
-    EXPECT_EQ(
-        logins.machines()[0].identifier.toUtf8(),
-        desktop.keyring.readByTool(SystemDeviceIdentity::service, SystemDeviceIdentity::account));
+    EXPECT_EQ(logins.machines()[0].identifier.toUtf8(),
+              desktop.keyring.readByTool(SystemDeviceIdentity::ordinaryService,
+                                         SystemDeviceIdentity::account));
     EXPECT_GE(logins.machines()[0].identifier.size(), 32);
     expectNothingOfItInLogs();
 }

@@ -24,11 +24,14 @@ using Status = SecretItemStatus;
 
 namespace {
 
-/// What shows the keyring's questions on a desktop: counts them and answers none.
-class RefusingPrompter final : public QDBusVirtualObject {
+/// What shows the keyring's questions on a desktop: counts them, and refuses or never answers.
+class Prompter final : public QDBusVirtualObject {
 public:
-    explicit RefusingPrompter(QDBusConnection bus)
-        : m_bus(std::move(bus)) {
+    enum class Manner { refusing, silent };
+
+    explicit Prompter(QDBusConnection bus, Manner manner = Manner::refusing)
+        : m_bus(std::move(bus))
+        , m_manner(manner) {
         m_bus.registerVirtualObject(u"/org/gnome/keyring/Prompter"_qs, this);
         m_bus.registerService(u"org.gnome.keyring.SystemPrompter"_qs);
     }
@@ -37,6 +40,10 @@ public:
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& bus) override {
         ++count;
+        if (m_manner == Manner::silent) {
+            message.setDelayedReply(true);
+            return true;
+        }
         return bus.send(message.createErrorReply(QDBusError::Failed, u"nobody is there"_qs));
     }
 
@@ -44,6 +51,7 @@ public:
 
 private:
     QDBusConnection m_bus;
+    Manner m_manner;
 };
 
 /// Whether a file below `folder` holds `text` as it stands.
@@ -181,7 +189,7 @@ TEST_F(SecretServiceItemStoreTest, ALockedKeyringThatShowsNothingMayHoldAnything
 }
 
 TEST_F(SecretServiceItemStoreTest, TheUserIsAskedOnlyWhereThatIsAllowed) {
-    RefusingPrompter prompter(bus.connect());
+    Prompter prompter(bus.connect());
     EXPECT_EQ(add("one"), Status::success);
     daemon->lock();
     EXPECT_EQ(copyStatus(), Status::interactionNotAllowed);
@@ -198,7 +206,7 @@ TEST_F(SecretServiceItemStoreTest, TheUserIsAskedOnlyWhereThatIsAllowed) {
 }
 
 TEST_F(SecretServiceItemStoreTest, NobodyIsAskedWhenNothingIsLocked) {
-    RefusingPrompter prompter(bus.connect());
+    Prompter prompter(bus.connect());
     EXPECT_EQ(add("one", UnlockPrompt::allowed), Status::success);
     EXPECT_EQ(copyStatus(UnlockPrompt::allowed), Status::success);
     EXPECT_EQ(remove(UnlockPrompt::allowed), Status::success);
@@ -207,7 +215,7 @@ TEST_F(SecretServiceItemStoreTest, NobodyIsAskedWhenNothingIsLocked) {
 }
 
 TEST_F(SecretServiceItemStoreTest, AddingToALockedKeyringAsksOnlyWhereThatIsAllowed) {
-    RefusingPrompter prompter(bus.connect());
+    Prompter prompter(bus.connect());
     daemon->lock();
     EXPECT_EQ(add("one"), Status::interactionNotAllowed);
     EXPECT_EQ(prompter.count, 0);
@@ -333,6 +341,33 @@ TEST_F(SecretServiceItemStoreTest, AStopEndsACallThatHangs) {
     EXPECT_EQ(clock.timerCount(), 0U);
 }
 
+TEST_F(SecretServiceItemStoreTest, TheEndOfTheProgramFreesTheWorkersOfAHungService) {
+    for (const auto hung : {daemon->processID(), bus.processID()}) {
+        SecretServiceItemStore ending(clock, pool);
+        const test::HeldProcess held(hung);
+        const auto outcome = test::watch(ending.copyMatching(key, UnlockPrompt::allowed, {}));
+        ASSERT_TRUE(waitUntil([this] { return pool.activeThreadCount() == 1; }));
+        ending.shutDown();
+        // As behind the end of the event loop: no limit counts, no flow goes on.
+        EXPECT_TRUE(pool.waitForDone(5000));
+        EXPECT_FALSE(outcome->hasEnded());
+        drainEvents();
+        ASSERT_TRUE(outcome->value);
+        EXPECT_EQ(outcome->value->status, Status::unavailable);
+    }
+}
+
+TEST_F(SecretServiceItemStoreTest, BehindTheEndEveryCallIsUnavailable) {
+    EXPECT_EQ(add("one"), Status::success);
+    store.shutDown();
+    store.shutDown();
+    EXPECT_EQ(copyStatus(UnlockPrompt::allowed), Status::unavailable);
+    EXPECT_EQ(add("two"), Status::unavailable);
+    EXPECT_EQ(update("two"), Status::unavailable);
+    EXPECT_EQ(remove(), Status::unavailable);
+    EXPECT_EQ(daemon->items(key.service, key.account).size(), 1);
+}
+
 TEST_F(SecretServiceItemStoreTest, CallsAtTheSameTimeDoNotDisturbEachOther) {
     EXPECT_EQ(add("one"), Status::success);
     std::vector<std::shared_ptr<test::Outcome<SecretItemCopy>>> outcomes;
@@ -344,6 +379,22 @@ TEST_F(SecretServiceItemStoreTest, CallsAtTheSameTimeDoNotDisturbEachOther) {
         ASSERT_TRUE(outcome->value && outcome->value->data);
         EXPECT_EQ(outcome->value->data->reveal(), "one");
     }
+}
+
+// Behind this one the process cannot go to another bus: the library keeps the connection of a
+// question that was cancelled. So it stands last, and each test has a process of its own.
+TEST_F(SecretServiceItemStoreTest, TheEndOfTheProgramEndsAQuestion) {
+    Prompter prompter(bus.connect(), Prompter::Manner::silent);
+    EXPECT_EQ(add("one"), Status::success);
+    daemon->lock();
+    const auto outcome = startCopy(UnlockPrompt::allowed);
+    ASSERT_TRUE(waitUntil([&] { return prompter.count == 1; }));
+    EXPECT_EQ(pool.activeThreadCount(), 1);
+    store.shutDown();
+    EXPECT_TRUE(pool.waitForDone(5000));
+    drainEvents();
+    ASSERT_TRUE(outcome->value);
+    EXPECT_EQ(outcome->value->status, Status::unavailable);
 }
 
 } // namespace lumivane

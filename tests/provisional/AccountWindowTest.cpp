@@ -1,5 +1,6 @@
 #include "provisional/AccountWindow.h"
 
+#include "async/TaskHandle.h"
 #include "support/EventLoop.h"
 #include "support/FakeAuthService.h"
 #include "support/FakeCredentialStore.h"
@@ -11,6 +12,9 @@
 #include <QMessageBox>
 
 #include <gmock/gmock.h>
+
+#include <functional>
+#include <utility>
 
 namespace lumivane::test {
 
@@ -77,6 +81,24 @@ protected:
         for (QLineEdit* field : window->findChildren<QLineEdit*>()) {
             if (field->text() == text) {
                 return field;
+            }
+        }
+        return nullptr;
+    }
+
+    static void run(std::function<QCoro::Task<void>()> flow) {
+        TaskHandle::detach([flow = std::move(flow)](std::stop_token) { return flow(); });
+        drainEvents();
+    }
+
+    /// The button of a question that stands over the window.
+    QAbstractButton* choice(const QString& text) const {
+        const auto* question = window->findChild<QMessageBox*>();
+        if (question != nullptr) {
+            for (QAbstractButton* button : question->buttons()) {
+                if (button->text() == text) {
+                    return button;
+                }
             }
         }
         return nullptr;
@@ -159,6 +181,52 @@ TEST_F(AccountWindowTest, ATakeoverNamesTheOtherMachineAndWaitsForTheChoice) {
     EXPECT_THAT(asked(), Not(testing::Contains(u"takeover"_qs)));
 }
 
+TEST_F(AccountWindowTest, AnOutageIsMetOnceAndNotAgainAtEveryChangeOfTheState) {
+    AuthenticationSeeds seeds;
+    seeds.credentials = service.login(0);
+    clock.advance(service.accessLifetime);
+    service.refreshFailure = AuthenticationError(AuthenticationError::Case::unavailable);
+    open(seeds);
+    EXPECT_EQ(service.requestsTo(u"refresh"_qs).size(), 1U);
+    EXPECT_THAT(words(), HasSubstr("Devices are temporarily unavailable."));
+    EXPECT_EQ(window->windowTitle(), u"Lumivane account");
+}
+
+TEST_F(AccountWindowTest, WithAnOldTokenTheHandleFilterIsAskedForOnceToo) {
+    store.stored = service.session();
+    account.emplace(ports);
+    window.emplace(*account);
+    run([this] { return account->restore(); });
+    clock.advance(service.accessLifetime);
+    service.refreshFailure = AuthenticationError(AuthenticationError::Case::unavailable);
+    service.requests.clear();
+    window->present();
+    drainEvents();
+    EXPECT_LE(service.requestsTo(u"refresh"_qs).size(), 2U);
+}
+
+TEST_F(AccountWindowTest, ALoginInTheOpenWindowBringsItsDevicesAndTheHandleFilter) {
+    open();
+    service.completeScript.answerWith(service.login(0));
+    press(u"Continue with GitHub"_qs);
+    EXPECT_EQ(service.requestsTo(u"devices"_qs).size(), 1U);
+    EXPECT_EQ(service.requestsTo(u"handleFilter"_qs).size(), 1U);
+}
+
+TEST_F(AccountWindowTest, ASessionThatCouldNotBeRestoredCanBeTriedAgain) {
+    store.stored = service.session();
+    service.refreshFailure = AuthenticationError(AuthenticationError::Case::unavailable);
+    account.emplace(ports);
+    window.emplace(*account);
+    window->show();
+    EXPECT_THAT(words(), HasSubstr("Restoring your session…"));
+    run([this] { return account->restore(); });
+    EXPECT_THAT(words(), HasSubstr("Lumivane could not restore your session."));
+    service.refreshFailure.reset();
+    press(u"Retry session restore"_qs);
+    EXPECT_EQ(window->windowTitle(), u"Lumivane account");
+}
+
 TEST_F(AccountWindowTest, ANameIsSavedByReturn) {
     openSignedIn();
     UserSummary renamed = service.user;
@@ -210,6 +278,24 @@ TEST_F(AccountWindowTest, DeletionAsksFirstAndWithWhichLogin) {
     ASSERT_NE(question, nullptr);
     EXPECT_EQ(question->buttons().size(), 3);
     EXPECT_THAT(asked(), Not(testing::Contains(u"createTransaction"_qs)));
+}
+
+TEST_F(AccountWindowTest, ADeletionThatFailedBehindItsProofCanBeTriedAgain) {
+    openSignedIn();
+    service.completeScript.answerWith(
+        DeleteReauthentication{SecretText("proof-1"), clock.wallNow().addSecs(300)});
+    service.deleteScript.failWith(AuthenticationError(AuthenticationError::Case::unavailable));
+    press(u"Delete account"_qs);
+    QAbstractButton* verify = choice(u"Verify with GitHub"_qs);
+    ASSERT_NE(verify, nullptr);
+    verify->click();
+    drainEvents();
+    EXPECT_EQ(service.requestsTo(u"createTransaction"_qs).at(0).intent, AuthIntent::deleteReauth);
+    EXPECT_THAT(words(), HasSubstr("Retry before the confirmation expires."));
+    service.deleteScript.answerWith(true);
+    press(u"Retry account deletion"_qs);
+    EXPECT_EQ(service.requestsTo(u"deleteAccount"_qs).size(), 2U);
+    EXPECT_EQ(window->windowTitle(), u"Log in to Lumivane");
 }
 
 TEST_F(AccountWindowTest, SigningOutLeavesNothingOfTheUserInSight) {

@@ -276,11 +276,51 @@ void removeItems(const Connection& connection, const SecretItemKey& key) {
     }
 }
 
+struct Answer {
+    GObjectPointer<GAsyncResult> result; ///< none until it is there
+};
+
+/// Owned by the call that it belongs to, which may outlive the wait.
+using SharedAnswer = std::shared_ptr<Answer>;
+
+void onReady(GObject* /*source*/, GAsyncResult* result, gpointer data) {
+    const std::unique_ptr<SharedAnswer> answer(static_cast<SharedAnswer*>(data));
+    (*answer)->result.reset(static_cast<GAsyncResult*>(g_object_ref(result)));
+}
+
+void onCancelled(GCancellable* /*cancellable*/, gpointer context) {
+    g_main_context_wakeup(static_cast<GMainContext*>(context));
+}
+
+/// Waits for a call that may ask the user. The library's own waits for such a call do not always
+/// come back when it is cancelled, though they take the question away.
+template <typename Start>
+GObjectPointer<GAsyncResult> resultOf(const Connection& connection, Start start) {
+    const auto answer = std::make_shared<Answer>();
+    GMainContext* context = g_main_context_get_thread_default();
+    GCancellable* cancellable = connection.cancellable();
+    start(&onReady, new SharedAnswer(answer));
+    const gulong handler =
+        g_cancellable_connect(cancellable, G_CALLBACK(onCancelled), context, nullptr);
+    while (!answer->result && g_cancellable_is_cancelled(cancellable) == FALSE) {
+        g_main_context_iteration(context, TRUE);
+    }
+    g_cancellable_disconnect(cancellable, handler);
+    if (!answer->result) {
+        throw Refusal{Status::unavailable};
+    }
+    return std::move(answer->result);
+}
+
 void createCollection(const Connection& connection) {
+    const auto result = resultOf(connection, [&](GAsyncReadyCallback callback, gpointer data) {
+        secret_collection_create(connection.service(), "Login", SECRET_COLLECTION_DEFAULT,
+                                 SECRET_COLLECTION_CREATE_NONE, connection.cancellable(), callback,
+                                 data);
+    });
     GErrorSlot error;
-    const GObjectPointer<SecretCollection> collection(secret_collection_create_sync(
-        connection.service(), "Login", SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_CREATE_NONE,
-        connection.cancellable(), error.out()));
+    const GObjectPointer<SecretCollection> collection(
+        secret_collection_create_finish(result.get(), error.out()));
     require(error);
 }
 
@@ -289,10 +329,13 @@ void unlockObjects(const Connection& connection, const std::vector<gpointer>& ob
     for (gpointer object : objects) {
         list = g_list_prepend(list, object);
     }
+    const std::unique_ptr<GList, decltype(&g_list_free)> owner(list, &g_list_free);
+    const auto result = resultOf(connection, [&](GAsyncReadyCallback callback, gpointer data) {
+        secret_service_unlock(connection.service(), list, connection.cancellable(), callback, data);
+    });
     GErrorSlot error;
-    const int count = secret_service_unlock_sync(connection.service(), list,
-                                                 connection.cancellable(), nullptr, error.out());
-    g_list_free(list);
+    const int count =
+        secret_service_unlock_finish(connection.service(), result.get(), nullptr, error.out());
     require(error);
     if (count < std::ssize(objects)) {
         throw Refusal{Status::interactionNotAllowed};

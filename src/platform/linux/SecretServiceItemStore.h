@@ -6,6 +6,7 @@
 #include <QThreadPool>
 
 #include <chrono>
+#include <stop_token>
 
 namespace lumivane {
 
@@ -24,6 +25,10 @@ public:
     /// as it stands, so the pool is best not shared.
     SecretServiceItemStore(Clock& clock, QThreadPool& pool);
 
+    /// Ends every call under way on the workers, a question to the user with it, so that the pool
+    /// can be waited for; these calls and all later ones are answered with `unavailable`.
+    void shutDown();
+
     QCoro::Task<SecretItemCopy> copyMatching(SecretItemKey key, UnlockPrompt prompt,
                                              std::stop_token stop) override;
     QCoro::Task<SecretItemStatus> add(SecretItemKey key, SecretText data,
@@ -37,6 +42,7 @@ public:
 private:
     Clock* m_clock;
     QThreadPool* m_pool;
+    std::stop_source m_end;
 };
 
 } // namespace lumivane
