@@ -15,6 +15,10 @@ bool isLoopbackHost(std::string_view host) {
     return host == "127.0.0.1" || host == "localhost" || host == "::1";
 }
 
+bool isOfOtherMachines(const std::string& origin) {
+    return !isLoopbackHost(boost::urls::url_view(origin).host_address());
+}
+
 // Programs take the answer of a login from this address alone, so it must be exact.
 std::string originOf(const SettingText& setting) {
     std::string text = setting.text;
@@ -104,6 +108,12 @@ AccountConfiguration accountConfiguration(const SettingTexts& settings,
     }
     if (const auto proxy = take(settings, "behind_proxy")) {
         accounts.isBehindProxy = flagOf(*proxy);
+    }
+    // Without it everybody would be taken for a user of this machine, who is believed a name.
+    if (accounts.publicBaseUrl && !accounts.isBehindProxy &&
+        isOfOtherMachines(*accounts.publicBaseUrl)) {
+        throw ConfigurationError(take(settings, "public_base_url")->source +
+                                 " is for users of other machines and needs \"behind_proxy\"");
     }
     readNumber("access_token_minutes", accounts.accessTokenLifetime, 1, 1440);
     readNumber("refresh_token_days", accounts.refreshTokenLifetime, 1, 3650);

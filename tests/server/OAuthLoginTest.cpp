@@ -423,4 +423,11 @@ TEST_P(OAuthLoginTest, WithoutProvidersNothingStandsInWhereOthersReachTheService
     EXPECT_EQ(program().ask("GET", "/v1/auth/providers", "").body, R"({"providers":[]})");
 }
 
+TEST_P(OAuthLoginTest, WithoutProvidersNothingStandsInAtAPublicAddress) {
+    settings.providers.clear();
+    settings.publicUrl = "https://lumivane.example";
+    start();
+    EXPECT_EQ(program().ask("GET", "/v1/auth/providers", "").body, R"({"providers":[]})");
+}
+
 } // namespace lumivane::service::test
