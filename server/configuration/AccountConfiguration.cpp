@@ -115,7 +115,8 @@ AccountConfiguration accountConfiguration(const SettingTexts& settings,
         throw ConfigurationError(take(settings, "public_base_url")->source +
                                  " is for users of other machines and needs \"behind_proxy\"");
     }
-    readNumber("access_token_minutes", accounts.accessTokenLifetime, 1, 1440);
+    // A client wants more than a minute left, and a ticket is repeated for five.
+    readNumber("access_token_minutes", accounts.accessTokenLifetime, 5, 1440);
     readNumber("refresh_token_days", accounts.refreshTokenLifetime, 1, 3650);
     readNumber("logins_per_minute", accounts.loginsPerMinute, 0, mostPerMinute);
     readNumber("refreshes_per_minute", accounts.refreshesPerMinute, 0, mostPerMinute);

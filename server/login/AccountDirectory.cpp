@@ -5,6 +5,7 @@
 #include "server/analysis/Utf8.h"
 #include "server/login/LocalIdentityProvider.h"
 #include "server/profile/HandleRules.h"
+#include "server/profile/ProfileRecords.h"
 
 #include <boost/algorithm/string/case_conv.hpp>
 #include <soci/soci.h>
@@ -14,8 +15,6 @@
 namespace lumivane::service {
 
 namespace {
-
-constexpr std::size_t longestDisplayName = 80;
 
 std::string foldedEmail(const std::string& email) {
     return boost::algorithm::to_lower_copy(email, std::locale::classic());
@@ -29,8 +28,9 @@ bool isTaken(soci::session& sql, const std::string& folded) {
 }
 
 std::string displayNameFor(const ProvedIdentity& identity) {
-    const std::string_view name = trimmed(identity.suggestedName);
-    return name.empty() ? "Lumivane user" : shortened(name, longestDisplayName);
+    const auto name =
+        displayNameFrom(shortened(trimmed(identity.suggestedName), displayNameMaximumLength));
+    return name.value_or("Lumivane user");
 }
 
 std::string makeAccount(soci::session& sql, const ProvedIdentity& identity, WallTime now) {

@@ -109,9 +109,9 @@ TEST_F(AccountConfigurationTest, AnAddressForOtherMachinesNeedsTheProxySetting) 
 }
 
 TEST_F(AccountConfigurationTest, NumbersHaveBounds) {
-    for (const char* text : {"0", "1441", "-1", "1.5", "", "1 ", "x"}) {
+    for (const char* text : {"0", "4", "1441", "-1", "1.5", "", "1 ", "x"}) {
         EXPECT_EQ(errorWith("access_token_minutes", text),
-                  "setting \"access_token_minutes\" must be a number from 1 to 1440")
+                  "setting \"access_token_minutes\" must be a number from 5 to 1440")
             << text;
     }
     EXPECT_EQ(errorWith("refresh_token_days", "3651"),

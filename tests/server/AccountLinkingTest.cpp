@@ -218,6 +218,17 @@ TEST_P(AccountLinkingTest, UnlinkingLeavesTheOther) {
     EXPECT_EQ(unlink("apple", token).errorCode(), "not_found");
 }
 
+TEST_P(AccountLinkingTest, AnAccountBeginsWithANameThatItsOwnerCanSaveAgain) {
+    const auto nameOf = [this](const std::string& suggested, const std::string& email) {
+        const TestResponse response = logIn("google", suggested, email);
+        return std::string(
+            objectIn(response).at("user").as_object().at("display_name").as_string());
+    };
+    EXPECT_EQ(nameOf(std::string(60, 'a'), "a@example.org"), std::string(60, 'a'));
+    EXPECT_EQ(nameOf(std::string(61, 'b'), "b@example.org"), std::string(59, 'b') + "…");
+    EXPECT_EQ(nameOf("Ada\u2028Lovelace", "c@example.org"), "Lumivane user");
+}
+
 TEST_P(AccountLinkingTest, AnUnlinkedLoginDoesNotComeBackByItsAddress) {
     const std::string token = tokenOf("google", "ada");
     withToken("github", "link", token, "Ada", "ada@example.org");
