@@ -81,14 +81,19 @@ std::string openSession(soci::session& sql, const std::string& accountId,
     return session;
 }
 
-void keepTokens(soci::session& sql, const std::string& sessionId, const IssuedTokens& tokens) {
-    const std::string access = tokenHash(tokens.accessToken);
-    const std::string refresh = tokenHash(tokens.refreshToken);
-    const long long accessExpiry = storedTime(tokens.accessExpiresAt);
-    const long long refreshExpiry = storedTime(tokens.refreshExpiresAt);
+void keepAccessToken(soci::session& sql, const std::string& sessionId, const IssuedTokens& tokens) {
+    const std::string hash = tokenHash(tokens.accessToken);
+    const long long expiry = storedTime(tokens.accessExpiresAt);
     sql << "INSERT INTO access_tokens (hash, session_id, expires_at) "
-           "VALUES (:hash, :session, :expiry)",
-        soci::use(access), soci::use(sessionId), soci::use(accessExpiry);
+           "VALUES (:hash, :session, :expiry) "
+           "ON CONFLICT (hash) DO UPDATE SET expires_at = excluded.expires_at",
+        soci::use(hash), soci::use(sessionId), soci::use(expiry);
+}
+
+void keepTokens(soci::session& sql, const std::string& sessionId, const IssuedTokens& tokens) {
+    const std::string refresh = tokenHash(tokens.refreshToken);
+    const long long refreshExpiry = storedTime(tokens.refreshExpiresAt);
+    keepAccessToken(sql, sessionId, tokens);
     sql << "INSERT INTO refresh_tokens (hash, session_id, expires_at) "
            "VALUES (:hash, :session, :expiry)",
         soci::use(refresh), soci::use(sessionId), soci::use(refreshExpiry);

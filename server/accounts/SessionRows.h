@@ -43,6 +43,9 @@ void endSession(soci::session& sql, const std::string& sessionId, SessionEnd end
 std::string openSession(soci::session& sql, const std::string& accountId,
                         const DeviceRegistration& device, WallTime now);
 
+/// Writes down an access token's hash and expiry, or its new expiry where the hash is there.
+void keepAccessToken(soci::session& sql, const std::string& sessionId, const IssuedTokens& tokens);
+
 /// Writes down the hashes of a session's new tokens.
 void keepTokens(soci::session& sql, const std::string& sessionId, const IssuedTokens& tokens);
 

@@ -25,7 +25,11 @@ struct KnownToken {
     std::string operationId; // empty until exchanged
     WallTime accessExpiresAt;
     WallTime successorExpiresAt;
+    bool isSuccessorUnused = false;
 };
+
+// A client refreshes a token with less than a minute left, so it needs more than that.
+constexpr std::chrono::minutes leastTimeLeft{2};
 
 // A refusal is returned and not thrown, since what it changed must last.
 enum class Refused { unauthorized, evicted };
@@ -36,24 +40,28 @@ std::optional<KnownToken> findToken(soci::session& sql, std::string hash) {
     long long expiry = 0;
     long long accessExpiry = 0;
     long long successorExpiry = 0;
+    long long unusedSuccessors = 0;
     soci::indicator device = soci::i_null;
     soci::indicator reason = soci::i_null;
     soci::indicator operation = soci::i_null;
     soci::indicator access = soci::i_null;
     soci::indicator successor = soci::i_null;
     sql << "SELECT t.session_id, s.account_id, s.device_id, s.end_reason, t.expires_at, "
-           "t.operation_id, t.access_expires_at, t.successor_expires_at "
+           "t.operation_id, t.access_expires_at, t.successor_expires_at, "
+           "(SELECT COUNT(*) FROM refresh_tokens n "
+           "WHERE n.hash = t.successor_hash AND n.exchanged_at IS NULL) "
            "FROM refresh_tokens t JOIN sessions s ON s.id = t.session_id WHERE t.hash = :hash",
         soci::use(token.hash), soci::into(token.sessionId), soci::into(token.accountId),
         soci::into(token.deviceId, device), soci::into(token.endReason, reason), soci::into(expiry),
         soci::into(token.operationId, operation), soci::into(accessExpiry, access),
-        soci::into(successorExpiry, successor);
+        soci::into(successorExpiry, successor), soci::into(unusedSuccessors);
     if (!sql.got_data()) {
         return std::nullopt;
     }
     token.expiresAt = wallTime(expiry);
     token.accessExpiresAt = wallTime(accessExpiry);
     token.successorExpiresAt = wallTime(successorExpiry);
+    token.isSuccessorUnused = unusedSuccessors > 0;
     return token;
 }
 
@@ -72,6 +80,15 @@ void keepExchange(soci::session& sql, const KnownToken& token, const RefreshRequ
     sql << "UPDATE devices SET last_seen_at = :now "
            "WHERE account_id = :account AND device_id = :device AND last_seen_at < :now2",
         soci::use(time), soci::use(token.accountId), soci::use(token.deviceId), soci::use(time);
+}
+
+// The client that asks again may never have heard the first answer, and an access token that is
+// refused would sign it out.
+void renewAccess(soci::session& sql, const KnownToken& token, const IssuedTokens& issued) {
+    const long long expiry = storedTime(issued.accessExpiresAt);
+    sql << "UPDATE refresh_tokens SET access_expires_at = :access WHERE hash = :hash",
+        soci::use(expiry), soci::use(token.hash);
+    keepAccessToken(sql, token.sessionId, issued);
 }
 
 IssuedTokens derivedTokens(const TokenDerivation& derivation, const RefreshRequest& request) {
@@ -139,6 +156,9 @@ IssuedLogin TokenExchange::refresh(const RefreshRequest& request) {
             login.tokens.accessExpiresAt = now + m_settings.accessLifetime;
             login.tokens.refreshExpiresAt = now + m_settings.refreshLifetime;
             keepExchange(sql, *token, request, login.tokens, now);
+        } else if (token->isSuccessorUnused && token->accessExpiresAt <= now + leastTimeLeft) {
+            login.tokens.accessExpiresAt = now + m_settings.accessLifetime;
+            renewAccess(sql, *token, login.tokens);
         }
         login.user = loadUser(sql, token->accountId);
         return login;

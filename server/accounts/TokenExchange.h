@@ -27,8 +27,10 @@ public:
                   SessionSettings settings, std::shared_ptr<RateLimiter> limiter = nullptr);
 
     /// One exchange per token and operation: asked once more it gives byte for byte the same
-    /// tokens and expiries, which are derived and so need not be stored. The same token under
-    /// another operation was stolen from one side or the other, and ends its whole session.
+    /// tokens, which are derived and so need not be stored, and their expiries. An access token
+    /// that is about to end begins its time anew, for a client that only now learns of it; not so
+    /// once the new refresh token has been exchanged itself. The same token under another
+    /// operation was stolen from one side or the other, and ends its whole session.
     /// Throws AccountError (unauthorized, device_evicted, rate_limited) and StoreError.
     IssuedLogin refresh(const RefreshRequest& request);
 

@@ -11,7 +11,8 @@ namespace lumivane::service {
 std::shared_ptr<RateLimiter> makeLimiter(std::uint32_t perMinute);
 
 /// Gives the routes their limits by path: those of a login share one count for each address,
-/// those of handles one for each account. All others stay without.
+/// those that take a refresh token another, ten times as high, and those of handles and the
+/// profile one for each account. All others stay without.
 void setRouteRates(std::vector<Route>& routes, const AccountConfiguration& accounts);
 
 } // namespace lumivane::service

@@ -15,6 +15,10 @@ bool isLoopbackHost(std::string_view host) {
     return host == "127.0.0.1" || host == "localhost" || host == "::1";
 }
 
+bool isOfOtherMachines(const std::string& origin) {
+    return !isLoopbackHost(boost::urls::url_view(origin).host_address());
+}
+
 // Programs take the answer of a login from this address alone, so it must be exact.
 std::string originOf(const SettingText& setting) {
     std::string text = setting.text;
@@ -105,7 +109,14 @@ AccountConfiguration accountConfiguration(const SettingTexts& settings,
     if (const auto proxy = take(settings, "behind_proxy")) {
         accounts.isBehindProxy = flagOf(*proxy);
     }
-    readNumber("access_token_minutes", accounts.accessTokenLifetime, 1, 1440);
+    // Without it everybody would be taken for a user of this machine, who is believed a name.
+    if (accounts.publicBaseUrl && !accounts.isBehindProxy &&
+        isOfOtherMachines(*accounts.publicBaseUrl)) {
+        throw ConfigurationError(take(settings, "public_base_url")->source +
+                                 " is for users of other machines and needs \"behind_proxy\"");
+    }
+    // A client wants more than a minute left, and a ticket is repeated for five.
+    readNumber("access_token_minutes", accounts.accessTokenLifetime, 5, 1440);
     readNumber("refresh_token_days", accounts.refreshTokenLifetime, 1, 3650);
     readNumber("logins_per_minute", accounts.loginsPerMinute, 0, mostPerMinute);
     readNumber("refreshes_per_minute", accounts.refreshesPerMinute, 0, mostPerMinute);

@@ -5,6 +5,7 @@
 #include "server/analysis/Utf8.h"
 #include "server/login/LocalIdentityProvider.h"
 #include "server/profile/HandleRules.h"
+#include "server/profile/ProfileRecords.h"
 
 #include <boost/algorithm/string/case_conv.hpp>
 #include <soci/soci.h>
@@ -14,8 +15,6 @@
 namespace lumivane::service {
 
 namespace {
-
-constexpr std::size_t longestDisplayName = 80;
 
 std::string foldedEmail(const std::string& email) {
     return boost::algorithm::to_lower_copy(email, std::locale::classic());
@@ -29,8 +28,9 @@ bool isTaken(soci::session& sql, const std::string& folded) {
 }
 
 std::string displayNameFor(const ProvedIdentity& identity) {
-    const std::string_view name = trimmed(identity.suggestedName);
-    return name.empty() ? "Lumivane user" : shortened(name, longestDisplayName);
+    const auto name =
+        displayNameFrom(shortened(trimmed(identity.suggestedName), displayNameMaximumLength));
+    return name.value_or("Lumivane user");
 }
 
 std::string makeAccount(soci::session& sql, const ProvedIdentity& identity, WallTime now) {
@@ -99,6 +99,16 @@ bool hasProvider(soci::session& sql, const std::string& accountId, AuthProvider 
     return count > 0;
 }
 
+bool wasUnlinked(soci::session& sql, const std::string& accountId, AuthProvider provider,
+                 const std::string& subject) {
+    const std::string providerName(rawValue(provider));
+    long long count = 0;
+    sql << "SELECT COUNT(*) FROM unlinked_identities WHERE account_id = :account "
+           "AND provider = :provider AND subject = :subject",
+        soci::use(accountId), soci::use(providerName), soci::use(subject), soci::into(count);
+    return count > 0;
+}
+
 } // namespace
 
 std::optional<std::string> findAccountOf(soci::session& sql, AuthProvider provider,
@@ -117,8 +127,9 @@ std::string accountForSignIn(soci::session& sql, AuthProvider provider,
         return *known;
     }
     const auto related = findAccountByEmail(sql, identity);
-    const bool canLink =
-        related && claimAccount(sql, *related) && !hasProvider(sql, *related, provider);
+    const bool canLink = related && claimAccount(sql, *related) &&
+                         !hasProvider(sql, *related, provider) &&
+                         !wasUnlinked(sql, *related, provider, identity.subject);
     std::string account = canLink ? *related : makeAccount(sql, identity, now);
     insertIdentity(sql, account, provider, identity, now);
     return account;
@@ -137,6 +148,10 @@ Linking linkIdentity(soci::session& sql, const std::string& accountId, AuthProvi
         return Linking::providerTaken;
     }
     insertIdentity(sql, accountId, provider, identity, now);
+    const std::string providerName(rawValue(provider));
+    sql << "DELETE FROM unlinked_identities WHERE account_id = :account "
+           "AND provider = :provider AND subject = :subject",
+        soci::use(accountId), soci::use(providerName), soci::use(identity.subject);
     return Linking::linked;
 }
 
@@ -151,12 +166,22 @@ Unlinking unlinkIdentity(soci::session& sql, const std::string& accountId, AuthP
         return Unlinking::lastIdentity;
     }
     const std::string providerName(rawValue(provider));
+    sql << "INSERT INTO unlinked_identities (account_id, provider, subject) "
+           "SELECT account_id, provider, subject FROM identities "
+           "WHERE account_id = :account AND provider = :provider "
+           "ON CONFLICT (account_id, provider, subject) DO NOTHING",
+        soci::use(accountId), soci::use(providerName);
     sql << "DELETE FROM identities WHERE account_id = :account AND provider = :provider",
         soci::use(accountId), soci::use(providerName);
     return Unlinking::unlinked;
 }
 
 void deleteAccount(soci::session& sql, const std::string& accountId) {
+    // A sign-in belongs to nobody until it is fetched, but may say already who it will be.
+    sql << "DELETE FROM login_transactions WHERE id IN (SELECT t.id FROM login_transactions t "
+           "JOIN identities i ON i.provider = t.provider AND i.subject = t.subject "
+           "WHERE i.account_id = :account)",
+        soci::use(accountId);
     sql << "DELETE FROM accounts WHERE id = :account", soci::use(accountId);
 }
 

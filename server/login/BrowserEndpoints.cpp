@@ -68,10 +68,15 @@ Visit visitFor(const LoginService& service, LoginTransaction transaction, const 
 }
 
 std::optional<HttpResponse> objection(const LoginService& service,
-                                      const std::optional<LoginTransaction>& transaction) {
-    if (!transaction || service.now() >= transaction->expiresAt ||
-        service.find(transaction->provider) == nullptr) {
+                                      const std::optional<LoginTransaction>& transaction,
+                                      const RequestHead& head) {
+    const IdentityProvider* provider = transaction ? service.find(transaction->provider) : nullptr;
+    if (provider == nullptr || service.now() >= transaction->expiresAt) {
         return expired();
+    }
+    // A local page believes what this machine's user says, and a proxy brings somebody else.
+    if (provider->answersBy() == AnswersBy::form && head.forwardedFor) {
+        return misdirected();
     }
     if (transaction->browserHash == usedBrowser) {
         return usedUp();
@@ -164,7 +169,7 @@ Answer open(LoginService& service, HttpRequest request) {
     }
     auto loading = load(service, request.pathParameter);
     std::optional<LoginTransaction> transaction = co_await std::move(loading);
-    if (auto refused = objection(service, transaction)) {
+    if (auto refused = objection(service, transaction, request.head)) {
         co_return *std::move(refused);
     }
     // Whoever only looks must not take the login from the browser that means it.
@@ -196,7 +201,7 @@ Answer submit(LoginService& service, HttpRequest request) {
     }
     auto loading = load(service, request.pathParameter);
     std::optional<LoginTransaction> transaction = co_await std::move(loading);
-    if (auto refused = objection(service, transaction)) {
+    if (auto refused = objection(service, transaction, request.head)) {
         co_return *std::move(refused);
     }
     const auto secret = secretOf(*transaction, request.head);
@@ -230,7 +235,7 @@ Answer comeBack(LoginService& service, HttpRequest request) {
     }
     auto loading = load(service, *id);
     std::optional<LoginTransaction> transaction = co_await std::move(loading);
-    if (auto refused = objection(service, transaction)) {
+    if (auto refused = objection(service, transaction, request.head)) {
         co_return *std::move(refused);
     }
     const auto secret = secretOf(*transaction, request.head);

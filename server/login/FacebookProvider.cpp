@@ -17,8 +17,12 @@ public:
         , m_userUrl(address(settings.userUrl, "user_url")) {}
 
 protected:
-    QueryItems authorizationItems(const LoginAttempt&) const override {
-        return {{"scope", "email,public_profile"}};
+    QueryItems authorizationItems(const LoginAttempt& attempt) const override {
+        QueryItems items{{"scope", "email,public_profile"}};
+        if (attempt.intent == AuthIntent::deleteReauth) {
+            items.emplace_back("auth_type", "reauthenticate");
+        }
+        return items;
     }
 
     QueryItems tokenItems(const LoginAttempt& attempt) const override {

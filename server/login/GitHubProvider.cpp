@@ -20,6 +20,9 @@ protected:
     QueryItems authorizationItems(const LoginAttempt& attempt) const override {
         QueryItems items = proofKeyItems(attempt);
         items.emplace_back("scope", "read:user user:email");
+        if (attempt.intent == AuthIntent::deleteReauth) {
+            items.emplace_back("prompt", "select_account");
+        }
         return items;
     }
 

@@ -10,6 +10,10 @@ namespace json = boost::json;
 
 namespace {
 
+constexpr std::string_view googleItself = "https://accounts.google.com";
+// No login takes longer from its beginning to its end.
+constexpr std::int64_t freshSeconds = 10 * 60;
+
 class GoogleProvider : public OAuthProvider {
 public:
     GoogleProvider(const ProviderSettings& settings, UpstreamTransport& transport,
@@ -25,6 +29,12 @@ protected:
         QueryItems items = proofKeyItems(attempt);
         items.emplace_back("scope", "openid email profile");
         items.emplace_back("nonce", attempt.nonce);
+        if (asksForPassword(attempt)) {
+            items.emplace_back("prompt", "login");
+            items.emplace_back("max_age", "0");
+        } else if (attempt.intent == AuthIntent::deleteReauth) {
+            items.emplace_back("prompt", "select_account");
+        }
         return items;
     }
 
@@ -38,6 +48,11 @@ protected:
                                     MonotonicTime deadline) override;
 
 private:
+    // Google itself knows no such wish.
+    bool asksForPassword(const LoginAttempt& attempt) const {
+        return attempt.intent == AuthIntent::deleteReauth && m_issuer != googleItself;
+    }
+
     asio::awaitable<std::optional<LoginRefusal>> addMissing(json::object& claims, std::string token,
                                                             MonotonicTime deadline);
 
@@ -108,6 +123,9 @@ GoogleProvider::identify(json::object tokens, LoginAttempt attempt, MonotonicTim
     rules.audience = flow().server().clientId;
     rules.nonce = attempt.nonce;
     rules.now = secondsOf(m_clock.now());
+    if (asksForPassword(attempt)) {
+        rules.authenticatedSince = rules.now - freshSeconds;
+    }
     auto claims = claimsOfIdToken(*idToken, std::get<json::value>(keys), rules);
     if (!claims) {
         co_return LoginRefusal::failed;

@@ -89,6 +89,14 @@ bool isOfNow(const json::object& claims, std::int64_t now) {
     return expiry && issued && *expiry > now - leewaySeconds && *issued <= now + leewaySeconds;
 }
 
+bool isFresh(const json::object& claims, std::optional<std::int64_t> since) {
+    if (!since || !claims.contains("auth_time")) {
+        return true;
+    }
+    const auto time = integerField(claims, "auth_time");
+    return time && *time >= *since - leewaySeconds;
+}
+
 } // namespace
 
 std::optional<json::object> claimsOfIdToken(std::string_view token, const json::value& keySet,
@@ -101,6 +109,7 @@ std::optional<json::object> claimsOfIdToken(std::string_view token, const json::
     const bool isBelieved =
         isIssuer(textField(claims, "iss").value_or(""), rules.issuer) &&
         isForAudience(claims, rules.audience) && isOfNow(claims, rules.now) &&
+        isFresh(claims, rules.authenticatedSince) &&
         equalInConstantTime(textField(claims, "nonce").value_or(""), rules.nonce) &&
         !textField(claims, "sub").value_or("").empty();
     return isBelieved ? std::optional(std::move(pieces->claims)) : std::nullopt;

@@ -16,6 +16,8 @@ struct IdTokenRules {
     std::string audience; ///< the client identifier
     std::string nonce;    ///< the one that this login was begun with
     std::int64_t now = 0; ///< Unix seconds
+    /// The user must have logged in at the provider since then, as far as the token says when.
+    std::optional<std::int64_t> authenticatedSince = std::nullopt;
 };
 
 /// The claims of an OpenID identity token: signed by a key of `keySet` (RS256 or ES256), of this

@@ -22,7 +22,7 @@ LoginService::LoginService(LoginDependencies dependencies, SessionIssuer issuer,
         m_providers.push_back(
             makeOAuthProvider(provider, dependencies.upstream, dependencies.clock));
     }
-    if (settings.providers.empty() && settings.isLoopbackOnly) {
+    if (settings.providers.empty() && settings.isLoopbackOnly && m_origin.isOfThisMachine()) {
         for (const AuthProvider provider : allProviders) {
             m_providers.push_back(makeLocalIdentityProvider(provider));
         }

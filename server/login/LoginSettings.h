@@ -29,7 +29,8 @@ struct LoginSettings {
     /// end. Absent, it is what the request was sent to, which must then be this machine.
     std::optional<std::string> publicUrl;
     /// Whether nobody but programs of this machine can reach the service. Only then do local
-    /// pages stand in for the providers, and only while none is configured.
+    /// pages stand in for the providers, and only while none is configured and `publicUrl` names
+    /// no other machine.
     bool isLoopbackOnly = false;
 };
 

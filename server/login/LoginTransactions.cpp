@@ -140,7 +140,9 @@ void keepProvedIdentity(soci::session& sql, const std::string& id, const ProvedI
 
 bool markCompleted(soci::session& sql, const std::string& id, WallTime now) {
     const long long time = storedTime(now);
-    soci::statement mark = (sql.prepare << "UPDATE login_transactions SET completed_at = :now "
+    soci::statement mark = (sql.prepare << "UPDATE login_transactions SET completed_at = :now, "
+                                           "subject = NULL, email = NULL, email_verified = NULL, "
+                                           "suggested_name = NULL, handoff_hash = NULL "
                                            "WHERE id = :id AND completed_at IS NULL",
                             soci::use(time), soci::use(id));
     return changesOneRow(mark);

@@ -63,7 +63,7 @@ bool changeBrowser(soci::session& sql, const std::string& id, std::string_view f
 void keepProvedIdentity(soci::session& sql, const std::string& id, const ProvedIdentity& identity,
                         const std::string& handoffHash, WallTime handoffExpiresAt);
 
-/// Uses the login up. False where it was before.
+/// Uses the login up, and forgets who logged in. False where it was before.
 bool markCompleted(soci::session& sql, const std::string& id, WallTime now);
 
 } // namespace lumivane::service

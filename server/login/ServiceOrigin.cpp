@@ -29,6 +29,7 @@ ServiceOrigin::ServiceOrigin(const std::optional<std::string>& publicUrl)
         url.target.pop_back();
     }
     m_publicUrl = (url.isSecure ? "https://" : "http://") + url.hostField() + url.target;
+    m_isOfThisMachine = isLoopbackHost(url.host);
     m_scope = {url.target + std::string(loginPath), url.isSecure};
 }
 

@@ -19,10 +19,14 @@ public:
     /// lead here must not be taken for the service.
     std::optional<std::string> baseFor(const RequestHead& head) const;
 
+    /// Whether the address is one that only this machine's browsers can mean.
+    bool isOfThisMachine() const { return m_isOfThisMachine; }
+
     const CookieScope& cookieScope() const { return m_scope; }
 
 private:
     std::optional<std::string> m_publicUrl;
+    bool m_isOfThisMachine = true;
     CookieScope m_scope;
 };
 

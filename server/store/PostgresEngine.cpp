@@ -1,6 +1,7 @@
 #include "server/store/PostgresEngine.h"
 
 #include "server/store/ConnectionPool.h"
+#include "server/store/PostgresUrl.h"
 #include "server/store/StoreEngine.h"
 #include "server/store/StoreError.h"
 #include "server/store/WallClock.h"
@@ -72,13 +73,6 @@ void pauseBefore(int attempt) {
         std::chrono::milliseconds(std::uniform_int_distribution<std::int64_t>(0, most)(random)));
 }
 
-std::string withConnectTimeout(const std::string& url) {
-    if (url.find("connect_timeout=") != std::string::npos) {
-        return url;
-    }
-    return url + (url.find('?') == std::string::npos ? "?" : "&") + "connect_timeout=5";
-}
-
 void rollBack(soci::session& sql) noexcept {
     try {
         sql << "ROLLBACK";
@@ -93,7 +87,7 @@ void rollBack(soci::session& sql) noexcept {
 class PostgresEngine final : public StoreEngine {
 public:
     explicit PostgresEngine(const DatabaseSettings& settings)
-        : m_url(withConnectTimeout(settings.location))
+        : m_url(withPostgresTimeouts(settings.location))
         , m_patience(settings.patience)
         , m_pool(settings.connections) {}
 

@@ -14,8 +14,8 @@ CREATE TABLE service_secrets (
     value TEXT NOT NULL
 ))sql";
 
-// One person. device_id is the machine that held the account last; whether it still does is told
-// by an open session. handle_folded is what handles are compared by.
+// One person. device_id is the machine that held the account last, which nobody asks for: whether
+// one still does is told by an open session. handle_folded is what handles are compared by.
 constexpr const char* accounts = R"sql(
 CREATE TABLE accounts (
     id            TEXT PRIMARY KEY,
@@ -101,9 +101,20 @@ constexpr const char* accessTokensBySession =
 constexpr const char* accessTokensByExpiry =
     "CREATE INDEX access_tokens_by_expiry ON access_tokens (expires_at)";
 
+// Logins that the account's owner has taken off it. They do not come back by their address alone.
+constexpr const char* unlinkedIdentities = R"sql(
+CREATE TABLE unlinked_identities (
+    account_id TEXT NOT NULL REFERENCES accounts (id) ON DELETE CASCADE,
+    provider   TEXT NOT NULL,
+    subject    TEXT NOT NULL,
+    PRIMARY KEY (account_id, provider, subject)
+))sql";
+
 // A login under way, from its start until the client has fetched what came of it. session_id and
 // account_id are those of the person who links or confirms; the identity columns are what the
-// provider proved. provider_verifier is the one secret kept as it is: the provider asks for it.
+// provider proved, until the login is fetched. state_hash is that of the browser's secret, empty
+// before a browser came and "used" after it came back; provider_verifier is empty, since the
+// verifier follows from the same secret.
 constexpr const char* loginTransactions = R"sql(
 CREATE TABLE login_transactions (
     id                 TEXT PRIMARY KEY,
@@ -198,6 +209,7 @@ const std::vector<Migration>& migrations() {
              takeoverTicketsByExpiry,
              reauthProofs, reauthProofsByAccount, reauthProofsBySession, reauthProofsByExpiry,
              handleFilters}},
+        {2, {unlinkedIdentities}},
     };
     // clang-format on
     return steps;

@@ -72,8 +72,8 @@ TEST_F(AccountConfigurationTest, TheDatabaseIsAServerOrAnAbsolutePath) {
 }
 
 TEST_F(AccountConfigurationTest, ThePublicAddressIsABareOrigin) {
-    for (const char* text : {"https://a.example", "https://a.example:444", "http://127.0.0.1:8787",
-                             "http://localhost", "http://[::1]:1"}) {
+    for (const char* text : {"http://127.0.0.1:8787", "http://localhost", "http://[::1]:1",
+                             "https://localhost:8443"}) {
         EXPECT_EQ(errorWith("public_base_url", text), "accepted") << text;
     }
     for (const char* text : {"", "a.example", "https://", "https://u@a.example",
@@ -89,14 +89,29 @@ TEST_F(AccountConfigurationTest, ThePublicAddressIsABareOrigin) {
             << text;
     }
     settings.clear();
+    set("behind_proxy", "true");
     set("public_base_url", "https://a.example/");
     EXPECT_EQ(read().publicBaseUrl, "https://a.example");
 }
 
+TEST_F(AccountConfigurationTest, AnAddressForOtherMachinesNeedsTheProxySetting) {
+    for (const char* text : {"https://a.example", "https://a.example:444", "https://10.0.0.5",
+                             "https://localhost.a.example"}) {
+        EXPECT_EQ(errorWith("public_base_url", text),
+                  "setting \"public_base_url\" is for users of other machines and needs "
+                  "\"behind_proxy\"")
+            << text;
+        set("behind_proxy", "false");
+        EXPECT_THROW(read(), ConfigurationError) << text;
+        set("behind_proxy", "true");
+        EXPECT_EQ(read().publicBaseUrl, text);
+    }
+}
+
 TEST_F(AccountConfigurationTest, NumbersHaveBounds) {
-    for (const char* text : {"0", "1441", "-1", "1.5", "", "1 ", "x"}) {
+    for (const char* text : {"0", "4", "1441", "-1", "1.5", "", "1 ", "x"}) {
         EXPECT_EQ(errorWith("access_token_minutes", text),
-                  "setting \"access_token_minutes\" must be a number from 1 to 1440")
+                  "setting \"access_token_minutes\" must be a number from 5 to 1440")
             << text;
     }
     EXPECT_EQ(errorWith("refresh_token_days", "3651"),

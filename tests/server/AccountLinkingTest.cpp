@@ -218,6 +218,43 @@ TEST_P(AccountLinkingTest, UnlinkingLeavesTheOther) {
     EXPECT_EQ(unlink("apple", token).errorCode(), "not_found");
 }
 
+TEST_P(AccountLinkingTest, AnAccountBeginsWithANameThatItsOwnerCanSaveAgain) {
+    const auto nameOf = [this](const std::string& suggested, const std::string& email) {
+        const TestResponse response = logIn("google", suggested, email);
+        return std::string(
+            objectIn(response).at("user").as_object().at("display_name").as_string());
+    };
+    EXPECT_EQ(nameOf(std::string(60, 'a'), "a@example.org"), std::string(60, 'a'));
+    EXPECT_EQ(nameOf(std::string(61, 'b'), "b@example.org"), std::string(59, 'b') + "…");
+    EXPECT_EQ(nameOf("Ada\u2028Lovelace", "c@example.org"), "Lumivane user");
+}
+
+TEST_P(AccountLinkingTest, AnUnlinkedLoginDoesNotComeBackByItsAddress) {
+    const std::string token = tokenOf("google", "ada");
+    withToken("github", "link", token, "Ada", "ada@example.org");
+    EXPECT_EQ(linked(unlink("github", token)), (boost::json::array{"google"}));
+
+    const TestResponse response = logIn("github", "Ada", "ada@example.org");
+    ASSERT_EQ(response.status, 200);
+    EXPECT_EQ(objectIn(response).at("user").as_object().at("linked_providers"),
+              (boost::json::array{"github"}));
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM accounts"), 2);
+}
+
+TEST_P(AccountLinkingTest, LinkingAgainMakesGoodAnUnlinking) {
+    const std::string token = tokenOf("google", "ada");
+    withToken("github", "link", token, "Ada", "ada@example.org");
+    unlink("github", token);
+    withToken("github", "link", token, "Ada", "ada@example.org");
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM identities"), 2);
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM unlinked_identities"), 0);
+
+    unlink("github", token);
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM unlinked_identities"), 1);
+    store().execute("DELETE FROM accounts");
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM unlinked_identities"), 0);
+}
+
 TEST_P(AccountLinkingTest, UnlinkingBothAtOnceLeavesOne) {
     const std::string token = tokenOf("google", "ada");
     withToken("github", "link", token, "Ada", "other@example.org");
@@ -240,6 +277,35 @@ TEST_P(AccountLinkingTest, AnAccountIsDeletedWithAllThatBelongsToIt) {
         EXPECT_EQ(store().number("SELECT COUNT(*) FROM " + std::string(table)), 1) << table;
     }
     EXPECT_EQ(store().number("SELECT COUNT(*) FROM reauth_proofs"), 0);
+}
+
+TEST_P(AccountLinkingTest, AFinishedLoginForgetsWhoItWas) {
+    tokenOf("google", "ada");
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM login_transactions"), 1);
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM login_transactions WHERE subject IS NOT NULL "
+                             "OR email IS NOT NULL OR email_verified IS NOT NULL "
+                             "OR suggested_name IS NOT NULL OR handoff_hash IS NOT NULL"),
+              0);
+}
+
+TEST_P(AccountLinkingTest, ADeletedAccountTakesItsUnfinishedLoginsWithIt) {
+    const std::string token = tokenOf("google", "ada");
+    const ProgramLogin pending = program().begin("google");
+    const std::string handoff = handoffFor(pending, "Ada", "ada@example.org");
+    const ProgramLogin others = program().begin("google");
+    handoffFor(others, "Bob", "bob@example.org");
+    const std::string proof = textIn(
+        withToken("google", "delete_reauth", token, "Ada", "ada@example.org"), "reauth_proof");
+    EXPECT_EQ(remove(proof, token).status, 204);
+
+    EXPECT_EQ(
+        store().number("SELECT COUNT(*) FROM login_transactions WHERE email = 'ada@example.org'"),
+        0);
+    EXPECT_EQ(
+        store().number("SELECT COUNT(*) FROM login_transactions WHERE email = 'bob@example.org'"),
+        1);
+    EXPECT_EQ(program().complete(pending, handoff).status, 401);
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM accounts"), 0);
 }
 
 TEST_P(AccountLinkingTest, AnotherAccountConfirmsNothing) {

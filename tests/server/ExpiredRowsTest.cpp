@@ -93,6 +93,20 @@ TEST_P(ExpiredRowsTest, LoginsUnderWayAndProofsGoAsWell) {
     EXPECT_EQ(openSessions(), 1);
 }
 
+TEST_P(ExpiredRowsTest, ALoginThatNobodyFinishedGoesFiveMinutesAfterItsEnd) {
+    store().execute("INSERT INTO login_transactions (id, provider, intent, code_challenge, "
+                    "state_hash, created_at, expires_at, subject, email) "
+                    "VALUES ('t', 'github', 'sign_in', 'c', 'used', 1, " +
+                    std::to_string(storedTime(clock().now())) + ", '7', 'ada@example.org')");
+    clock().advance(5min - 1ms);
+    clean();
+    EXPECT_EQ(rows("login_transactions"), 1);
+
+    clock().advance(1ms);
+    clean();
+    EXPECT_EQ(rows("login_transactions"), 0);
+}
+
 TEST_P(ExpiredRowsTest, MoreRowsThanOneStepTakesGoAtOnce) {
     login();
     database().transact([](soci::session& sql) {

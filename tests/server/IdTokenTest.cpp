@@ -130,4 +130,18 @@ TEST_P(IdTokenTest, AKeySetThatIsNoneIsNotBelieved) {
     EXPECT_FALSE(claimsOfIdToken(token, meant, rules()));
 }
 
+TEST_P(IdTokenTest, AnOldLoginIsNotBelievedWhereAFreshOneWasAskedFor) {
+    IdTokenRules fresh = rules();
+    fresh.authenticatedSince = now - 600;
+    const auto isFresh = [&](const json::object& said) {
+        return claimsOfIdToken(maker.sign(said), json::parse(maker.keySet()), fresh).has_value();
+    };
+    EXPECT_TRUE(isFresh(claims()));
+    EXPECT_TRUE(isFresh(with("auth_time", now)));
+    EXPECT_TRUE(isFresh(with("auth_time", now - 660)));
+    EXPECT_FALSE(isFresh(with("auth_time", now - 661)));
+    EXPECT_FALSE(isFresh(with("auth_time", "now")));
+    EXPECT_TRUE(isBelieved(with("auth_time", now - 661)));
+}
+
 } // namespace lumivane::service::test

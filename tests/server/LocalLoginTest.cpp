@@ -158,6 +158,24 @@ TEST_P(LocalLoginTest, OnePersonIsOneAccountWhoeverVouches) {
     EXPECT_FALSE(objectIn(facebook).at("user").as_object().contains("verified_email"));
 }
 
+TEST_P(LocalLoginTest, WhoComesThroughAProxyIsNotBelieved) {
+    const ProgramLogin login = program().begin("github");
+    TestBrowser visitor = browser();
+    visitor.forwardedFor = "192.0.2.1";
+    EXPECT_EQ(visitor.get(login.path).status, 421);
+
+    visitor.forwardedFor.clear();
+    const TestResponse page = visitor.get(login.path);
+    EXPECT_EQ(page.status, 200);
+    visitor.forwardedFor = "127.0.0.1";
+    const TextFields fields{{"form_token", formTokenIn(page)},
+                            {"name", "Ada"},
+                            {"email", "ada@example.org"},
+                            {"action", "continue"}};
+    EXPECT_EQ(visitor.post(login.path, fields).status, 421);
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM login_transactions WHERE subject IS NULL"), 1);
+}
+
 TEST_P(LocalLoginTest, NothingOfAUserIsLogged) {
     logIn("google", "Canary Name", "canary@example.org");
     EXPECT_THAT(server->log(), HasSubstr("login_submit"));

@@ -55,6 +55,7 @@ TestResponse TestBrowser::send(const std::string& what, const std::string& form)
         sent += (sent.empty() ? "" : "; ") + name + "=" + value;
     }
     bytes += sent.empty() ? "" : "Cookie: " + sent + "\r\n";
+    bytes += forwardedFor.empty() ? "" : "X-Forwarded-For: " + forwardedFor + "\r\n";
     if (!form.empty()) {
         bytes += "Content-Type: application/x-www-form-urlencoded\r\nContent-Length: " +
                  std::to_string(form.size()) + "\r\n";

@@ -59,6 +59,7 @@ public:
 
     std::map<std::string, std::string> cookies;
     std::string host;
+    std::string forwardedFor; ///< empty: no proxy in between
 
 private:
     void keepCookies(const std::string& lines);

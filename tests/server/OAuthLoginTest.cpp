@@ -162,6 +162,52 @@ TEST_P(OAuthLoginTest, GitHubGivesNumberNameAndPrimaryVerifiedAddress) {
     EXPECT_THAT(remote.requestTo("/emails"), HasSubstr("Authorization: Bearer at-1"));
 }
 
+TEST_P(OAuthLoginTest, AConfirmationAsksTheUserAgain) {
+    start();
+    answerAsGitHub();
+    const std::string token = textIn(logInAt("github"), "access_token");
+    const auto asked = [&](const std::string& provider, const std::string& intent) {
+        TestBrowser visitor = browser();
+        return open(visitor, program().begin(provider, intent, token));
+    };
+    EXPECT_EQ(asked("github", "delete_reauth").find("prompt"), "select_account");
+    EXPECT_EQ(asked("facebook", "delete_reauth").find("auth_type"), "reauthenticate");
+    EXPECT_EQ(asked("google", "delete_reauth").find("prompt"), "login");
+    EXPECT_EQ(asked("google", "delete_reauth").find("max_age"), "0");
+    for (const char* provider : {"google", "facebook", "github"}) {
+        for (const char* name : {"prompt", "max_age", "auth_type"}) {
+            EXPECT_FALSE(asked(provider, "sign_in").find(name)) << provider << " " << name;
+            EXPECT_FALSE(asked(provider, "link").find(name)) << provider << " " << name;
+        }
+    }
+}
+
+TEST_P(OAuthLoginTest, GoogleItselfIsToldNothingThatItDoesNotKnow) {
+    settings.providers.front().issuer.clear();
+    start();
+    answerAsGitHub();
+    const std::string token = textIn(logInAt("github"), "access_token");
+    TestBrowser visitor = browser();
+    const FormFields asked = open(visitor, program().begin("google", "delete_reauth", token));
+    EXPECT_EQ(asked.find("prompt"), "select_account");
+    EXPECT_FALSE(asked.find("max_age"));
+}
+
+TEST_P(OAuthLoginTest, AnOldLoginAtTheProviderConfirmsNothing) {
+    start();
+    answerAsGoogle({});
+    const std::string token = textIn(logInAt("google"), "access_token");
+    const auto confirm = [&](std::int64_t age) {
+        answerAsGoogle({{"auth_time", storedTime(clock().now()) / 1000 - age}});
+        TestBrowser visitor = browser();
+        const FormFields asked = open(visitor, program().begin("google", "delete_reauth", token));
+        prepare(asked);
+        return comeBack(visitor, "google", "code=c-1&state=" + std::string(*asked.find("state")));
+    };
+    EXPECT_EQ(redirectedValue(confirm(3600), "error"), "server_error");
+    EXPECT_NE(redirectedValue(confirm(5), "handoff_code"), "");
+}
+
 TEST_P(OAuthLoginTest, NoOtherAddressOfGitHubCounts) {
     start();
     for (const char* emails :
@@ -418,6 +464,13 @@ TEST_P(OAuthLoginTest, SettingsThatCannotWorkAreRefused) {
 TEST_P(OAuthLoginTest, WithoutProvidersNothingStandsInWhereOthersReachTheService) {
     settings.providers.clear();
     settings.isLoopbackOnly = false;
+    settings.publicUrl = "https://lumivane.example";
+    start();
+    EXPECT_EQ(program().ask("GET", "/v1/auth/providers", "").body, R"({"providers":[]})");
+}
+
+TEST_P(OAuthLoginTest, WithoutProvidersNothingStandsInAtAPublicAddress) {
+    settings.providers.clear();
     settings.publicUrl = "https://lumivane.example";
     start();
     EXPECT_EQ(program().ask("GET", "/v1/auth/providers", "").body, R"({"providers":[]})");

@@ -134,13 +134,13 @@ protected:
         return address.starts_with("/") ? address : pathOfUrl(address);
     }
 
-    static TestResponse submit(TestBrowser& visitor, const TestResponse& page,
-                               const std::string& login) {
+    TestResponse submit(TestBrowser& visitor, const TestResponse& page, const std::string& login) {
         const auto begin = page.body.find("action=\"") + 8;
         const std::string action = page.body.substr(begin, page.body.find('"', begin) - begin);
         const bool isLogin = page.body.find("value=\"login\"") != std::string::npos;
         TextFields fields{{"prompt", isLogin ? "login" : "consent"}};
         if (isLogin) {
+            ++passwords;
             fields.emplace_back("login", login);
             fields.emplace_back("password", "any");
         }
@@ -148,6 +148,7 @@ protected:
     }
 
     OpenIdProvider provider;
+    int passwords = 0; // how often the provider has asked for one
 };
 
 INSTANTIATE_TEST_SUITE_P(Engines, OpenIdLoginTest, everyEngine(), engineName);
@@ -170,6 +171,28 @@ TEST_P(OpenIdLoginTest, TheWholeWayEndsInALogin) {
     EXPECT_EQ(user.at("verified_email"), "ada@example.org");
     EXPECT_EQ(user.at("handle"), "real-ada");
     EXPECT_EQ(atService.get(pathOfUrl(back)).status, 410);
+}
+
+TEST_P(OpenIdLoginTest, AConfirmationIsALoginOfItsOwn) {
+    start();
+    TestBrowser atService = browser();
+    TestBrowser atProvider(provider.port());
+    const auto goThrough = [&](const ProgramLogin& login) {
+        const std::string back =
+            walk(atProvider, atService.get(login.path).headers.at("location"), "ada");
+        const TestResponse response = atService.get(pathOfUrl(back));
+        return program().complete(login, redirectedValue(response, "handoff_code"));
+    };
+    goThrough(program().begin("google"));
+    EXPECT_EQ(passwords, 1);
+    // The browser is still logged in at the provider.
+    const std::string token = textIn(goThrough(program().begin("google")), "access_token");
+    EXPECT_EQ(passwords, 1);
+
+    const TestResponse proof = goThrough(program().begin("google", "delete_reauth", token));
+    EXPECT_EQ(proof.status, 200);
+    EXPECT_NE(textIn(proof, "reauth_proof"), "");
+    EXPECT_EQ(passwords, 2);
 }
 
 TEST_P(OpenIdLoginTest, AWrongSecretIsNoLogin) {

@@ -28,17 +28,35 @@ TEST(RouteRates, LoginsShareOneCountOfAddresses) {
 }
 
 TEST(RouteRates, HandlesShareOneCountOfAccounts) {
-    auto routes = routesAt({"/v1/auth/handles/availability", "/v1/auth/handles/filter"});
+    auto routes =
+        routesAt({"/v1/auth/handles/availability", "/v1/auth/handles/filter", "/v1/auth/profile"});
     setRouteRates(routes, {});
+    for (const Route& route : routes) {
+        ASSERT_TRUE(route.rate.limiter) << route.path;
+        EXPECT_EQ(route.rate.limiter, routes.front().rate.limiter) << route.path;
+        EXPECT_EQ(route.rate.key, RouteRate::Key::account) << route.path;
+    }
+}
+
+TEST(RouteRates, TokensHaveAHigherCountOfAddressesOfTheirOwn) {
+    AccountConfiguration accounts;
+    accounts.loginsPerMinute = 2;
+    auto routes = routesAt({"/v1/auth/refresh", "/v1/auth/revoke", "/v1/auth/complete"});
+    setRouteRates(routes, accounts);
     ASSERT_TRUE(routes[0].rate.limiter);
     EXPECT_EQ(routes[0].rate.limiter, routes[1].rate.limiter);
-    EXPECT_EQ(routes[0].rate.key, RouteRate::Key::account);
-    EXPECT_EQ(routes[1].rate.key, RouteRate::Key::account);
+    EXPECT_NE(routes[0].rate.limiter, routes[2].rate.limiter);
+    EXPECT_EQ(routes[0].rate.key, RouteRate::Key::clientAddress);
+    EXPECT_EQ(routes[1].rate.key, RouteRate::Key::clientAddress);
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        EXPECT_FALSE(routes[0].rate.limiter->take("a")) << attempt;
+    }
+    EXPECT_TRUE(routes[1].rate.limiter->take("a"));
 }
 
 TEST(RouteRates, AllOthersHaveNone) {
-    auto routes = routesAt({"/healthz", "/metrics", "/v1/analyze", "/v1/auth/refresh",
-                            "/v1/auth/providers", "/v1/auth/me", "/v1/auth/profile"});
+    auto routes = routesAt({"/healthz", "/metrics", "/v1/analyze", "/v1/auth/providers",
+                            "/v1/auth/me", "/v1/auth/devices"});
     setRouteRates(routes, {});
     for (const Route& route : routes) {
         EXPECT_FALSE(route.rate.limiter) << route.path;

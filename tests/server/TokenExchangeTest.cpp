@@ -1,4 +1,6 @@
 #include "server/AccountFixture.h"
+#include "server/accounts/ExpiredRows.h"
+#include "server/accounts/SessionAuthorizer.h"
 
 #include <atomic>
 #include <mutex>
@@ -13,7 +15,17 @@ namespace {
 
 class TokenExchangeTest : public AccountTest {
 protected:
+    ~TokenExchangeTest() override { m_pool.join(); }
+
     long long refreshTokens() { return store().number("SELECT COUNT(*) FROM refresh_tokens"); }
+
+    bool isLetIn(const std::string& accessToken) {
+        SessionAuthorizer authorizer(database(), clock(), m_pool);
+        return std::holds_alternative<Principal>(authorizer.judge(accessToken));
+    }
+
+private:
+    boost::asio::thread_pool m_pool{1};
 };
 
 INSTANTIATE_TEST_SUITE_P(Engines, TokenExchangeTest, everyEngine(), engineName);
@@ -43,16 +55,48 @@ TEST_P(TokenExchangeTest, ATokenIsExchangedForNewOnes) {
     EXPECT_EQ(store().number("SELECT last_seen_at FROM devices"), storedTime(clock().now()));
 }
 
-TEST_P(TokenExchangeTest, ARepeatedPairGivesTheSameByteForByteAtAnyLaterTime) {
+TEST_P(TokenExchangeTest, ARepeatedPairGivesTheSameByteForByteWhileTheAccessTokenLasts) {
     const IssuedLogin first = login();
     const IssuedLogin second = refresh(first.tokens.refreshToken);
-    clock().advance(std::chrono::days(59));
+    clock().advance(13min - 1ms);
 
     const IssuedLogin again = refresh(first.tokens.refreshToken);
 
     EXPECT_TRUE(isSame(again.tokens, second.tokens));
     EXPECT_EQ(refreshTokens(), 2);
     EXPECT_EQ(store().number("SELECT COUNT(*) FROM access_tokens"), 2);
+}
+
+TEST_P(TokenExchangeTest, ALateRepeatGivesTheSameTokensAndRenewsTheAccess) {
+    const IssuedLogin first = login();
+    const IssuedLogin second = refresh(first.tokens.refreshToken);
+    for (const std::chrono::milliseconds wait :
+         {std::chrono::milliseconds(13min), std::chrono::milliseconds(1h),
+          std::chrono::milliseconds(std::chrono::days(57))}) {
+        clock().advance(wait);
+        deleteExpiredRows(database(), clock().now());
+
+        const IssuedLogin again = refresh(first.tokens.refreshToken);
+
+        EXPECT_EQ(again.tokens.accessToken, second.tokens.accessToken);
+        EXPECT_EQ(again.tokens.refreshToken, second.tokens.refreshToken);
+        EXPECT_EQ(again.tokens.refreshExpiresAt, second.tokens.refreshExpiresAt);
+        EXPECT_EQ(again.tokens.accessExpiresAt, clock().now() + 15min);
+        EXPECT_TRUE(isLetIn(again.tokens.accessToken));
+        EXPECT_TRUE(isSame(refresh(first.tokens.refreshToken).tokens, again.tokens));
+    }
+    EXPECT_EQ(refreshTokens(), 2);
+    EXPECT_EQ(openSessions(), 1);
+}
+
+TEST_P(TokenExchangeTest, ARepeatRenewsNothingOnceTheSessionHasGoneOn) {
+    const IssuedLogin first = login();
+    const IssuedLogin second = refresh(first.tokens.refreshToken);
+    refresh(second.tokens.refreshToken, operationY);
+    clock().advance(1h);
+
+    EXPECT_TRUE(isSame(refresh(first.tokens.refreshToken).tokens, second.tokens));
+    EXPECT_FALSE(isLetIn(second.tokens.accessToken));
 }
 
 TEST_P(TokenExchangeTest, ARepeatedPairGivesTheSameOnAnotherReplica) {
