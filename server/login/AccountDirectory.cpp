@@ -99,16 +99,6 @@ bool hasProvider(soci::session& sql, const std::string& accountId, AuthProvider 
     return count > 0;
 }
 
-bool wasUnlinked(soci::session& sql, const std::string& accountId, AuthProvider provider,
-                 const std::string& subject) {
-    const std::string providerName(rawValue(provider));
-    long long count = 0;
-    sql << "SELECT COUNT(*) FROM unlinked_identities WHERE account_id = :account "
-           "AND provider = :provider AND subject = :subject",
-        soci::use(accountId), soci::use(providerName), soci::use(subject), soci::into(count);
-    return count > 0;
-}
-
 } // namespace
 
 std::optional<std::string> findAccountOf(soci::session& sql, AuthProvider provider,
@@ -127,9 +117,8 @@ std::string accountForSignIn(soci::session& sql, AuthProvider provider,
         return *known;
     }
     const auto related = findAccountByEmail(sql, identity);
-    const bool canLink = related && claimAccount(sql, *related) &&
-                         !hasProvider(sql, *related, provider) &&
-                         !wasUnlinked(sql, *related, provider, identity.subject);
+    const bool canLink =
+        related && claimAccount(sql, *related) && !hasProvider(sql, *related, provider);
     std::string account = canLink ? *related : makeAccount(sql, identity, now);
     insertIdentity(sql, account, provider, identity, now);
     return account;
@@ -148,10 +137,6 @@ Linking linkIdentity(soci::session& sql, const std::string& accountId, AuthProvi
         return Linking::providerTaken;
     }
     insertIdentity(sql, accountId, provider, identity, now);
-    const std::string providerName(rawValue(provider));
-    sql << "DELETE FROM unlinked_identities WHERE account_id = :account "
-           "AND provider = :provider AND subject = :subject",
-        soci::use(accountId), soci::use(providerName), soci::use(identity.subject);
     return Linking::linked;
 }
 
@@ -166,11 +151,6 @@ Unlinking unlinkIdentity(soci::session& sql, const std::string& accountId, AuthP
         return Unlinking::lastIdentity;
     }
     const std::string providerName(rawValue(provider));
-    sql << "INSERT INTO unlinked_identities (account_id, provider, subject) "
-           "SELECT account_id, provider, subject FROM identities "
-           "WHERE account_id = :account AND provider = :provider "
-           "ON CONFLICT (account_id, provider, subject) DO NOTHING",
-        soci::use(accountId), soci::use(providerName);
     sql << "DELETE FROM identities WHERE account_id = :account AND provider = :provider",
         soci::use(accountId), soci::use(providerName);
     return Unlinking::unlinked;

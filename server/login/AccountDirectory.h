@@ -15,8 +15,8 @@ namespace lumivane::service {
 /// Which identities open which accounts; all run within the caller's transaction.
 
 /// The account that an identity opens: the one it is linked to; else the only one that has the
-/// same address, where both sides' providers have verified it and its owner has not unlinked it, to
-/// which it is then linked; else a new one.
+/// same address, where both sides' providers have verified it, to which it is then linked; else a
+/// new one.
 std::string accountForSignIn(soci::session& sql, AuthProvider provider,
                              const ProvedIdentity& identity, WallTime now);
 
@@ -38,7 +38,6 @@ enum class Unlinking {
     lastIdentity ///< without it nobody could open the account
 };
 
-/// From then on only `linkIdentity` brings the identity back to the account.
 Unlinking unlinkIdentity(soci::session& sql, const std::string& accountId, AuthProvider provider);
 
 /// Removes an account with everything that belongs to it.

@@ -101,15 +101,6 @@ constexpr const char* accessTokensBySession =
 constexpr const char* accessTokensByExpiry =
     "CREATE INDEX access_tokens_by_expiry ON access_tokens (expires_at)";
 
-// Logins that the account's owner has taken off it. They do not come back by their address alone.
-constexpr const char* unlinkedIdentities = R"sql(
-CREATE TABLE unlinked_identities (
-    account_id TEXT NOT NULL REFERENCES accounts (id) ON DELETE CASCADE,
-    provider   TEXT NOT NULL,
-    subject    TEXT NOT NULL,
-    PRIMARY KEY (account_id, provider, subject)
-))sql";
-
 // A login under way, from its start until the client has fetched what came of it. session_id and
 // account_id are those of the person who links or confirms; the identity columns are what the
 // provider proved, until the login is fetched. state_hash is that of the browser's secret, empty
@@ -209,7 +200,6 @@ const std::vector<Migration>& migrations() {
              takeoverTicketsByExpiry,
              reauthProofs, reauthProofsByAccount, reauthProofsBySession, reauthProofsByExpiry,
              handleFilters}},
-        {2, {unlinkedIdentities}},
     };
     // clang-format on
     return steps;

@@ -67,7 +67,8 @@ QByteArray AccountMachine::storedSession() const {
 }
 
 QByteArray AccountMachine::deviceIdentifier() const {
-    return desktop.keyring.readByTool(SystemDeviceIdentity::service, SystemDeviceIdentity::account);
+    return desktop.keyring.readByTool(SystemDeviceIdentity::ordinaryService,
+                                      SystemDeviceIdentity::account);
 }
 
 } // namespace lumivane::test

@@ -174,8 +174,8 @@ TEST_P(DatabaseTest, ADatabaseOfANewerVersionIsRefused) {
 TEST_P(DatabaseTest, ReplicasThatStartAtOnceMakeOneSchema) {
     for (const auto& table :
          {"handle_filters", "reauth_proofs", "takeover_tickets", "login_transactions",
-          "unlinked_identities", "access_tokens", "refresh_tokens", "sessions", "devices",
-          "identities", "accounts", "service_secrets", "schema_migrations"}) {
+          "access_tokens", "refresh_tokens", "sessions", "devices", "identities", "accounts",
+          "service_secrets", "schema_migrations"}) {
         store().execute(std::string("DROP TABLE ") + table);
     }
     std::vector<std::jthread> threads;
