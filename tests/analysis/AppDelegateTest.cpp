@@ -156,7 +156,8 @@ TEST_F(AppDelegateTest, ALaunchMakesTheModelThenTheStatusItemThenStarts) {
     EXPECT_EQ(steps(), QStringList({u"sharedModel"_qs, u"createStatusItem"_qs}));
     EXPECT_EQ(lifecycle(),
               std::vector<std::string>({"App model initialized", "Lumivane launched; version=0.3.0",
-                                        "Starting app model; configured=1 paused=0"}));
+                                        "Starting app model; configured=1 paused=0",
+                                        "Looked for a session; signedIn=1"}));
     EXPECT_EQ(logged("lifecycle", LogLevel::standard, "Lumivane launched; version=0.3.0"), 1);
 }
 
