@@ -2,14 +2,14 @@
 add_library(lumivane_service_load STATIC ServiceLoad.cpp SeededAccounts.cpp)
 target_include_directories(lumivane_service_load PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
 target_link_libraries(lumivane_service_load
-  PUBLIC lumivane_server_accounts Threads::Threads
-  PRIVATE lumivane_flags)
+  PRIVATE lumivane_flags
+  PUBLIC lumivane_server_accounts Threads::Threads)
 target_compile_definitions(lumivane_service_load PRIVATE
   LUMIVANE_SERVICE_EXECUTABLE="$<TARGET_FILE:lumivane-service>")
 
 foreach(program bench_service bench_mixed bench_replicas)
   add_executable(${program} ${program}.cpp)
-  target_link_libraries(${program} PRIVATE lumivane_service_load lumivane_flags)
+  target_link_libraries(${program} PRIVATE lumivane_flags lumivane_service_load)
   add_dependencies(${program} lumivane-service)
 endforeach()
 

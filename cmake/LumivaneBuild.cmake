@@ -54,6 +54,8 @@ endfunction()
 # One executable, one ctest entry per test case. MAIN chooses the application object behind it; with
 # x it stands on an X server of its own, see support/PanelDesktop.h, with x_bus on a session bus as
 # well, and with x_accessible on an accessibility bus besides.
+# The target unit_tests builds what carries the label unit, and no more.
+add_custom_target(unit_tests)
 function(lumivane_test name)
   cmake_parse_arguments(ARG "" "LABEL;MAIN;TIMEOUT" "SOURCES;LINKS" ${ARGN})
   if(NOT ARG_LABEL)
@@ -66,6 +68,9 @@ function(lumivane_test name)
     set(ARG_TIMEOUT 60)
   endif()
   add_executable(${name} ${ARG_SOURCES})
+  if(ARG_LABEL STREQUAL "unit")
+    add_dependencies(unit_tests ${name})
+  endif()
   target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/src" "${CMAKE_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE lumivane_flags ${ARG_LINKS} GTest::gmock)
   if(ARG_MAIN STREQUAL "plain")
