@@ -15,14 +15,12 @@ endforeach()
 
 # The database server that the tests start as well.
 find_package(PostgreSQL REQUIRED)
-file(GLOB postgres_programs /usr/lib/postgresql/*/bin)
-list(SORT postgres_programs COMPARE NATURAL ORDER DESCENDING)
-list(GET postgres_programs 0 postgres_programs)
+include(PostgresPrograms)
 target_sources(bench_replicas PRIVATE ReplicaClient.cpp
   "${CMAKE_SOURCE_DIR}/tests/server/PostgresServer.cpp")
 target_include_directories(bench_replicas PRIVATE "${CMAKE_SOURCE_DIR}/tests")
 target_link_libraries(bench_replicas PRIVATE
   ${LUMIVANE_SOCI_POSTGRES} PostgreSQL::PostgreSQL lumivane_test_waiting)
 target_compile_definitions(bench_replicas PRIVATE
-  LUMIVANE_POSTGRES_PROGRAMS="${postgres_programs}"
+  LUMIVANE_POSTGRES_PROGRAMS="${LUMIVANE_POSTGRES_PROGRAMS}"
   LUMIVANE_POSTGRES_TEMPLATE="${CMAKE_BINARY_DIR}/postgres-template")

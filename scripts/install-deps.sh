@@ -35,7 +35,7 @@ build_packages=(
   libice-dev libsm-dev
   # the service
   libboost1.81-dev libboost-json1.81-dev libboost-url1.81-dev libboost-container1.81-dev
-  libboost-system1.81-dev libsoci-dev libsqlite3-dev libssl-dev
+  libboost-system1.81-dev libsoci-dev libpq-dev libsqlite3-dev libssl-dev
   # every configured tree holds the tests and the benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
 )
