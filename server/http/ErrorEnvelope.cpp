@@ -25,6 +25,11 @@ HttpResponse errorResponse(int status, std::string_view code, std::string_view m
 
 HttpResponse refusalResponse(const Refusal& refusal, std::string_view requestId) {
     HttpResponse response = errorResponse(refusal.status, refusal.code, refusal.message, requestId);
+    addRefusalHeaders(response, refusal);
+    return response;
+}
+
+void addRefusalHeaders(HttpResponse& response, const Refusal& refusal) {
     if (refusal.status == 401) {
         response.headers.emplace_back("WWW-Authenticate", "Bearer realm=\"lumivane\"");
     }
@@ -32,7 +37,6 @@ HttpResponse refusalResponse(const Refusal& refusal, std::string_view requestId)
     if (wait > 0s) {
         response.headers.emplace_back("Retry-After", std::to_string(wait.count()));
     }
-    return response;
 }
 
 Refusal rateLimited(std::chrono::seconds wait) {

@@ -20,6 +20,9 @@ HttpResponse errorResponse(int status, std::string_view code, std::string_view m
 /// where there is a time to wait, of a second at least with 503.
 HttpResponse refusalResponse(const Refusal& refusal, std::string_view requestId);
 
+/// Adds those headers to a refusal in another form.
+void addRefusalHeaders(HttpResponse& response, const Refusal& refusal);
+
 /// 429 "rate_limited".
 Refusal rateLimited(std::chrono::seconds wait);
 

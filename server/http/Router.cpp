@@ -72,13 +72,12 @@ std::string clientNetwork(const std::string& address) {
     return {bytes.begin(), bytes.begin() + 8};
 }
 
-std::optional<HttpResponse> judgeRate(const RouteRate& rate, std::string_view key,
-                                      std::string_view requestId) {
+std::optional<Refusal> judgeRate(const RouteRate& rate, std::string_view key) {
     if (!rate.limiter) {
         return std::nullopt;
     }
     const auto wait = rate.limiter->take(key);
-    return wait ? std::optional(refusalResponse(rateLimited(*wait), requestId)) : std::nullopt;
+    return wait ? std::optional(rateLimited(*wait)) : std::nullopt;
 }
 
 bool namesType(std::string_view contentType, std::string_view wanted) {
@@ -143,21 +142,21 @@ asio::awaitable<Admission> Router::admit(RequestHead head, std::string requestId
         admission.pathParameter = parameter.value_or(std::string_view());
     }
     const RouteRate& rate = admission.route->rate;
+    std::optional<Refusal> refusal;
     if (rate.key == RouteRate::Key::clientAddress) {
-        admission.refusal = judgeRate(rate, clientNetwork(clientAddress), requestId);
-        if (admission.refusal) {
-            co_return admission;
-        }
+        refusal = judgeRate(rate, clientNetwork(clientAddress));
     }
-    std::optional<Refusal> refusal = co_await authorize(head, admission);
+    if (!refusal) {
+        refusal = co_await authorize(head, admission);
+    }
     if (!refusal && rate.key == RouteRate::Key::account && admission.principal) {
-        admission.refusal = judgeRate(rate, admission.principal->accountId, requestId);
+        refusal = judgeRate(rate, admission.principal->accountId);
     }
-    if (!refusal && !admission.refusal) {
+    if (!refusal) {
         refusal = judgeContent(*admission.route, head);
     }
     if (refusal) {
-        admission.refusal = refusalResponse(*refusal, requestId);
+        admission.refusal = admission.route->refusalForm(*refusal, requestId);
     }
     co_return admission;
 }

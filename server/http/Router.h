@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/http/Authorizer.h"
+#include "server/http/ErrorEnvelope.h"
 #include "server/http/HttpMessage.h"
 #include "server/http/RateLimiter.h"
 
@@ -41,6 +42,9 @@ struct RouteRate {
 /// Answers one request on the network thread. It may throw: the caller answers 500.
 using Handler = std::function<boost::asio::awaitable<HttpResponse>(HttpRequest request)>;
 
+/// How a route's refusals and failures are put: the envelope, or a page for a person's browser.
+using RefusalForm = HttpResponse (*)(const Refusal& refusal, std::string_view requestId);
+
 struct Route {
     std::string name; ///< for logs
     HttpMethod method = HttpMethod::get;
@@ -50,6 +54,7 @@ struct Route {
     std::uint64_t bodyBytes = 64 * 1024; ///< at most, and never more than the server's own limit
     Waiting waiting = Waiting::brief;
     RouteRate rate = {};
+    RefusalForm refusalForm = refusalResponse;
     Handler handler;
 };
 

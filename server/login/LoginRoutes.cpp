@@ -1,6 +1,8 @@
+#include "server/accounts/AccountError.h"
 #include "server/accounts/AnswerOnPool.h"
 #include "server/login/LoginEndpoints.h"
 #include "server/login/LoginPages.h"
+#include "server/store/StoreError.h"
 
 namespace lumivane::service {
 
@@ -13,11 +15,24 @@ using PageOperation = asio::awaitable<HttpResponse> (*)(LoginService& service, H
 
 constexpr std::uint64_t bodyBytes = 16 * 1024;
 
-HttpResponse storageFailurePage() {
-    HttpResponse response =
-        htmlResponse(troublePage(503, "Login is temporarily unavailable",
-                                 "Wait a moment, go back to Lumivane and start the login again."));
-    response.headers.emplace_back("Retry-After", "1");
+// What a person reads where a program would get the envelope.
+HtmlPage troublePageOf(const Refusal& refusal) {
+    if (refusal.status == 429) {
+        const std::string seconds = std::to_string(refusal.retryAfter.count());
+        return troublePage(429, "Too many logins from this network",
+                           "Wait " + seconds + " s and load this page again.");
+    }
+    if (refusal.status >= 500) {
+        return troublePage(refusal.status, "Login is temporarily unavailable",
+                           "Wait a moment, go back to Lumivane and start the login again.");
+    }
+    return troublePage(refusal.status, "The service cannot take this request",
+                       "Go back to Lumivane and start the login again.");
+}
+
+HttpResponse refusalPage(const Refusal& refusal, std::string_view /*requestId*/) {
+    HttpResponse response = htmlResponse(troublePageOf(refusal));
+    addRefusalHeaders(response, refusal);
     return response;
 }
 
@@ -28,7 +43,7 @@ asio::awaitable<HttpResponse> answerWithPage(LoginService& service, PageOperatio
         co_return co_await std::move(answering);
     } catch (const StoreError&) {
     }
-    co_return storageFailurePage();
+    co_return refusalPage(storageUnavailable(), {});
 }
 
 Route openRoute(std::string name, HttpMethod method, std::string path, BodyRule bodyRule) {
@@ -81,12 +96,13 @@ std::vector<Route> loginRoutes(LoginService& service) {
     add(openRoute("account_delete", remove, "/v1/account", json),
         onPool(service, LoginEndpoints::deleteAccount))
         .access = Access::session;
-    add(openRoute("login_open", get, "/v1/auth/login/{}", none),
-        withPage(service, BrowserEndpoints::open));
-    add(openRoute("login_submit", post, "/v1/auth/login/{}", form),
-        withPage(service, BrowserEndpoints::submit));
-    add(openRoute("login_callback", get, "/v1/auth/callback/{}", none),
-        withPage(service, BrowserEndpoints::comeBack));
+    const auto addPage = [&add, &service](Route route, PageOperation operation) {
+        add(std::move(route), withPage(service, operation)).refusalForm = refusalPage;
+    };
+    addPage(openRoute("login_open", get, "/v1/auth/login/{}", none), BrowserEndpoints::open);
+    addPage(openRoute("login_submit", post, "/v1/auth/login/{}", form), BrowserEndpoints::submit);
+    addPage(openRoute("login_callback", get, "/v1/auth/callback/{}", none),
+            BrowserEndpoints::comeBack);
     return routes;
 }
 

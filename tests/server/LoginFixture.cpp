@@ -14,11 +14,12 @@ namespace lumivane::service::test {
 
 namespace json = boost::json;
 
-LoginServer::LoginServer(TestStore& store, const WallClock& clock, const LoginSettings& settings)
+LoginServer::LoginServer(TestStore& store, const WallClock& clock, const LoginSettings& settings,
+                         std::shared_ptr<RateLimiter> limiter)
     : m_service(LoginDependencies{store.database(), clock, *m_upstream, m_pool},
                 SessionIssuer(SessionSettings()), settings)
     , m_authorizer(store.database(), clock, m_pool)
-    , m_server(m_context, Router(m_authorizer, loginRoutes(m_service)), ServerLimits(),
+    , m_server(m_context, Router(m_authorizer, routes(std::move(limiter))), ServerLimits(),
                [this](const std::string& line) {
                    const std::lock_guard lock(m_mutex);
                    m_log += line + "\n";
@@ -33,6 +34,14 @@ LoginServer::~LoginServer() {
     m_server.stop();
     m_thread.join();
     m_pool.join();
+}
+
+std::vector<Route> LoginServer::routes(std::shared_ptr<RateLimiter> limiter) {
+    std::vector<Route> all = loginRoutes(m_service);
+    for (Route& route : all) {
+        route.rate.limiter = limiter;
+    }
+    return all;
 }
 
 std::string LoginServer::log() {
@@ -165,7 +174,9 @@ std::string pathOfUrl(const std::string& url) {
 
 LoginTest::LoginTest() { settings.isLoopbackOnly = true; }
 
-void LoginTest::start() { server = std::make_unique<LoginServer>(store(), clock(), settings); }
+void LoginTest::start() {
+    server = std::make_unique<LoginServer>(store(), clock(), settings, limiter);
+}
 
 std::string LoginTest::handoffFor(const ProgramLogin& login, const std::string& name,
                                   const std::string& email) {

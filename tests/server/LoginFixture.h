@@ -21,7 +21,8 @@ using TextFields = std::vector<std::pair<std::string, std::string>>;
 /// The server with the routes of logging in and the real authorizer, on a free loopback port.
 class LoginServer {
 public:
-    LoginServer(TestStore& store, const WallClock& clock, const LoginSettings& settings);
+    LoginServer(TestStore& store, const WallClock& clock, const LoginSettings& settings,
+                std::shared_ptr<RateLimiter> limiter);
     ~LoginServer();
 
     std::uint16_t port() const { return m_server.port(); }
@@ -31,6 +32,8 @@ public:
     LoginService& service() { return m_service; }
 
 private:
+    std::vector<Route> routes(std::shared_ptr<RateLimiter> limiter);
+
     boost::asio::io_context m_context{1};
     boost::asio::thread_pool m_pool{4};
     std::unique_ptr<UpstreamTransport> m_upstream = makeHttpUpstreamTransport();
@@ -133,6 +136,7 @@ protected:
     TestProgram program() { return TestProgram(server->port()); }
 
     LoginSettings settings;
+    std::shared_ptr<RateLimiter> limiter; ///< of every route, by address
     std::unique_ptr<LoginServer> server;
 };
 

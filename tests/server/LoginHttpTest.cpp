@@ -189,6 +189,24 @@ TEST_P(LoginHttpTest, ADatabaseThatIsGoneIsSaidInWords) {
     EXPECT_EQ(response.errorCode(), "storage_unavailable");
 }
 
+TEST_P(LoginHttpTest, TooManyLoginsAreSaidInWords) {
+    RateRule rule;
+    rule.perMinute = 2;
+    limiter = std::make_shared<RateLimiter>(rule, [] { return MonotonicTime(); });
+    start();
+    const ProgramLogin login = program().begin("google");
+    EXPECT_EQ(browser().get(login.path).status, 200);
+    const TestResponse page = browser().get(login.path);
+    expectPage(page, 429, "Wait 30 s");
+    EXPECT_EQ(page.headers.at("retry-after"), "30");
+    EXPECT_EQ(program().ask("POST", "/v1/auth/transactions", "{}").errorCode(), "rate_limited");
+}
+
+TEST_P(LoginHttpTest, AFormInAnotherFormIsRefusedInWords) {
+    const ProgramLogin login = program().begin("google");
+    expectPage(program().ask("POST", login.path, "{}"), 415, "cannot take this request");
+}
+
 TEST_P(LoginHttpTest, BodiesAreJudged) {
     const auto code = [this](const std::string& path, const std::string& body) {
         const TestResponse response = program().ask("POST", path, body);

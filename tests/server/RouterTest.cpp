@@ -51,6 +51,13 @@ protected:
         made.push_back(route("/form", HttpMethod::post, Access::open, BodyRule::form));
         made.push_back(route("/limited", HttpMethod::get, Access::open, BodyRule::none));
         made.back().rate.limiter = twoAMinute();
+        made.push_back(route("/page", HttpMethod::post, Access::open, BodyRule::form));
+        made.back().refusalForm = [](const Refusal& refusal, std::string_view requestId) {
+            HttpResponse response;
+            response.status = refusal.status;
+            response.body = refusal.code + " as a page for " + std::string(requestId);
+            return response;
+        };
         made.push_back(route("/counted", HttpMethod::get, Access::session, BodyRule::none));
         made.back().rate.limiter = twoAMinute();
         made.back().rate.key = RouteRate::Key::account;
@@ -177,6 +184,13 @@ TEST_F(RouterTest, RefusalsAreEnvelopes) {
     EXPECT_EQ(detail.at("request_id").as_string(), "id-7");
     EXPECT_EQ(admission.refusal->body.find("canary"), std::string::npos);
     EXPECT_EQ(admission.refusal->body.find(R"({"error":{"code":)"), 0U);
+}
+
+TEST_F(RouterTest, ARouteMayPutItsRefusalsInAnotherForm) {
+    const Admission admission = admit(head(HttpMethod::post, "/page"), "id-1");
+    ASSERT_TRUE(admission.refusal);
+    EXPECT_EQ(admission.refusal->status, 415);
+    EXPECT_EQ(admission.refusal->body, "unsupported_media_type as a page for id-1");
 }
 
 TEST_F(RouterTest, AParameterIsOneSegmentOfPlainCharacters) {
