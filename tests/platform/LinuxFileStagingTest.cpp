@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxFileStaging.h"
 
+#include "support/CommonUser.h"
 #include "support/FileSizeLimit.h"
 
 #include <QDir>
@@ -10,7 +11,6 @@
 #include <gtest/gtest.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
-#include <sys/fsuid.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -31,13 +31,6 @@ namespace {
 
 /// On a thread of its own, for what would change the test's own thread for good.
 void onThread(const std::function<void()>& work) { std::thread(work).join(); }
-
-/// Takes the calling thread's right to write everywhere; nothing to take from a common user.
-void becomeCommonUser() {
-    if (::geteuid() == 0) {
-        ::setfsuid(65534);
-    }
-}
 
 /// The calling thread's file systems know no renaming without replacing from now on.
 void forbidRenamingWithoutReplacing() {
@@ -125,8 +118,7 @@ TEST_F(LinuxFileStagingTest, AFolderThatMayNotBeWrittenRefuses) {
     ASSERT_EQ(::chmod(QFile::encodeName(folder).constData(), 0555), 0);
     std::error_code inside;
     std::error_code below;
-    onThread([&] {
-        becomeCommonUser();
+    test::asCommonUser([&] {
         inside = failure(folder);
         below = failure(folder + u"/more"_qs);
     });
