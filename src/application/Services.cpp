@@ -2,6 +2,7 @@
 
 #include "analysis/AuthenticationFixtures.h"
 #include "overlays/OverlayViews.h"
+#include "platform/linux/UserFolders.h"
 
 #include <QCoreApplication>
 

@@ -1,6 +1,8 @@
+#include "UserHome.h"
 #include "notes/FolderNotesService.h"
 #include "notes/NoteDocument.h"
 #include "platform/linux/LinuxFileStaging.h"
+#include "platform/linux/UserFolders.h"
 #include "support/CommonUser.h"
 #include "support/FileSizeLimit.h"
 #include "support/ManualClock.h"
@@ -92,6 +94,29 @@ TEST_F(FolderNotesOnDisk, AFolderDeletedBetweenTwoSavesIsMadeAnew) {
     ASSERT_TRUE(QDir(place.filePath(u"Dokumente"_qs)).removeRecursively());
     EXPECT_TRUE(saves(note(u"Two Sum"_qs, u"# b"_qs)));
     EXPECT_EQ(content(stem + u".md"_qs), "# b");
+}
+
+TEST_F(FolderNotesOnDisk, NotesAreWhereTheDesktopSaysByTheTimeOfTheSave) {
+    const test::UserHome home;
+    service = FolderNotesService(files, pool, clock, UserFolders::documents);
+    home.describeFolders("XDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\n");
+    EXPECT_TRUE(saves(note(u"Two Sum"_qs, u"# a"_qs)));
+    home.describeFolders("XDG_DOCUMENTS_DIR=\"$HOME/Papers\"\n");
+    EXPECT_TRUE(saves(note(u"Two Sum"_qs, u"# b"_qs)));
+    for (const QString& documents : {u"Dokumente"_qs, u"Papers"_qs}) {
+        EXPECT_EQ(
+            QDir(home.path(documents + u"/Lumivane LeetCode"_qs)).entryList(QDir::Files).size(), 2);
+    }
+}
+
+TEST_F(FolderNotesOnDisk, OfAUserWithoutAFolderForDocumentsTheyAreInTheHome) {
+    const test::UserHome home;
+    service = FolderNotesService(files, pool, clock, UserFolders::documents);
+    home.describeFolders("XDG_DOCUMENTS_DIR=\"$HOME/\"\n");
+    EXPECT_TRUE(saves(note(u"Two Sum"_qs, u"# a"_qs)));
+    folder = home.path(u"Lumivane LeetCode"_qs);
+    EXPECT_EQ(everything(), (QStringList{stem + u".html"_qs, stem + u".md"_qs}));
+    EXPECT_EQ(content(stem + u".md"_qs), "# a");
 }
 
 TEST_F(FolderNotesOnDisk, AFileWhereTheFolderShouldBeFailsTheCreation) {
