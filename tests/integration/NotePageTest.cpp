@@ -108,7 +108,7 @@ protected:
             arguments += u"--force-dark-mode"_qs;
         }
         browse(arguments << u"file://"_qs + file.fileName());
-        const QImage found(picture);
+        QImage found(picture);
         if (found.size() != size) {
             throw std::runtime_error("the browser has made no picture");
         }
