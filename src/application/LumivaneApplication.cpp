@@ -12,6 +12,7 @@
 #include "platform/linux/SessionInstance.h"
 #include "platform/linux/SystemLogSink.h"
 #include "platform/linux/TerminationSignals.h"
+#include "platform/linux/UserFolders.h"
 #include "platform/linux/XcbConnection.h"
 #include "service/ApplicationInformationFile.h"
 #include "telemetry/LumivaneLog.h"
@@ -22,6 +23,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -103,12 +105,11 @@ struct StartEnvironment {
     QByteArrayList words = ProgramCommand::presentEnvironment();
 };
 
-/// The program itself, from its first look at the desktop to the end of its event loop.
-int live(SessionInstance& instance, const StartEnvironment& environment) {
+/// Everything over the desktop's mechanisms, from the launch to the end of the event loop.
+int live(SessionInstance& instance, const StartEnvironment& environment, const TestingMode& testing,
+         Mechanisms& desktop) {
     const QStringList arguments = QCoreApplication::arguments();
-    const TestingMode testing = TestingMode::of(arguments, environment.variables);
     const ApplicationInformation itsInformation = information();
-    Mechanisms desktop(testing, environment.variables);
     ProcessRelauncher relauncher(
         instance, ProgramCommand::ofThisProcess(arguments, environment.words), desktop.clock);
     std::optional<Services> services; // made by the launch
@@ -140,6 +141,18 @@ int live(SessionInstance& instance, const StartEnvironment& environment) {
     }
     const int status = QCoreApplication::exec();
     delegate.applicationWillTerminate();
+    return status;
+}
+
+/// The program itself on the desktop it was started on.
+int live(SessionInstance& instance, const StartEnvironment& environment) {
+    const auto testing = TestingMode::of(QCoreApplication::arguments(), environment.variables);
+    Mechanisms desktop(testing, environment.variables);
+    const int status = live(instance, environment, testing, desktop);
+    if (!desktop.endWork()) {
+        LumivaneLog::lifecycle.error("Ending while a worker is still busy");
+        std::_Exit(status);
+    }
     return status;
 }
 

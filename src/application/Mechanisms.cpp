@@ -4,10 +4,13 @@
 #include "overlays/OverlayViews.h"
 #include "overlays/qml/OverlayViewsInstall.h"
 #include "platform/linux/RecognitionLanguages.h"
+#include "platform/linux/UserFolders.h"
 
 #include <QApplication>
 #include <QLocale>
-#include <QStandardPaths>
+
+#include <algorithm>
+#include <chrono>
 
 namespace lumivane {
 
@@ -16,19 +19,13 @@ namespace {
 /// Reading and encoding run side by side, and reading itself uses every core.
 constexpr int workerThreads = 4;
 
+constexpr std::chrono::seconds endPatience{5};
+
 QString suiteFor(const TestingMode& testing) {
     return testing.isTesting() ? FileUserDefaults::testingSuite : FileUserDefaults::standardSuite;
 }
 
 } // namespace
-
-QString UserFolders::configuration() {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
-}
-
-QString UserFolders::documents() {
-    return QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-}
 
 Mechanisms::Mechanisms(const TestingMode& testing, const QProcessEnvironment& environment)
     : displays([this](const QString& name) { return scales.scaleOf(name); })
@@ -60,12 +57,24 @@ Mechanisms::Mechanisms(const TestingMode& testing, const QProcessEnvironment& en
 }
 
 Mechanisms::~Mechanisms() {
-    // Its limits count in the event loop, which runs no more; a question would stand for ever.
     secretItems.shutDown();
     workers.clear();
     workers.waitForDone();
     keyringWorkers.clear();
     keyringWorkers.waitForDone();
+}
+
+bool Mechanisms::endWork() {
+    // Its limits count in the event loop, which runs no more; a question would stand for ever.
+    secretItems.shutDown();
+    const MonotonicInstant deadline = clock.now() + endPatience;
+    const auto hasEnded = [&](QThreadPool& pool) {
+        pool.clear();
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - clock.now());
+        return pool.waitForDone(static_cast<int>(std::max(left.count(), std::int64_t(0))));
+    };
+    const bool areWorkersDone = hasEnded(workers);
+    return hasEnded(keyringWorkers) && areWorkersDone;
 }
 
 } // namespace lumivane

@@ -33,22 +33,21 @@
 
 namespace lumivane {
 
-/// The folders in which the program keeps what is the user's.
-namespace UserFolders {
-
-/// Holds "lumivane/" and "autostart/".
-QString configuration();
-QString documents();
-
-} // namespace UserFolders
-
 /// What this desktop does for the program, made in the order in which one needs the other. The
 /// application object exists; nothing of the program is on the screen yet, so that what lies under
 /// its panels can always be read.
 struct Mechanisms {
     /// `environment` is the one that the process was started with. Throws DisplayServerError.
     Mechanisms(const TestingMode& testing, const QProcessEnvironment& environment);
+
+    /// Waits for ever for workers that are still busy; `endWork` first.
     ~Mechanisms();
+
+    /// Waits for the workers, after everything that gives them work has gone. False when one is
+    /// still busy after 5 s, as with a file system that does not answer: it may use any of these
+    /// for as long as the process lives, which is then to end at once and without leaving this.
+    [[nodiscard]] bool endWork();
+
     Mechanisms(const Mechanisms&) = delete;
     Mechanisms& operator=(const Mechanisms&) = delete;
 

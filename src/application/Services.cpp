@@ -2,6 +2,7 @@
 
 #include "analysis/AuthenticationFixtures.h"
 #include "overlays/OverlayViews.h"
+#include "platform/linux/UserFolders.h"
 
 #include <QCoreApplication>
 
@@ -34,7 +35,7 @@ Services::Services(Mechanisms& itsDesktop, const ApplicationInformation& informa
     , triggers(desktop.hotKeys, desktop.displays, desktop.clock)
     , overlays(desktop.panels, desktop.hotKeys, desktop.displays, desktop.announcer,
                overlayPasteboard, desktop.clock)
-    , notes(desktop.noteFiles, desktop.workers, UserFolders::documents())
+    , notes(desktop.noteFiles, desktop.workers, desktop.clock, UserFolders::documents)
     , settingsStore(desktop.userDefaults)
     , permission(desktop.displays, desktop.urlOpener)
     , launchAtLogin(desktop.loginItem)

@@ -32,13 +32,17 @@ void publish(StagedFiles& files, const QString& stem) {
     throw NotesServiceError(NotesServiceError::Case::creationFailed);
 }
 
+/// Programs take a file with a zero byte for no text at all.
+QByteArray markdownFile(const LeetCodeNote& note) {
+    return QString(note.markdown).remove(QChar::Null).toUtf8();
+}
+
 /// Blocks; on a worker.
 void save(FileStaging& staging, const QString& folder, const LeetCodeNote& note,
           const std::stop_token& stop) {
     try {
         throwIfStopped(stop);
-        const auto files =
-            staging.stage(folder, {note.markdown.toUtf8(), noteDocument(note)}, stop);
+        const auto files = staging.stage(folder, {markdownFile(note), noteDocument(note)}, stop);
         throwIfStopped(stop);
         publish(*files, NoteNaming::fileStem(note));
     } catch (const NotesServiceError&) {
@@ -53,22 +57,30 @@ void save(FileStaging& staging, const QString& folder, const LeetCodeNote& note,
     }
 }
 
+/// Empty where there is none.
+QString noteFolder(const QString& documentsFolder) {
+    return QDir::isAbsolutePath(documentsFolder)
+               ? QDir(documentsFolder).filePath(NoteNaming::folderName)
+               : QString();
+}
+
 } // namespace
 
-FolderNotesService::FolderNotesService(FileStaging& files, QThreadPool& pool,
-                                       const QString& documentsFolder)
+FolderNotesService::FolderNotesService(FileStaging& files, QThreadPool& pool, Clock& clock,
+                                       DocumentsFolder documentsFolder)
     : m_files(&files)
     , m_pool(&pool)
-    , m_folder(QDir::isAbsolutePath(documentsFolder)
-                   ? QDir(documentsFolder).filePath(NoteNaming::folderName)
-                   : QString()) {}
+    , m_clock(&clock)
+    , m_documentsFolder(std::move(documentsFolder)) {}
 
 QCoro::Task<void> FolderNotesService::createLeetCodeNote(LeetCodeNote note, std::stop_token stop) {
     throwIfStopped(stop);
-    if (m_folder.isEmpty()) {
+    // The user may have moved the documents since the last save.
+    const QString folder = noteFolder(m_documentsFolder());
+    if (folder.isEmpty()) {
         throw NotesServiceError(NotesServiceError::Case::creationFailed);
     }
-    auto call = [files = m_files, pool = m_pool, folder = m_folder,
+    auto call = [files = m_files, pool = m_pool, folder,
                  note = std::move(note)](std::stop_token callStop) {
         auto job = [files, folder, note, callStop = std::move(callStop)](const std::stop_token&) {
             save(*files, folder, note, callStop);
@@ -76,7 +88,17 @@ QCoro::Task<void> FolderNotesService::createLeetCodeNote(LeetCodeNote note, std:
         // Waited for to its real end, so that the next save begins after it.
         return runOnPool(*pool, std::move(job), std::stop_token());
     };
-    co_await m_calls.run(std::move(call), std::move(stop));
+    std::stop_source either;
+    const auto timer = m_clock->after(patience, [&either] { either.request_stop(); });
+    const auto forward = [&either] { either.request_stop(); };
+    const std::stop_callback<decltype(forward)> onStop(stop, forward);
+    try {
+        co_await m_calls.run(std::move(call), either.get_token());
+    } catch (const Cancelled&) {
+        throwIfStopped(stop);
+        LumivaneLog::lifecycle.error("A note was not written in time");
+        throw NotesServiceError(NotesServiceError::Case::creationFailed);
+    }
 }
 
 } // namespace lumivane

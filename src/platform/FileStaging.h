@@ -17,7 +17,8 @@ public:
     /// Gives every file the name of its place in `names`: all of them or none, never one that
     /// something else has. False when a name is taken, whereupon others may be tried. The files
     /// are on the disk for good when this returns true; after that it is not called again.
-    /// Throws std::system_error.
+    /// Throws std::system_error. They are named one after another in their order, so a process that
+    /// is ended in the middle leaves the first of them, each one whole.
     [[nodiscard]] virtual bool publish(const std::vector<QString>& names) = 0;
 };
 

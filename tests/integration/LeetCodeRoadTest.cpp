@@ -14,8 +14,12 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QRegularExpression>
 
 #include <gmock/gmock.h>
+
+#include <stdexcept>
+#include <vector>
 
 namespace lumivane::test {
 
@@ -36,6 +40,9 @@ element twice.</p>
     def twoSum(self, nums: List[int], target: int) -> List[int]:</pre>
 </body></html>)");
 
+const QString reason = QStringLiteral(
+    "Lumivane could not add the solution to Notes. Open Notes once, then try again.");
+
 } // namespace
 
 class LeetCodeRoadTest : public testing::Test {
@@ -50,6 +57,16 @@ protected:
         home.setSessionBus(bus.address());
         home.setService(service.baseURL());
         home.environment.insert(u"PATH"_qs, u"/usr/bin:/bin"_qs);
+        describeFolders("XDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\n");
+    }
+
+    /// What the desktop has written down about the user's folders.
+    void describeFolders(const QByteArray& lines) const {
+        QDir().mkpath(home.path(u"CONFIG"_qs));
+        QFile file(home.path(u"CONFIG/user-dirs.dirs"_qs));
+        if (!file.open(QIODevice::WriteOnly) || file.write(lines) != lines.size()) {
+            throw std::runtime_error("the user's folders cannot be described");
+        }
     }
 
     /// As after a login at the service: the session is in the keyring.
@@ -81,7 +98,7 @@ protected:
 
     void trigger() { display.run(u"xdotool"_qs, {u"mousemove"_qs, u"1279"_qs, u"799"_qs}); }
 
-    QString noteFolder() const { return home.path(u"Documents/Lumivane LeetCode"_qs); }
+    QString noteFolder() const { return home.path(u"Dokumente/Lumivane LeetCode"_qs); }
 
     QByteArray note(const QString& suffix) const {
         QDirIterator files(noteFolder(), {u"*."_qs + suffix}, QDir::Files);
@@ -94,19 +111,27 @@ protected:
 
     /// Something of the user's stands where the notes would go.
     void blockFolder() const {
-        QDir().mkpath(home.path(u"Documents"_qs));
+        QDir().mkpath(home.path(u"Dokumente"_qs));
         QFile obstacle(noteFolder());
         if (!obstacle.open(QIODevice::WriteOnly) || obstacle.write("mine") != 4) {
             throw std::runtime_error("nothing can be put there");
         }
     }
 
-    /// The windows of the program that can be seen.
-    qsizetype panelCount(const LumivaneProgram& program) const {
-        const QString search = u"xdotool search --onlyvisible --pid %1 || true"_qs;
-        const QByteArray windows =
-            display.run(u"sh"_qs, {u"-c"_qs, search.arg(program.processID())});
-        return windows.trimmed().isEmpty() ? 0 : windows.trimmed().split('\n').size();
+    /// The areas of the program's windows that can be seen.
+    std::vector<QRect> panels(const LumivaneProgram& program) const {
+        const QString search = u"for window in $(xdotool search --onlyvisible --pid %1); do "
+                               u"xdotool getwindowgeometry --shell $window; done"_qs;
+        const QString found =
+            QString::fromUtf8(display.run(u"sh"_qs, {u"-c"_qs, search.arg(program.processID())}));
+        static const QRegularExpression area(
+            u"X=(-?\\d+)\nY=(-?\\d+)\nWIDTH=(\\d+)\nHEIGHT=(\\d+)"_qs);
+        std::vector<QRect> areas;
+        for (const auto& match : area.globalMatch(found)) {
+            areas.emplace_back(match.captured(1).toInt(), match.captured(2).toInt(),
+                               match.captured(3).toInt(), match.captured(4).toInt());
+        }
+        return areas;
     }
 
     XServer display{QSize(1280, 800)};
@@ -141,8 +166,12 @@ TEST_F(LeetCodeRoadTest, ANoteThatCannotBeKeptIsToldByTheDesktopAndInThePanelOfT
     const DocumentWindow document(home, exercise, QRect(0, 0, 1280, 780));
     trigger();
     program->requireLog("LeetCode result could not be saved to Notes");
-    EXPECT_EQ(notifications.shown(1).first().title, u"Lumivane couldn’t save to Notes");
-    EXPECT_EQ(panelCount(*program), 1); // the answer's own
+    program->requireLog("Reported a Notes failure inside the LeetCode panel");
+    const auto told = notifications.shown(1); // comes after any panel would have
+    EXPECT_EQ(panels(*program).size(), 1U);   // the answer's own
+    EXPECT_EQ(told.size(), 1);
+    EXPECT_EQ(told.first().title, u"Lumivane couldn’t save to Notes");
+    EXPECT_EQ(told.first().body, reason);
     EXPECT_EQ(program->terminate(), 0);
     QFile obstacle(noteFolder());
     EXPECT_TRUE(obstacle.open(QIODevice::ReadOnly));
@@ -157,9 +186,28 @@ TEST_F(LeetCodeRoadTest, WithoutAnAnswerOnScreenAPanelOfItsOwnTellsOfANoteThatIs
     const DocumentWindow document(home, exercise, QRect(0, 0, 1280, 780));
     trigger();
     program->requireLog("LeetCode result could not be saved to Notes");
-    EXPECT_TRUE(waitUntil([&] { return panelCount(*program) == 1; }));
+    EXPECT_TRUE(waitUntil([&] { return panels(*program).size() == 1; }));
+    const std::vector<QRect> areas = panels(*program);
+    ASSERT_EQ(areas.size(), 1U);
+    EXPECT_EQ(areas.front().size(), QSize(620, 132));
+    EXPECT_EQ(areas.front().center().x(), QRect(0, 0, 1280, 800).center().x());
+    EXPECT_LT(areas.front().bottom(), 400);
     EXPECT_EQ(notifications.shown(1).size(), 1);
     EXPECT_EQ(program->terminate(), 0);
+}
+
+TEST_F(LeetCodeRoadTest, AFileSystemThatDoesNotAnswerHoldsNeitherTheAnswerNorTheEnd) {
+    logIn();
+    QDir().mkpath(home.path(u"Dokumente"_qs));
+    home.environment.insert(u"LD_PRELOAD"_qs, QStringLiteral(LUMIVANE_STALLED_FILE_SYSTEM));
+    home.environment.insert(u"LUMIVANE_STALLED_FOLDER"_qs, noteFolder());
+    const auto program = start();
+    const DocumentWindow document(home, exercise, QRect(0, 0, 1280, 780));
+    trigger();
+    program->requireLog("Analysis completed");
+    ASSERT_TRUE(waitUntil([this] { return QFile::exists(noteFolder() + u".STALLED"_qs); }));
+    EXPECT_EQ(program->terminate(), 0) << program->log().toStdString();
+    program->requireLog("Ending while a worker is still busy");
 }
 
 } // namespace lumivane::test

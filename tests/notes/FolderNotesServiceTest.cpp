@@ -4,6 +4,7 @@
 #include "notes/NoteDocument.h"
 #include "support/FakeFileStaging.h"
 #include "support/LogCapture.h"
+#include "support/ManualClock.h"
 #include "support/Outcome.h"
 
 #include <gtest/gtest.h>
@@ -72,8 +73,10 @@ protected:
     test::LogCapture log;
     FakeFileStaging files;
     QThreadPool pool;
-    std::optional<FolderNotesService> service{std::in_place, files, pool,
-                                              u"/home/user/Documents"_qs};
+    test::ManualClock clock;
+    QString documents = u"/home/user/Documents"_qs;
+    std::optional<FolderNotesService> service{std::in_place, files, pool, clock,
+                                              [this] { return documents; }};
 };
 
 TEST_F(FolderNotesServiceTest, ANoteIsAPageAndItsMarkdown) {
@@ -187,10 +190,25 @@ TEST_F(FolderNotesServiceTest, AFolderDeletedDuringASaveFailsTheCreation) {
 
 TEST_F(FolderNotesServiceTest, WithoutADocumentsFolderNothingIsTouched) {
     for (const QString& place : {QString(), u"Documents"_qs, u"./Documents"_qs}) {
-        service.emplace(files, pool, place);
+        documents = place;
         EXPECT_EQ(failureOfSaving(), failed);
     }
     EXPECT_EQ(files.stageCount(), 0);
+}
+
+TEST_F(FolderNotesServiceTest, EachSaveGoesToWhereTheDocumentsAreByThen) {
+    EXPECT_TRUE(save()->value);
+    documents = u"/home/user/Dokumente"_qs;
+    EXPECT_TRUE(save()->value);
+    EXPECT_EQ(files.folder(folder).size(), 2U);
+    EXPECT_EQ(files.folder(u"/home/user/Dokumente/Lumivane LeetCode"_qs).size(), 2U);
+    EXPECT_EQ(files.folderCount(), 2U);
+}
+
+TEST_F(FolderNotesServiceTest, TheMarkdownLosesZeroBytesAndNothingElse) {
+    const QString markdown = u"a"_qs + QChar(QChar::Null) + u"\u0001 b\t\n"_qs;
+    EXPECT_TRUE(save(sampleNote(u"Two Sum"_qs, markdown))->value);
+    EXPECT_EQ(files.folder(folder).at(stem + u".md"_qs), "a\x01 b\t\n");
 }
 
 TEST_F(FolderNotesServiceTest, NastyTitlesMakeFilesInTheFolder) {
@@ -291,6 +309,57 @@ TEST_F(FolderNotesServiceTest, ASaveUnderWayOutlivesTheService) {
     ASSERT_TRUE(waitUntil([&] { return flow->hasEnded(); }));
     EXPECT_TRUE(flow->value);
     EXPECT_EQ(names().size(), 2U);
+}
+
+TEST_F(FolderNotesServiceTest, ASaveThatNeverEndsIsAFailureInTheEnd) {
+    files.holdStaging();
+    const Flow flow = start();
+    ASSERT_TRUE(waitUntil([this] { return files.isHolding(); }));
+    clock.advance(FolderNotesService::patience - std::chrono::nanoseconds(1));
+    EXPECT_FALSE(flow->hasEnded());
+    clock.advance(std::chrono::nanoseconds(1));
+    EXPECT_EQ(flow->errorAs<NotesServiceError>(), NotesServiceError(failed));
+    EXPECT_TRUE(files.isHolding());
+    EXPECT_EQ(log.lines(), (std::vector<test::LogCapture::Line>{
+                               {"lifecycle", LogLevel::error, "A note was not written in time"}}));
+    files.release();
+    pool.waitForDone();
+    EXPECT_EQ(files.folderCount(), 0U); // what was told as failed does not turn up later
+}
+
+TEST_F(FolderNotesServiceTest, SavesBehindOneThatNeverEndsFailInTheirOwnTime) {
+    files.holdStaging();
+    const Flow first = start(sampleNote(u"First"_qs));
+    ASSERT_TRUE(waitUntil([this] { return files.isHolding(); }));
+    clock.advance(std::chrono::seconds(10));
+    const Flow second = start(sampleNote(u"Second"_qs));
+    clock.advance(std::chrono::seconds(20));
+    EXPECT_EQ(first->errorAs<NotesServiceError>(), NotesServiceError(failed));
+    EXPECT_FALSE(second->hasEnded());
+    clock.advance(std::chrono::seconds(10));
+    EXPECT_EQ(second->errorAs<NotesServiceError>(), NotesServiceError(failed));
+    EXPECT_EQ(pool.activeThreadCount(), 1);
+    EXPECT_EQ(files.stageCount(), 1);
+    files.release();
+    EXPECT_TRUE(save(sampleNote(u"Third"_qs))->value);
+    EXPECT_EQ(names(), (std::vector<QString>{u"Third - 2026-11-21 12.41.54.html"_qs,
+                                             u"Third - 2026-11-21 12.41.54.md"_qs}));
+}
+
+TEST_F(FolderNotesServiceTest, ASaveStoppedWhileItHangsIsCancelledAndNoFailure) {
+    files.holdStaging();
+    std::stop_source stop;
+    const Flow flow = start(sampleNote(), stop.get_token());
+    ASSERT_TRUE(waitUntil([this] { return files.isHolding(); }));
+    stop.request_stop();
+    clock.advance(FolderNotesService::patience);
+    EXPECT_TRUE(flow->isCancelled);
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(FolderNotesServiceTest, ASaveInTimeLeavesNoTimer) {
+    EXPECT_TRUE(save()->value);
+    EXPECT_EQ(clock.timerCount(), 0U);
 }
 
 } // namespace lumivane

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -64,11 +65,19 @@ public:
         return found;
     }
 
+    /// Hidden files, and open ones in the folder that have no name at all.
     int unnamedCount() const override {
         const QDir::Filters all =
             QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
-        return static_cast<int>(QDir(folder()).entryList(all).size() -
-                                QDir(folder()).entryList(QDir::Files).size());
+        auto count =
+            QDir(folder()).entryList(all).size() - QDir(folder()).entryList(QDir::Files).size();
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code closed; // the one that reads them
+            const QString file =
+                QFile::decodeName(std::filesystem::read_symlink(entry, closed).c_str());
+            count += file.startsWith(folder()) && file.endsWith(u" (deleted)") ? 1 : 0;
+        }
+        return static_cast<int>(count);
     }
 
     void putFile(const QString& name) override {

@@ -1,6 +1,11 @@
+#include "UserHome.h"
 #include "notes/FolderNotesService.h"
 #include "notes/NoteDocument.h"
 #include "platform/linux/LinuxFileStaging.h"
+#include "platform/linux/UserFolders.h"
+#include "support/CommonUser.h"
+#include "support/FileSizeLimit.h"
+#include "support/ManualClock.h"
 #include "support/Outcome.h"
 
 #include <QDir>
@@ -8,6 +13,9 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <optional>
 
 namespace lumivane {
 
@@ -15,12 +23,10 @@ using test::waitUntil;
 
 namespace {
 
-QCoro::Task<bool> ended(QCoro::Task<void> call) {
-    co_await call;
-    co_return true;
-}
-
 using Flow = std::shared_ptr<test::Outcome<bool>>;
+
+const NotesServiceError denied(NotesServiceError::Case::automationDenied);
+const NotesServiceError failed(NotesServiceError::Case::creationFailed);
 
 LeetCodeNote note(const QString& title, const QString& markdown) {
     return {title, LeetCodeAnswerStatus::liveUnvalidated, markdown,
@@ -37,13 +43,19 @@ protected:
     }
 
     Flow start(const LeetCodeNote& wanted, std::stop_token stop = std::stop_token()) {
-        return test::watch(ended(service.createLeetCodeNote(wanted, std::move(stop))));
+        return test::watch(test::flagged(service.createLeetCodeNote(wanted, std::move(stop))));
     }
 
     bool saves(const LeetCodeNote& wanted) {
         const Flow flow = start(wanted);
         EXPECT_TRUE(waitUntil([&] { return flow->hasEnded(); }));
         return flow->value.value_or(false);
+    }
+
+    std::optional<NotesServiceError> failureOfSaving(const LeetCodeNote& wanted) {
+        const Flow flow = start(wanted);
+        EXPECT_TRUE(waitUntil([&] { return flow->hasEnded(); }));
+        return flow->errorAs<NotesServiceError>();
     }
 
     QStringList everything() const {
@@ -61,7 +73,9 @@ protected:
     QString folder = place.filePath(u"Dokumente/Lumivane LeetCode"_qs);
     QThreadPool pool;
     LinuxFileStaging files;
-    FolderNotesService service{files, pool, place.filePath(u"Dokumente"_qs)};
+    test::ManualClock clock;
+    FolderNotesService service{files, pool, clock,
+                               [this] { return place.filePath(u"Dokumente"_qs); }};
     const QString stem = u"Two Sum - 2026-11-21 12.41.54"_qs;
 };
 
@@ -82,14 +96,54 @@ TEST_F(FolderNotesOnDisk, AFolderDeletedBetweenTwoSavesIsMadeAnew) {
     EXPECT_EQ(content(stem + u".md"_qs), "# b");
 }
 
+TEST_F(FolderNotesOnDisk, NotesAreWhereTheDesktopSaysByTheTimeOfTheSave) {
+    const test::UserHome home;
+    service = FolderNotesService(files, pool, clock, UserFolders::documents);
+    home.describeFolders("XDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\n");
+    EXPECT_TRUE(saves(note(u"Two Sum"_qs, u"# a"_qs)));
+    home.describeFolders("XDG_DOCUMENTS_DIR=\"$HOME/Papers\"\n");
+    EXPECT_TRUE(saves(note(u"Two Sum"_qs, u"# b"_qs)));
+    for (const QString& documents : {u"Dokumente"_qs, u"Papers"_qs}) {
+        EXPECT_EQ(
+            QDir(home.path(documents + u"/Lumivane LeetCode"_qs)).entryList(QDir::Files).size(), 2);
+    }
+}
+
+TEST_F(FolderNotesOnDisk, OfAUserWithoutAFolderForDocumentsTheyAreInTheHome) {
+    const test::UserHome home;
+    service = FolderNotesService(files, pool, clock, UserFolders::documents);
+    home.describeFolders("XDG_DOCUMENTS_DIR=\"$HOME/\"\n");
+    EXPECT_TRUE(saves(note(u"Two Sum"_qs, u"# a"_qs)));
+    folder = home.path(u"Lumivane LeetCode"_qs);
+    EXPECT_EQ(everything(), (QStringList{stem + u".html"_qs, stem + u".md"_qs}));
+    EXPECT_EQ(content(stem + u".md"_qs), "# a");
+}
+
 TEST_F(FolderNotesOnDisk, AFileWhereTheFolderShouldBeFailsTheCreation) {
     ASSERT_TRUE(QDir().mkpath(place.filePath(u"Dokumente"_qs)));
     QFile file(folder);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    const Flow flow = start(note(u"Two Sum"_qs, u"# a"_qs));
-    ASSERT_TRUE(waitUntil([&] { return flow->hasEnded(); }));
-    EXPECT_EQ(flow->errorAs<NotesServiceError>(),
-              NotesServiceError(NotesServiceError::Case::creationFailed));
+    EXPECT_EQ(failureOfSaving(note(u"Two Sum"_qs, u"# a"_qs)), failed);
+}
+
+TEST_F(FolderNotesOnDisk, ADiskThatIsFullFailsTheCreationAndLeavesNothing) {
+    const test::FileSizeLimit limit(64 * 1024);
+    // The page of such a note is longer than its Markdown, which still fits.
+    const QString markdown(64 * 1024, u'x');
+    EXPECT_EQ(failureOfSaving(note(u"Two Sum"_qs, markdown)), failed);
+    EXPECT_EQ(everything(), QStringList());
+    EXPECT_TRUE(saves(note(u"Two Sum"_qs, u"# a"_qs)));
+}
+
+TEST_F(FolderNotesOnDisk, AHomeThatMayNotBeWrittenIsADenial) {
+    const QByteArray home = QFile::encodeName(place.path());
+    ASSERT_EQ(::chmod(home.constData(), 0555), 0);
+    pool.setMaxThreadCount(1);
+    pool.setExpiryTimeout(-1);
+    pool.start(test::becomeCommonUser); // the thread that writes, and no other one
+    EXPECT_EQ(failureOfSaving(note(u"Two Sum"_qs, u"# a"_qs)), denied);
+    ASSERT_EQ(::chmod(home.constData(), 0755), 0);
+    EXPECT_TRUE(QDir(place.path()).isEmpty());
 }
 
 TEST_F(FolderNotesOnDisk, NastyTitlesAreTakenByARealFileSystem) {
@@ -132,7 +186,8 @@ TEST_F(FolderNotesOnDisk, ASaveCancelledByTheNextIsThereWholeOrNotAtAll) {
         const QStringList names = everything();
         EXPECT_TRUE(names.filter(u".tmp"_qs).isEmpty());
         const QString page = u"First - 2026-11-21 12.41.54.html"_qs;
-        EXPECT_EQ(names.contains(page), names.size() == 4);
+        EXPECT_EQ(names.size(), names.contains(page) ? 4 : 2);
+        EXPECT_EQ(names.contains(u"First - 2026-11-21 12.41.54.md"_qs), names.contains(page));
         if (names.contains(page)) {
             EXPECT_TRUE(content(page).endsWith("</html>\n"));
         }

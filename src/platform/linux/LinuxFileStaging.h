@@ -4,8 +4,10 @@
 
 namespace lumivane {
 
-/// Files under hidden names of their own, synchronised, then renamed without replacing; where a
-/// file system cannot do that in one step, linked under the new name instead. Any thread.
+/// Files without a name, synchronised, then linked under the one they are to have: a process that
+/// is ended before leaves nothing of them. Where a file system has no such files, hidden ones
+/// instead, renamed without replacing; each staging removes those that were left behind an hour ago
+/// or earlier. Any thread.
 class LinuxFileStaging final : public FileStaging {
 public:
     std::unique_ptr<StagedFiles> stage(const QString& folder,

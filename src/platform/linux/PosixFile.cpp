@@ -19,10 +19,18 @@ namespace {
 
 constexpr std::size_t chunkBytes = 1024 * 1024; ///< between two looks at the stop
 
+void synchroniseParent(const std::filesystem::path& path) {
+    const int number = openFolder(path.parent_path());
+    if (number < 0 && errno == EACCES) {
+        return; // one that may be written, but not read
+    }
+    const FileDescriptor parent(number);
+    synchroniseFolder(parent.number());
+}
+
 void makeFolder(const std::filesystem::path& path, mode_t mode) {
     if (::mkdir(path.c_str(), mode) == 0) {
-        const FileDescriptor parent(openFolder(path.parent_path()));
-        synchroniseFolder(parent.number());
+        synchroniseParent(path);
         return;
     }
     if (errno != EEXIST) {
@@ -31,6 +39,21 @@ void makeFolder(const std::filesystem::path& path, mode_t mode) {
     if (!std::filesystem::is_directory(path)) { // else somebody else was faster
         fail(ENOTDIR);
     }
+}
+
+/// Takes the name with a file of its own first, and then puts the other one in its place.
+bool renameOverOwn(int folder, const std::string& from, const std::string& to) {
+    const int number = openNewFile(folder, to);
+    if (number < 0 && errno == EEXIST) {
+        return false;
+    }
+    const FileDescriptor placeholder(number);
+    if (::renameat(folder, from.c_str(), folder, to.c_str()) != 0) {
+        const int error = errno;
+        ::unlinkat(folder, to.c_str(), 0);
+        fail(error);
+    }
+    return true;
 }
 
 } // namespace
@@ -88,8 +111,8 @@ bool renameToNew(int folder, const std::string& from, const std::string& to) {
             ::unlinkat(folder, from.c_str(), 0);
             return true;
         }
-        if (errno == EPERM) {
-            fail(ENOTSUP); // no links either, which is no refusal of the user
+        if (errno == EPERM || errno == ENOTSUP || errno == ENOSYS) { // no links either
+            return renameOverOwn(folder, from, to);
         }
     }
     if (errno == EEXIST) {
@@ -98,10 +121,29 @@ bool renameToNew(int folder, const std::string& from, const std::string& to) {
     fail(errno);
 }
 
+int openUnnamedFile(int folder) {
+    return ::openat(folder, ".", O_WRONLY | O_TMPFILE | O_CLOEXEC, S_IRUSR | S_IWUSR);
+}
+
+bool nameUnnamedFile(int file, int folder, const std::string& name) {
+    const std::string itself = "/proc/self/fd/" + std::to_string(file);
+    if (::linkat(AT_FDCWD, itself.c_str(), folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+        return true;
+    }
+    if (errno == EEXIST) {
+        return false;
+    }
+    fail(errno);
+}
+
+int openNewFile(int folder, const std::string& name) {
+    return ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                    S_IRUSR | S_IWUSR);
+}
+
 void writeNewFile(int folder, const std::string& name, const QByteArray& content,
                   const std::stop_token& stop) {
-    const FileDescriptor file(
-        ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    const FileDescriptor file(openNewFile(folder, name));
     writeAll(file.number(), content, stop);
     checked(::fsync(file.number()));
 }

@@ -46,10 +46,21 @@ void synchroniseFolder(int folder);
 /// Throws Cancelled at a requested stop, in time even for a long content.
 void writeAll(int file, const QByteArray& content, const std::stop_token& stop = {});
 
-/// Renames without replacing; false when the new name is taken.
+/// Renames without replacing; false when the new name is taken. A file system that can neither do
+/// that in one step nor link shows an empty file of the new name for a moment.
 bool renameToNew(int folder, const std::string& from, const std::string& to);
 
-/// Makes a file that only its owner reads, writes it and has it on the disk on return. What stands
+/// Makes a file that only its owner reads and that has no name, so that nothing of it is left when
+/// its process ends. Negative, with `errno`, where the file system has no such files.
+int openUnnamedFile(int folder);
+
+/// The first name of such a file, once and for good; false when the name is taken.
+bool nameUnnamedFile(int file, int folder, const std::string& name);
+
+/// Makes a file that only its owner reads: a number for FileDescriptor.
+int openNewFile(int folder, const std::string& name);
+
+/// Makes such a file, writes it and has it on the disk on return. What stands
 /// there after a failure is the caller's to remove.
 void writeNewFile(int folder, const std::string& name, const QByteArray& content,
                   const std::stop_token& stop = {});
