@@ -15,7 +15,7 @@ namespace {
 constexpr std::uint64_t runsFiles = LANDLOCK_ACCESS_FS_EXECUTE | LANDLOCK_ACCESS_FS_READ_FILE;
 constexpr std::uint64_t readsFolders = runsFiles | LANDLOCK_ACCESS_FS_READ_DIR;
 
-long kernelVersion() {
+long landlockVersion() {
     return ::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
 }
 
@@ -64,7 +64,7 @@ bool FileConfinement::makeAllReadOnly() {
 }
 
 bool FileConfinement::hideAllButLibraries() const {
-    const long version = kernelVersion();
+    const long version = landlockVersion();
     if (version < 1) {
         return false;
     }
