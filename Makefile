@@ -7,7 +7,7 @@ export CTEST_OUTPUT_ON_FAILURE = 1
   local-up-process local-down format lint check clean \
   deps-run deps-test build
 
-run: deps-run
+run:
 	scripts/run
 
 # PREFIX=... for another place than ~/.local; RESET_SETTINGS=yes removes settings and login as well.

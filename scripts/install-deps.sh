@@ -43,8 +43,8 @@ build_packages=(
 run_packages=(
   tesseract-ocr tesseract-ocr-eng
   # a display for machines without one, and what looks at it
-  xvfb openbox xdotool x11-utils x11-xserver-utils xauth imagemagick
-  xclip fonts-dejavu fonts-liberation dbus curl procps
+  xvfb openbox xdotool x11-utils x11-xserver-utils imagemagick
+  xclip fonts-dejavu fonts-liberation dbus
   # an installation: the list of applications, and the keyring when it goes
   desktop-file-utils libsecret-tools
   # opens addresses in the user's browser
@@ -59,6 +59,8 @@ test_packages=(
   clang clang-format clang-tidy libclang-rt-14-dev shellcheck
   # a compositor, the accessibility bus and the settings portal, started by the tests themselves
   picom at-spi2-core xdg-desktop-portal
+  # looks at processes
+  procps
   # what shows notifications, what reads autostart entries at the start of a session
   dunst dex libglib2.0-bin systemd
   # trays of both kinds: one that embeds windows, and a desktop's panel

@@ -1,7 +1,21 @@
+# shellcheck shell=bash
 # A session bus and a keyring of one's own, for as long as a script runs. Sourced, not run; the
 # caller ends the processes whose numbers come in `pids`.
 
-# Starts a bus in a folder that starts no services by itself, and exports its address.
+# wait_until WHAT COMMAND...: a process that has been started need not serve yet.
+wait_until() {
+  local what=$1 end=$((SECONDS + ${patience:-60}))
+  shift
+  until "$@" >/dev/null 2>&1; do
+    if [ "$SECONDS" -ge "$end" ]; then
+      echo "$(basename "$0"): $what does not answer" >&2
+      return 1
+    fi
+    sleep 0.1
+  done
+}
+
+# Starts a bus in a folder that starts no services by itself, exports its address and waits for it.
 start_private_bus() {
   local folder=$1
   cat >"$folder/bus.conf" <<CONFIGURATION
@@ -21,6 +35,7 @@ CONFIGURATION
   dbus-daemon --config-file="$folder/bus.conf" --nofork --nopidfile --nosyslog 2>"$folder/bus.log" &
   pids+=($!)
   export DBUS_SESSION_BUS_ADDRESS=unix:path=$folder/bus
+  wait_until "the session bus" bus_answers
 }
 
 # Whether the session bus answers, and whether anything on it keeps secrets or would be started to.
@@ -36,7 +51,8 @@ can_start_keyring() {
   bus_names ListActivatableNames | grep -q '"org.freedesktop.secrets"'
 }
 
-# Starts a keyring on the session bus. It is kept in a folder, under a password that nobody knows.
+# Starts a keyring on the session bus and waits for it. It is kept in a folder, under a password that
+# nobody knows.
 start_private_keyring() {
   local folder=$1
   mkdir -m 0700 "$folder"
@@ -44,4 +60,5 @@ start_private_keyring() {
     XDG_DATA_HOME=$folder XDG_RUNTIME_DIR=$folder XDG_CONFIG_HOME=$folder \
       gnome-keyring-daemon --foreground --unlock --components=secrets >/dev/null 2>"$folder/log" &
   pids+=($!)
+  wait_until "the keyring" has_keyring
 }

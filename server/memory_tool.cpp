@@ -10,6 +10,7 @@
 #include <iostream>
 #include <iterator>
 #include <optional>
+#include <set>
 
 namespace {
 
@@ -56,13 +57,8 @@ public:
     bool hasFailed() const { return m_hasFailed; }
 
     void tellWhatWasMissing() const {
-        if (!m_hadNoNetwork) {
-            std::cerr << "practice memory: approaches ran without a network namespace of their "
-                         "own, which this system refuses\n";
-        }
-        if (!m_wasUnprivileged) {
-            std::cerr << "practice memory: approaches ran as root, since the interpreter lies "
-                         "where no other user gets\n";
+        for (const std::string& what : m_missing) {
+            std::cerr << "practice memory: approaches ran " << what << "\n";
         }
     }
 
@@ -70,11 +66,26 @@ private:
     void check(const Exercise& exercise, const fs::path& file) {
         for (const Approach& approach : exercise.approaches) {
             const ApproachReport report = runTests(exercise, approach, m_runtime);
-            m_hadNoNetwork = m_hadNoNetwork && report.hadNoNetwork;
-            m_wasUnprivileged = m_wasUnprivileged && report.wasUnprivileged;
+            noteWhatIsMissing(report.run);
             if (!report.failure.empty()) {
                 fail(file, "\"" + approach.name + "\": " + report.failure);
             }
+        }
+    }
+
+    void noteWhatIsMissing(const SandboxResult& run) {
+        if (!run.hasNoNetwork) {
+            m_missing.insert("without a network namespace of their own, which this system refuses");
+        }
+        if (!run.isUnprivileged) {
+            m_missing.insert("as root, since the interpreter lies where no other user gets");
+        }
+        if (!run.changesNoFiles) {
+            m_missing.insert("without a read-only view of the files, which this system refuses");
+        }
+        if (!run.seesNoFiles) {
+            m_missing.insert("with all files to read that their user may read, since this kernel "
+                             "has no Landlock");
         }
     }
 
@@ -85,8 +96,7 @@ private:
 
     PythonRuntime m_runtime;
     bool m_hasFailed = false;
-    bool m_hadNoNetwork = true;
-    bool m_wasUnprivileged = true;
+    std::set<std::string> m_missing;
 };
 
 int build(const fs::path& exercises, const fs::path& harness, const fs::path& python,

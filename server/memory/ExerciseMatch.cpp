@@ -70,7 +70,8 @@ bool isEnough(const MatchEvidence& evidence) {
         return (evidence.hasEntry && isShare(evidence, 1, 3)) ||
                (isSure ? isShare(evidence, 1, 2) : isShare(evidence, 2, 3));
     }
-    return (evidence.hasEntry && isShare(evidence, 3, 5)) || isShare(evidence, 9, 10);
+    return (evidence.hasEntry && isShare(evidence, 3, 5)) ||
+           (!evidence.hasOtherEntry && isShare(evidence, 9, 10));
 }
 
 double strengthOf(const MatchEvidence& evidence) {
@@ -85,6 +86,9 @@ ExerciseMatch::ExerciseMatch(const ExerciseSigns& signs, Vocabulary& vocabulary)
     : m_entry(foldName(signs.entry))
     , m_signs(read(signs.signs, vocabulary))
     , m_foreign(read(signs.foreign, vocabulary)) {
+    for (const std::string& parameter : signs.parameters) {
+        m_parameters.push_back(foldName(parameter));
+    }
     for (const std::string& title : signs.titles) {
         const auto pieces = headingsOf(title);
         if (!pieces.empty()) {
@@ -152,7 +156,9 @@ std::set<std::size_t> ExerciseMatch::readTitles(const ExerciseScreen& screen,
 MatchEvidence ExerciseMatch::evidenceOn(const ExerciseScreen& screen) const {
     MatchEvidence evidence;
     const auto titles = readTitles(screen, evidence);
-    evidence.hasEntry = screen.names(m_entry);
+    const EntryFit entry = screen.fitOfEntry(m_entry, m_parameters);
+    evidence.hasEntry = entry == EntryFit::same;
+    evidence.hasOtherEntry = entry == EntryFit::other;
     evidence.signs =
         countSigns(m_signs, [&](const Words& words) { return screen.holdsNear(words); });
     evidence.allSigns = m_signs.size();

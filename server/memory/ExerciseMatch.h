@@ -18,6 +18,7 @@ struct MatchEvidence {
     bool hasLongTitle = false;     ///< so, and it has four words or more
     bool hasOtherTitle = false;    ///< another exercise's title stands there instead
     bool hasEntry = false;         ///< the function or class of its solution is named
+    bool hasOtherEntry = false;    ///< one of that name is declared, which takes something else
     std::size_t signs = 0;         ///< of its statement that are there
     std::size_t allSigns = 0;
     std::size_t foreignSigns = 0; ///< of similar exercises' statements
@@ -27,7 +28,8 @@ struct MatchEvidence {
 
 /// Whether that is enough. A title with the entry needs a third of the signs; a title alone half of
 /// them, or two in three where it is short and has no number; the entry alone three in five; signs
-/// alone nine in ten. What belongs to another exercise rules a screen out.
+/// alone nine in ten, unless the entry's name is another's. What belongs to another exercise rules
+/// a screen out.
 bool isEnough(const MatchEvidence& evidence);
 
 /// For choosing between exercises that have enough; higher is surer.
@@ -51,6 +53,7 @@ private:
 
     std::vector<ScreenHeading> m_titles;
     std::string m_entry;
+    std::vector<std::string> m_parameters;
     std::vector<Sign> m_signs;
     std::vector<Sign> m_foreign;
 };

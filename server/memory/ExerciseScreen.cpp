@@ -14,6 +14,9 @@ constexpr std::size_t wordsBetween = 5;  // of other words within one wording
 constexpr std::size_t longestName = 64;  // bytes of a name in a program
 constexpr std::size_t fewestForNear = 7; // letters of a name that may have lost one
 constexpr std::size_t mostNames = 4'000;
+constexpr std::size_t mostDeclarations = 16;      // of one name
+constexpr std::size_t longestDeclaration = 240;   // bytes between its parentheses
+constexpr std::size_t fewestForNearParameter = 4; // letters of one that may have lost one
 
 bool isNameByte(char byte) {
     return (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'z') ||
@@ -27,6 +30,52 @@ bool isComposed(std::string_view name) {
     const auto inner = name.substr(1);
     return std::any_of(inner.begin(), inner.end(), isUpper) ||
            inner.find('_') != std::string_view::npos;
+}
+
+bool isLetter(char byte) { return isNameByte(byte) && (byte < '0' || byte > '9'); }
+
+bool declares(std::string_view word) {
+    return word == "def" || word == "function" || word == "func" || word == "fun" || word == "fn";
+}
+
+// The names in a parenthesis that declares parameters, by the word before its function or by two
+// names for one parameter, of which one is the type. Nothing for a call.
+std::optional<std::set<std::string>> declarationIn(std::string_view text, bool isDeclared) {
+    text = text.substr(0, longestDeclaration);
+    const auto end = text.find(')');
+    if (end == std::string_view::npos) {
+        return std::nullopt;
+    }
+    text = text.substr(0, end);
+    std::set<std::string> names;
+    bool hasNameBefore = false;
+    while (!text.empty()) {
+        const auto* const begin = std::find_if(
+            text.begin(), text.end(), [](char byte) { return isNameByte(byte) || byte == ','; });
+        text.remove_prefix(static_cast<std::size_t>(begin - text.begin()));
+        if (text.starts_with(',')) {
+            hasNameBefore = false;
+            text.remove_prefix(1);
+            continue;
+        }
+        const auto size = static_cast<std::size_t>(
+            std::find_if_not(text.begin(), text.end(), isNameByte) - text.begin());
+        if (size > 0 && isLetter(text.front())) {
+            names.insert(foldName(text.substr(0, size)));
+            isDeclared = isDeclared || hasNameBefore;
+            hasNameBefore = true;
+        }
+        text.remove_prefix(size);
+    }
+    return isDeclared ? std::optional(std::move(names)) : std::nullopt;
+}
+
+bool isAmong(const std::set<std::string>& names, const std::string& parameter) {
+    return names.contains(parameter) ||
+           (parameter.size() >= fewestForNearParameter &&
+            std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+                return editDistance(name, parameter, 1) <= 1;
+            }));
 }
 
 } // namespace
@@ -58,6 +107,7 @@ void ExerciseScreen::readWords(std::string_view text, const Vocabulary& vocabula
 }
 
 void ExerciseScreen::readNames(std::string_view text) {
+    std::string_view before;
     while (!text.empty() && m_names.size() < mostNames) {
         const auto begin = std::find_if(text.begin(), text.end(), isNameByte);
         text.remove_prefix(static_cast<std::size_t>(begin - text.begin()));
@@ -68,8 +118,14 @@ void ExerciseScreen::readNames(std::string_view text) {
         const auto next = text.find_first_not_of(' ');
         const bool isCalled = next != std::string_view::npos && next <= 1 && text[next] == '(';
         if (!name.empty() && name.size() <= longestName && (isCalled || isComposed(name))) {
-            m_names.insert(foldName(name));
+            auto& declarations = m_names[foldName(name)];
+            if (isCalled && declarations.size() < mostDeclarations) {
+                if (auto declared = declarationIn(text.substr(next + 1), declares(before))) {
+                    declarations.push_back(*std::move(declared));
+                }
+            }
         }
+        before = name;
     }
 }
 
@@ -129,14 +185,24 @@ bool ExerciseScreen::holdsPhrase(const std::vector<Vocabulary::Id>& words,
            std::any_of(m_places[words.front()].begin(), m_places[words.front()].end(), goesOnFrom);
 }
 
-bool ExerciseScreen::names(std::string_view entry) const {
-    if (m_names.contains(std::string(entry))) {
-        return true;
+EntryFit ExerciseScreen::fitOfEntry(std::string_view entry,
+                                    const std::vector<std::string>& parameters) const {
+    const auto takesThem = [&](const Declaration& names) {
+        return std::all_of(parameters.begin(), parameters.end(),
+                           [&](const std::string& parameter) { return isAmong(names, parameter); });
+    };
+    const auto isSame = [&](const std::vector<Declaration>& declarations) {
+        return parameters.empty() || declarations.empty() ||
+               std::any_of(declarations.begin(), declarations.end(), takesThem);
+    };
+    if (const auto found = m_names.find(std::string(entry)); found != m_names.end()) {
+        return isSame(found->second) ? EntryFit::same : EntryFit::other;
     }
-    return entry.size() >= fewestForNear &&
-           std::any_of(m_names.begin(), m_names.end(), [entry](const std::string& name) {
-               return editDistance(name, entry, 1) <= 1;
-           });
+    const bool isNear = entry.size() >= fewestForNear &&
+                        std::any_of(m_names.begin(), m_names.end(), [&](const auto& name) {
+                            return editDistance(name.first, entry, 1) <= 1 && isSame(name.second);
+                        });
+    return isNear ? EntryFit::same : EntryFit::none;
 }
 
 } // namespace lumivane::service

@@ -3,12 +3,16 @@
 #include "server/memory/ScreenHeadings.h"
 #include "server/memory/Vocabulary.h"
 
+#include <map>
 #include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace lumivane::service {
+
+/// Whether a function or class that a screen names is the one that is looked for.
+enum class EntryFit { none, same, other };
 
 /// A screen as exercises are looked for on it. Linear in the text.
 class ExerciseScreen {
@@ -29,14 +33,18 @@ public:
                      const std::set<std::size_t>& hidden) const;
 
     /// Whether a name of a program's text is `entry` (a foldName), a lost letter of a long one
-    /// aside. Short names must stand before a parenthesis or behind "class".
-    bool names(std::string_view entry) const;
+    /// aside. Short names must stand before a parenthesis. Where the text declares what the entry
+    /// takes, all `parameters` (foldNames) have to be among it, or it is another's.
+    EntryFit fitOfEntry(std::string_view entry, const std::vector<std::string>& parameters) const;
 
 private:
     struct Place {
         std::size_t position; ///< in words
         std::size_t line;
     };
+
+    /// The names within a parenthesis that declares parameters.
+    using Declaration = std::set<std::string>;
 
     /// The first place of the word from `position` on.
     const Place* placeFrom(Vocabulary::Id word, std::size_t position) const;
@@ -45,8 +53,8 @@ private:
     void readNames(std::string_view text);
 
     std::vector<ScreenHeading> m_headings;
-    std::vector<std::vector<Place>> m_places; ///< by word, in order
-    std::set<std::string> m_names;
+    std::vector<std::vector<Place>> m_places;                ///< by word, in order
+    std::map<std::string, std::vector<Declaration>> m_names; ///< with their declarations
 };
 
 } // namespace lumivane::service

@@ -60,6 +60,7 @@ std::string encodeSigns(const ExerciseSigns& signs) {
     json::object record;
     record["titles"] = encoded(signs.titles);
     record["entry"] = encoded(signs.entry);
+    record["parameters"] = encoded(signs.parameters);
     record["signs"] = encoded(signs.signs);
     record["foreign"] = encoded(signs.foreign);
     return json::serialize(record);
@@ -70,6 +71,7 @@ ExerciseSigns decodeSigns(std::string_view text) {
     ExerciseSigns signs;
     decode(under(document, "titles"), signs.titles);
     decode(under(document, "entry"), signs.entry);
+    decode(under(document, "parameters"), signs.parameters);
     decode(under(document, "signs"), signs.signs);
     decode(under(document, "foreign"), signs.foreign);
     if (signs.titles.empty() || signs.signs.empty()) {

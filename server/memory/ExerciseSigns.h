@@ -12,10 +12,11 @@ using Wordings = std::vector<std::string>;
 
 /// How an exercise is told on a screen.
 struct ExerciseSigns {
-    std::vector<std::string> titles; ///< what stands over it, the usual one first
-    std::string entry;               ///< the function or class that a solution has to define
-    std::vector<Wordings> signs;     ///< what its statement says
-    std::vector<Wordings> foreign;   ///< what only statements of similar exercises say
+    std::vector<std::string> titles;     ///< what stands over it, the usual one first
+    std::string entry;                   ///< the function or class that a solution has to define
+    std::vector<std::string> parameters; ///< of the function, where others share its name
+    std::vector<Wordings> signs;         ///< what its statement says
+    std::vector<Wordings> foreign;       ///< what only statements of similar exercises say
 
     bool operator==(const ExerciseSigns&) const = default;
 };

@@ -10,8 +10,8 @@ namespace lumivane::service::memoryFormat {
 /// Marks a file as a practice memory among all databases.
 inline constexpr std::int64_t applicationId = 0x4C56504D;
 
-/// Grows with every change of the tables or of how words are folded.
-inline constexpr std::int64_t version = 1;
+/// Grows with every change of the tables, of the signs or of how words are folded.
+inline constexpr std::int64_t version = 2;
 
 /// One exercise as it lies in the file.
 struct Row {

@@ -85,15 +85,12 @@ std::string failureInReport(const std::string& output, std::size_t tests) {
 ApproachReport runTests(const Exercise& exercise, const Approach& approach,
                         const PythonRuntime& runtime) {
     // No settings of the user, no packages, no compiled files left behind.
-    const SandboxResult result =
-        runSandboxed(runtime.interpreter, {"-I", "-S", "-B", "-"},
-                     programOf(exercise, approach, runtime.harness), runtime.limits);
     ApproachReport report;
-    report.hadNoNetwork = result.hasNoNetwork;
-    report.wasUnprivileged = result.isUnprivileged;
-    report.failure = failureOfEnd(result);
+    report.run = runSandboxed(runtime.interpreter, {"-I", "-S", "-B", "-"},
+                              programOf(exercise, approach, runtime.harness), runtime.limits);
+    report.failure = failureOfEnd(report.run);
     if (report.failure.empty()) {
-        report.failure = failureInReport(result.output, exercise.tests.size());
+        report.failure = failureInReport(report.run.output, exercise.tests.size());
     }
     return report;
 }

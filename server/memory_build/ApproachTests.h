@@ -18,8 +18,7 @@ struct PythonRuntime {
 /// What came of an approach.
 struct ApproachReport {
     std::string failure; ///< empty when every test passed; else what is wrong
-    bool hadNoNetwork = false;
-    bool wasUnprivileged = false;
+    SandboxResult run;   ///< how the process ended, and what was kept from it
 };
 
 /// Runs all tests of an exercise against one of its approaches, in a process of its own. Blocks.

@@ -164,8 +164,8 @@ private:
         require(m_settings.insert({name, m_line}).second, "a setting stands twice");
         if (name == "Function" || name == "Class") {
             require(m_exercise.signs.entry.empty(), "a function or a class, not both");
-            m_exercise.signs.entry = value;
             m_exercise.isClass = name == "Class";
+            takeEntry(value);
         } else if (name == "Also called") {
             for (std::string& title : split(value, ';')) {
                 m_exercise.signs.titles.push_back(std::move(title));
@@ -184,6 +184,20 @@ private:
         } else {
             require(false, "an unknown setting");
         }
+    }
+
+    void takeEntry(std::string_view value) {
+        const auto open = value.find('(');
+        m_exercise.signs.entry = trimmed(value.substr(0, open));
+        if (open == std::string_view::npos) {
+            return;
+        }
+        auto& parameters = m_exercise.signs.parameters;
+        parameters = split(value.substr(open + 1, value.size() - open - 2), ',');
+        require(!m_exercise.isClass && value.ends_with(')') &&
+                    std::none_of(parameters.begin(), parameters.end(),
+                                 [](const std::string& name) { return name.empty(); }),
+                "a function is \"name(parameter, parameter)\"");
     }
 
     void checkWhole() const {

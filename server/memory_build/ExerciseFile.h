@@ -37,7 +37,8 @@ enum class ResultOrder {
 /// One exercise as its file tells it. The files are Markdown:
 ///
 ///     # Title
-///     - Function: name            or  - Class: Name
+///     - Function: name            or  - Class: Name; name(parameter, parameter) where exercises
+///                                 share the name of their function
 ///     - Also called: title; title
 ///     - Takes: linked list, tree  what arguments are made of; a plain value where nothing is said
 ///     - Gives: linked list

@@ -1,5 +1,6 @@
 #include "server/memory_build/SandboxedChild.h"
 
+#include "server/memory_build/FileConfinement.h"
 #include "server/work/MonotonicTime.h"
 
 #include <fcntl.h>
@@ -33,6 +34,8 @@ constexpr uid_t nobody = 65534;
 struct Report {
     int networkIsOwn = 0;
     int isRoot = 0;
+    int filesAreReadOnly = 0;
+    int filesAreHidden = 0;
     int failure = 0; ///< errno; 0 as long as nothing failed
 };
 
@@ -111,6 +114,7 @@ public:
     Child(const std::filesystem::path& program, const std::vector<std::string>& arguments,
           const SandboxLimits& limits)
         : m_program(program.string())
+        , m_files(program)
         , m_limits(limits)
         , m_dropsUser(::geteuid() == 0 && canAnybodyRun(program)) {
         m_arguments.push_back(m_program.data());
@@ -124,18 +128,19 @@ public:
     }
 
     [[noreturn]] void become(int input, int output, int reports) {
-        constexpr int apart = CLONE_NEWNET | CLONE_NEWIPC;
         Report report;
         ::setsid();
         ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
         report.isRoot = ::geteuid() == 0 && !m_dropsUser ? 1 : 0;
-        bool isApart = ::geteuid() == 0 && ::unshare(apart) == 0;
+        const bool isApart = ::geteuid() == 0 && leave(0, report);
         bool isReady = connect(input, output, reports) && dropUser();
-        // Without rights of one's own the namespaces need a user namespace around them.
-        isApart = isApart || ::unshare(CLONE_NEWUSER | apart) == 0;
-        report.networkIsOwn = isApart ? 1 : 0;
+        if (!isApart) {
+            // Without rights of one's own the namespaces need a user namespace around them.
+            leave(CLONE_NEWUSER, report);
+        }
         // A change of user takes this back, so it comes behind it.
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        report.filesAreHidden = m_files.hideAllButLibraries() ? 1 : 0;
         isReady = isReady && limitAll();
         if (isReady) {
             send(report); // the descriptor closes itself with the start
@@ -152,6 +157,18 @@ private:
 
     static void send(const Report& report) {
         [[maybe_unused]] const auto written = ::write(reportDescriptor, &report, sizeof report);
+    }
+
+    // Leaves the namespaces of everybody else: the files' as well, where the system lets it.
+    static bool leave(int around, Report& report) {
+        constexpr int apart = CLONE_NEWNET | CLONE_NEWIPC;
+        if (::unshare(around | apart | CLONE_NEWNS) == 0) {
+            report.filesAreReadOnly = FileConfinement::makeAllReadOnly() ? 1 : 0;
+        } else if (::unshare(around | apart) != 0) {
+            return false;
+        }
+        report.networkIsOwn = 1;
+        return true;
     }
 
     static bool connect(int input, int output, int reports) {
@@ -191,6 +208,7 @@ private:
     }
 
     std::string m_program;
+    FileConfinement m_files;
     std::vector<std::string> m_copies;
     std::vector<char*> m_arguments;
     SandboxLimits m_limits;
@@ -335,6 +353,8 @@ SandboxResult runSandboxed(const std::filesystem::path& program,
     const Report report = readReport(reports.readEnd.get());
     result.hasNoNetwork = report.networkIsOwn != 0;
     result.isUnprivileged = report.isRoot == 0;
+    result.changesNoFiles = report.filesAreReadOnly != 0;
+    result.seesNoFiles = report.filesAreHidden != 0;
     if (report.failure == 0) {
         result.end = SandboxResult::End::exited;
         Descriptor handle(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));

@@ -36,16 +36,19 @@ struct SandboxResult {
 
     End end = End::neverStarted;
     int status = 0;
-    std::string output;         ///< standard output
-    bool hasNoNetwork = false;  ///< it ran in a network of its own, with nothing in it
-    bool isUnprivileged = true; ///< it did not run as root
+    std::string output;          ///< standard output
+    bool hasNoNetwork = false;   ///< it ran in a network of its own, with nothing in it
+    bool isUnprivileged = true;  ///< it did not run as root
+    bool changesNoFiles = false; ///< every file was read-only to it, its permissions included
+    bool seesNoFiles = false;    ///< it could read its program and libraries alone, and write none
 };
 
 /// Runs a program that nobody has to trust: a session and process group of its own, an empty
-/// environment, nothing open but the three standard streams, no file to write to, no second
-/// process, bounded memory and time. What the system refuses (a network namespace, another user)
-/// is left out and said in the result. Blocks until the child and everything it started has ended.
-/// For one thread at a time. `input` is what it reads on standard input. Throws SandboxError.
+/// environment, nothing open but the three standard streams, no second process, not a byte written
+/// to a file, bounded memory and time. No network, no file to read, empty, remove or change, and no
+/// rights of root are what the system has to grant: what it refuses is left out and said in the
+/// result. Blocks until the child and everything it started has ended. For one thread at a time.
+/// `input` is what it reads on standard input. Throws SandboxError.
 SandboxResult runSandboxed(const std::filesystem::path& program,
                            const std::vector<std::string>& arguments, const std::string& input,
                            const SandboxLimits& limits);

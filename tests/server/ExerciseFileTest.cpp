@@ -76,6 +76,19 @@ TEST(ExerciseFile, ReadsEverySection) {
     EXPECT_EQ(exercise.tests.size(), 4U);
 }
 
+TEST(ExerciseFile, AFunctionMayNameWhatItTakes) {
+    const auto signs = readExercise(with("addUp", "addUp(list, start)")).signs;
+    EXPECT_EQ(signs.entry, "addUp");
+    EXPECT_EQ(signs.parameters, (std::vector<std::string>{"list", "start"}));
+    EXPECT_TRUE(readExercise(whole()).signs.parameters.empty());
+    for (const char* wrong : {"Function: addUp(list", "Function: addUp(list) now",
+                              "Function: addUp()", "Function: addUp(list, )", "Class: Sum(list)"}) {
+        EXPECT_EQ(errorOf(with("Function: addUp", wrong)),
+                  "line 3: a function is \"name(parameter, parameter)\"")
+            << wrong;
+    }
+}
+
 TEST(ExerciseFile, MistakesAreNamedWithTheirLines) {
     EXPECT_EQ(errorOf(with("- Not:", "- Nor:")), "line 6: an unknown setting");
     EXPECT_EQ(errorOf(with("- Results: any order", "- Results: none")), "line 7: an unknown order");

@@ -1,6 +1,7 @@
 #include "server/memory/ExerciseMatch.h"
 
 #include "server/analysis/StrictJson.h"
+#include "server/memory/FoldedWords.h"
 
 #include <gtest/gtest.h>
 
@@ -123,6 +124,52 @@ TEST(ExerciseScreen, AnEntryIsANameOfAProgram) {
     EXPECT_FALSE(evidenceOn("int countPears(int n)").hasEntry);
 }
 
+TEST(ExerciseScreen, AnEntryThatTakesSomethingElseIsAnothers) {
+    Vocabulary vocabulary;
+    const auto fitOn = [&](const std::string& text) {
+        return ExerciseScreen(text, vocabulary)
+            .fitOfEntry(foldName("pick"), {foldName("crates"), foldName("wanted")});
+    };
+    for (const char* own : {
+             "def pick(self, crates: list[int], wanted: int) -> int:",
+             "def pick(crates, wanted):",
+             "function pick(crates, wanted) {",
+             "int pick(vector<int>& crates, int wanted) {",
+             "public int pick(int[] crates,\n    int wanted) {",
+             "def pick(self, crats: list[int], wantod: int):", // a letter is lost or misread
+             "pick(4, 5)",                                     // a call tells nothing
+             "pick(boxes, found)",
+             "def pick(self, boxes: list[int], wanted: int", // cut off
+             "def pick(boxes, wanted):\ndef pick(crates, wanted):",
+         }) {
+        EXPECT_EQ(fitOn(own), EntryFit::same) << own;
+    }
+    for (const char* other : {
+             "def pick(self, boxes: 'Boxes', wanted: int) -> int:",
+             "def pick(boxes, wanted):",
+             "fun pick(boxes, wanted)",
+             "int pick(const Boxes& boxes, int wanted) {",
+             "def pick():",
+             "def pick(boxes, wanted):\npick(boxes, 4)",
+         }) {
+        EXPECT_EQ(fitOn(other), EntryFit::other) << other;
+    }
+    EXPECT_EQ(fitOn("def choose(crates, wanted):"), EntryFit::none);
+    // Where the exercise names none, any will do.
+    EXPECT_EQ(ExerciseScreen("def pick(boxes):", vocabulary).fitOfEntry(foldName("pick"), {}),
+              EntryFit::same);
+}
+
+TEST(ExerciseScreen, TheNamesOfLongFunctionsAreReadOverBesideTheirParameters) {
+    Vocabulary vocabulary;
+    const auto fitOn = [&](const std::string& text) {
+        return ExerciseScreen(text, vocabulary)
+            .fitOfEntry(foldName("countApples"), {foldName("crates")});
+    };
+    EXPECT_EQ(fitOn("def contApples(crates):"), EntryFit::same);
+    EXPECT_EQ(fitOn("def contApples(boxes):"), EntryFit::none);
+}
+
 TEST(ExerciseMatch, AnOwnTitleOrAnothers) {
     const auto own = evidenceOn("7. Count Red Apples");
     EXPECT_TRUE(own.hasTitle && own.hasNumberedTitle && !own.hasOtherTitle);
@@ -142,6 +189,7 @@ TEST(ExerciseMatch, TheBars) {
         evidence.hasNumberedTitle = text.find("numbered") != std::string::npos;
         evidence.hasLongTitle = text.find("long") != std::string::npos;
         evidence.hasEntry = text.find("entry") != std::string::npos;
+        evidence.hasOtherEntry = text.find("other") != std::string::npos;
         evidence.signs = signs;
         evidence.allSigns = all;
         return isEnough(evidence);
@@ -156,6 +204,8 @@ TEST(ExerciseMatch, TheBars) {
     EXPECT_TRUE(enough("entry", 3, 5));
     EXPECT_FALSE(enough("entry", 2, 5));
     EXPECT_TRUE(enough("", 6, 6));
+    EXPECT_FALSE(enough("other", 6, 6));
+    EXPECT_TRUE(enough("title other", 4, 6));
     EXPECT_FALSE(enough("", 5, 6));
 }
 
@@ -176,18 +226,22 @@ TEST(ExerciseSigns, ReadBackAsWritten) {
     EXPECT_EQ(decodeSigns(encodeSigns(signs)), signs);
     ExerciseSigns odd = signs;
     odd.titles.push_back("\"Qu\\otes\" é");
+    odd.parameters = {"crates", "wanted"};
     EXPECT_EQ(decodeSigns(encodeSigns(odd)), odd);
 }
 
 TEST(ExerciseSigns, OtherRecordsAreRefused) {
     for (const char* text :
-         {"", "[]", "{}", R"({"titles":"a","entry":"e","signs":[["s"]],"foreign":[]})",
-          R"({"titles":[],"entry":"e","signs":[["s"]],"foreign":[]})",
-          R"({"titles":["a"],"entry":1,"signs":[["s"]],"foreign":[]})",
-          R"({"titles":["a"],"entry":"e","signs":[],"foreign":[]})",
-          R"({"titles":["a"],"entry":"e","signs":["s"],"foreign":[]})",
-          R"({"titles":["a"],"entry":"e","signs":[[""]],"foreign":[]})",
-          R"({"titles":["a"],"entry":"e","signs":[["s"]]})"}) {
+         {"", "[]", "{}",
+          R"({"titles":"a","entry":"e","parameters":[],"signs":[["s"]],"foreign":[]})",
+          R"({"titles":[],"entry":"e","parameters":[],"signs":[["s"]],"foreign":[]})",
+          R"({"titles":["a"],"entry":1,"parameters":[],"signs":[["s"]],"foreign":[]})",
+          R"({"titles":["a"],"entry":"e","parameters":[],"signs":[],"foreign":[]})",
+          R"({"titles":["a"],"entry":"e","parameters":[],"signs":["s"],"foreign":[]})",
+          R"({"titles":["a"],"entry":"e","parameters":[],"signs":[[""]],"foreign":[]})",
+          R"({"titles":["a"],"entry":"e","parameters":[],"signs":[["s"]]})",
+          R"({"titles":["a"],"entry":"e","signs":[["s"]],"foreign":[]})",
+          R"({"titles":["a"],"entry":"e","parameters":[""],"signs":[["s"]],"foreign":[]})"}) {
         EXPECT_THROW(decodeSigns(text), JsonError) << text;
     }
 }

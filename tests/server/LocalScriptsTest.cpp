@@ -1,7 +1,9 @@
 #include "server/TemporaryFolder.h"
 #include "server/TestClient.h"
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,6 +24,32 @@ struct ScriptResult {
     std::string output;
 };
 
+// Takes connections and never says a word.
+class SilentServer {
+public:
+    SilentServer()
+        : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        m_address.sin_family = AF_INET;
+        m_address.sin_addr.s_addr = ::htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof m_address;
+        auto* address = reinterpret_cast<sockaddr*>(&m_address);
+        EXPECT_EQ(::bind(m_socket, address, size), 0);
+        EXPECT_EQ(::listen(m_socket, 8), 0);
+        EXPECT_EQ(::getsockname(m_socket, address, &size), 0);
+    }
+
+    ~SilentServer() { ::close(m_socket); }
+
+    SilentServer(const SilentServer&) = delete;
+    SilentServer& operator=(const SilentServer&) = delete;
+
+    int port() const { return ::ntohs(m_address.sin_port); }
+
+private:
+    int m_socket;
+    sockaddr_in m_address{};
+};
+
 } // namespace
 
 class LocalScriptsTest : public testing::Test {
@@ -34,15 +62,8 @@ protected:
 
     ~LocalScriptsTest() override { script("local-down"); }
 
-    // The name may be followed by switches; `variables` stand before the command.
-    ScriptResult script(const std::string& name, const std::string& variables = "") const {
-        const auto build =
-            std::filesystem::path(LUMIVANE_SERVICE_EXECUTABLE).parent_path().parent_path().string();
-        const std::string path = std::string("'") + LUMIVANE_SCRIPTS_FOLDER + "'/" + name;
-        const std::string command =
-            variables + "HOME='" + folder.path().string() + "' XDG_RUNTIME_DIR='" + run.string() +
-            "' XDG_DATA_HOME= XDG_CONFIG_HOME= LUMIVANE_SERVICE_PORT=0 LUMIVANE_BUILD_DIR='" +
-            build + "' " + path + " 2>&1";
+    // What the command says and ends with.
+    static ScriptResult output(const std::string& command) {
         ScriptResult result;
         FILE* pipe = ::popen(command.c_str(), "r");
         std::array<char, 1024> bytes{};
@@ -52,6 +73,33 @@ protected:
         const int status = ::pclose(pipe);
         result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         return result;
+    }
+
+    // Stands for a container engine that knows one word; it says what it is asked for.
+    void addEngine(const std::string& name, const std::string& word) const {
+        const auto program = folder.path() / "bin" / name;
+        std::filesystem::create_directories(program.parent_path());
+        std::ofstream(program) << "#!/bin/sh\ntest \"$2\" != version || set -- \"$1\"\n"
+                                  "test \"$1\" = version && set -- --project-name\n"
+                                  "test \"$1\" = "
+                               << word << " || exit 125\necho \"asked: " << name << " $*\"\n";
+        std::filesystem::permissions(program, std::filesystem::perms(0755));
+    }
+
+    std::string withEngines() const {
+        return "PATH='" + (folder.path() / "bin").string() + ":'\"$PATH\" ";
+    }
+
+    // The name may be followed by switches; `variables` stand before the command and win.
+    ScriptResult script(const std::string& name, const std::string& variables = "") const {
+        const auto build =
+            std::filesystem::path(LUMIVANE_SERVICE_EXECUTABLE).parent_path().parent_path().string();
+        const std::string path = std::string("'") + LUMIVANE_SCRIPTS_FOLDER + "'/" + name;
+        return output("export HOME='" + folder.path().string() + "' XDG_RUNTIME_DIR='" +
+                      run.string() +
+                      "' XDG_DATA_HOME= XDG_CONFIG_HOME= LUMIVANE_SERVICE_PORT=0 "
+                      "LUMIVANE_BUILD_DIR='" +
+                      build + "'; " + variables + path + " 2>&1");
     }
 
     static int portIn(const std::string& output) {
@@ -105,23 +153,89 @@ TEST_F(LocalScriptsTest, SaysWhyTheServiceDoesNotStart) {
     EXPECT_NE(failed.output.find("unknown configuration key \"prot\""), std::string::npos);
 }
 
+TEST_F(LocalScriptsTest, AServiceThatCannotGetToItsDatabaseIsGivenUp) {
+    const SilentServer database;
+    const auto failed = script(
+        "local-up", "LUMIVANE_START_PATIENCE=1 LUMIVANE_SERVICE_DATABASE_URL=postgresql://user:"
+                    "password@127.0.0.1:" +
+                        std::to_string(database.port()) + "/service ");
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_NE(failed.output.find("local-up: the service did not answer within 1 seconds"),
+              std::string::npos)
+        << failed.output;
+    EXPECT_FALSE(std::filesystem::exists(run / "lumivane" / "service.pid"));
+    EXPECT_FALSE(std::filesystem::exists(run / "lumivane" / "service.start"));
+    EXPECT_EQ(script("local-down").output, "The service is not running.\n");
+}
+
+TEST_F(LocalScriptsTest, AddressesOfBothKindsAreUnderstood) {
+    const auto placeOf = [&](const std::string& url) {
+        return output("bash -c '. \"" LUMIVANE_SCRIPTS_FOLDER "/local-service.bash\"; place_of \"" +
+                      url + "\"' 2>&1")
+            .output;
+    };
+    EXPECT_EQ(placeOf("http://127.0.0.1:8787"), "127.0.0.1 8787\n");
+    EXPECT_EQ(placeOf("http://[::1]:8787"), "::1 8787\n");
+}
+
 TEST_F(LocalScriptsTest, ContainersAreStartedOnlyWhenAskedFor) {
-    const auto engine = folder.path() / "bin";
-    std::filesystem::create_directory(engine);
-    std::ofstream(engine / "docker") << "#!/bin/sh\necho \"asked: $*\"\n"
-                                        "test -n \"$LUMIVANE_DATABASE_PASSWORD\"\n";
-    std::filesystem::permissions(engine / "docker", std::filesystem::perms(0755));
-    const std::string withEngine = "PATH='" + engine.string() + ":'\"$PATH\" ";
-    EXPECT_EQ(script("local-up", withEngine).output.find("asked"), std::string::npos);
-    EXPECT_EQ(script("local-down", withEngine).output, "The service has stopped.\n");
-    const auto down = script("local-down --container", withEngine);
+    addEngine("docker", "compose");
+    EXPECT_EQ(script("local-up", withEngines()).output.find("asked"), std::string::npos);
+    EXPECT_EQ(script("local-down", withEngines()).output, "The service has stopped.\n");
+    const auto down = script("local-down --container", withEngines());
     EXPECT_EQ(down.status, 0) << down.output;
+    EXPECT_NE(down.output.find("asked: docker compose"), std::string::npos);
     EXPECT_NE(down.output.find("packaging/compose.yaml down\n"), std::string::npos);
-    const auto byVariable = script("local-down", withEngine + "LUMIVANE_CONTAINER=1 ");
+    const auto byVariable = script("local-down", withEngines() + "LUMIVANE_CONTAINER=1 ");
     EXPECT_NE(byVariable.output.find("packaging/compose.yaml down\n"), std::string::npos);
     const auto password = folder.path() / ".local/share/lumivane-service/database-password";
     EXPECT_EQ(std::filesystem::file_size(password), 48U);
     EXPECT_EQ(std::filesystem::status(password).permissions(), std::filesystem::perms(0600));
+}
+
+TEST_F(LocalScriptsTest, TheFirstCommandThatComposesIsTaken) {
+    // Engines may be there without the part of them that composes.
+    addEngine("docker", "run");
+    addEngine("podman", "run");
+    addEngine("podman-compose", "--project-name");
+    const auto with = [&](const std::string& command) {
+        const auto down = script("local-down --container", withEngines());
+        EXPECT_EQ(down.status, 0) << down.output;
+        EXPECT_NE(down.output.find("asked: " + command + " --project-name lumivane --file "),
+                  std::string::npos)
+            << down.output;
+    };
+    with("podman-compose");
+    addEngine("podman", "compose");
+    with("podman compose");
+    addEngine("docker", "compose");
+    with("docker compose");
+}
+
+TEST_F(LocalScriptsTest, WithoutAnythingThatComposesNothingIsStarted) {
+    addEngine("docker", "run");
+    addEngine("podman", "run");
+    addEngine("podman-compose", "run");
+    const auto up = script("local-up --container", withEngines());
+    EXPECT_EQ(up.status, 1);
+    EXPECT_NE(up.output.find("local-up: none of 'docker compose', 'podman compose' and "
+                             "'podman-compose' is there"),
+              std::string::npos)
+        << up.output;
+    EXPECT_EQ(up.output.find("asked"), std::string::npos);
+}
+
+TEST_F(LocalScriptsTest, ContainersThatDoNotAnswerAreSaid) {
+    addEngine("docker", "compose");
+    const int nobody = SilentServer().port();
+    const auto up = script("local-up --container",
+                           withEngines() + "LUMIVANE_START_PATIENCE=1 LUMIVANE_SERVICE_PORT=" +
+                               std::to_string(nobody) + " ");
+    EXPECT_EQ(up.status, 1);
+    EXPECT_NE(up.output.find("compose.yaml up --build --detach\n"), std::string::npos) << up.output;
+    EXPECT_NE(up.output.find("local-up: the service did not answer on http://127.0.0.1:"),
+              std::string::npos)
+        << up.output;
 }
 
 TEST_F(LocalScriptsTest, OtherSwitchesAreRefused) {

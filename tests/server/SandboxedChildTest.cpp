@@ -3,16 +3,99 @@
 #include "server/TemporaryFolder.h"
 #include "server/work/MonotonicTime.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/landlock.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 
 namespace lumivane::service {
 
 using namespace std::chrono_literals;
 using End = SandboxResult::End;
+
+namespace {
+
+// What this system grants is tried out here, so that no report is only compared with itself. Root
+// may be refused what anybody gets in a user namespace, and the other way round.
+template <typename Trial>
+bool isGranted(Trial trial) {
+    for (const int around : {0, CLONE_NEWUSER}) {
+        const pid_t process = ::fork();
+        if (process == 0) {
+            ::_exit(trial(around) ? 0 : 1);
+        }
+        int status = 0;
+        ::waitpid(process, &status, 0);
+        if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool canLeaveTheNetwork() {
+    return isGranted([](int around) { return ::unshare(around | CLONE_NEWNET) == 0; });
+}
+
+bool canMakeFilesReadOnly() {
+    return isGranted([](int around) {
+        mount_attr readOnly{};
+        readOnly.attr_set = MOUNT_ATTR_RDONLY;
+        readOnly.propagation = MS_PRIVATE;
+        return ::unshare(around | CLONE_NEWNS) == 0 &&
+               ::mount_setattr(AT_FDCWD, "/", AT_RECURSIVE, &readOnly, sizeof readOnly) == 0;
+    });
+}
+
+bool canHideFiles() {
+    return ::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) >= 1;
+}
+
+// A folder with one file, both of the very user that the sandboxed program runs as, and open to
+// all: whatever is refused there is refused by the sandbox.
+class OwnFiles {
+public:
+    OwnFiles()
+        : path((m_folder.path() / "file").string()) {
+        std::ofstream(path) << "kept\n";
+        for (const auto& place : {m_folder.path(), std::filesystem::path(path)}) {
+            std::filesystem::permissions(place, std::filesystem::perms::all);
+            constexpr uid_t nobody = 65534;
+            if (::geteuid() == 0) {
+                EXPECT_EQ(::chown(place.c_str(), nobody, nobody), 0);
+            }
+        }
+    }
+
+    std::string folder() const { return m_folder.path().string(); }
+
+    bool areUntouched() const {
+        std::ifstream file(path);
+        const std::string content((std::istreambuf_iterator<char>(file)),
+                                  std::istreambuf_iterator<char>());
+        const auto files = std::filesystem::directory_iterator(m_folder.path());
+        return content == "kept\n" && std::distance(begin(files), end(files)) == 1 &&
+               std::filesystem::status(path).permissions() == std::filesystem::perms::all;
+    }
+
+private:
+    lumivane::service::test::TemporaryFolder m_folder;
+
+public:
+    const std::string path;
+};
+
+} // namespace
 
 class SandboxedChildTest : public testing::Test {
 protected:
@@ -48,24 +131,68 @@ TEST_F(SandboxedChildTest, HasAnEmptyEnvironmentAndNoOtherFiles) {
     EXPECT_EQ(said("import os\nprint([name for name in os.environ if name != 'LC_CTYPE'])\n"),
               "[]\n");
     ::unsetenv("LUMIVANE_TEST_SECRET");
-    EXPECT_EQ(said("import os\nprint(os.listdir('/proc/self/fd')[:3], "
-                   "len(os.listdir('/proc/self/fd')))\n"),
-              "['0', '1', '2'] 4\n");
+    EXPECT_EQ(said("import os\nfor number in range(64):\n    try:\n        os.fstat(number)\n"
+                   "        print(number, end=' ')\n    except OSError:\n        pass\n"),
+              "0 1 2 ");
     EXPECT_EQ(said("import os\nprint(os.getcwd(), os.getsid(0) == os.getpid())\n"), "/ True\n");
 }
 
-TEST_F(SandboxedChildTest, WritesNoFile) {
-    const lumivane::service::test::TemporaryFolder folder;
-    std::filesystem::permissions(folder.path(), std::filesystem::perms::all);
-    const std::string path = (folder.path() / "file").string();
-    EXPECT_EQ(raised("file = open('" + path + "', 'w', buffering=1); file.write('a\\n')"),
-              "OSError");
-    std::error_code ignored;
-    const auto written = std::filesystem::file_size(path, ignored);
-    EXPECT_TRUE(ignored || written == 0);
+TEST_F(SandboxedChildTest, ReportsWhatTheSystemGrants) {
+    const auto result = run("");
+    EXPECT_EQ(result.hasNoNetwork, canLeaveTheNetwork());
+    EXPECT_EQ(result.changesNoFiles, canMakeFilesReadOnly());
+    EXPECT_EQ(result.seesNoFiles, canHideFiles());
+}
+
+TEST_F(SandboxedChildTest, WritesNotAByte) {
+    const OwnFiles files;
+    EXPECT_NE(raised("file = open('" + files.path + "', 'a', buffering=1); file.write('a\\n')"),
+              "nothing");
+    EXPECT_TRUE(files.areUntouched());
+}
+
+TEST_F(SandboxedChildTest, LeavesEveryFileAsAndWhereItIs) {
+    const OwnFiles files;
+    const std::string file = "'" + files.path + "'";
+    const std::string other = "'" + files.folder() + "/other'";
+    const auto expectRefused = [&](const std::string& deed) {
+        EXPECT_NE(raised(deed), "nothing") << deed;
+        EXPECT_TRUE(files.areUntouched()) << deed;
+    };
+    // Either keeps these.
+    if (canMakeFilesReadOnly() || canHideFiles()) {
+        expectRefused("open(" + file + ", 'w')");
+        expectRefused("os.unlink(" + file + ")");
+        expectRefused("os.rename(" + file + ", " + other + ")");
+        expectRefused("os.symlink('a', " + other + ")");
+        expectRefused("os.mkdir(" + other + ")");
+        expectRefused("os.mkfifo(" + other + ")");
+        expectRefused("os.open(" + other + ", os.O_CREAT | os.O_RDONLY)");
+    }
+    if (canMakeFilesReadOnly()) {
+        expectRefused("os.truncate(" + file + ", 0)");
+        expectRefused("os.link(" + file + ", " + other + ")");
+        expectRefused("os.chmod(" + file + ", 0)");
+        expectRefused("os.utime(" + file + ", (0, 0))");
+    }
+}
+
+TEST_F(SandboxedChildTest, ReadsNothingButItsLibraries) {
+    const OwnFiles files;
+    for (const std::string& deed :
+         {"open('" + files.path + "')", "os.listdir('" + files.folder() + "')",
+          std::string("os.listdir('/proc')"), std::string("open('/etc/passwd')"),
+          std::string("os.execv('/usr/bin/env', ['env'])")}) {
+        if (canHideFiles()) {
+            EXPECT_EQ(raised(deed), "PermissionError") << deed;
+        }
+    }
+    EXPECT_EQ(said("import bisect, collections, heapq, math, random\nprint(math.isqrt(9))\n"),
+              "3\n");
 }
 
 TEST_F(SandboxedChildTest, StartsNoProcess) {
+    ASSERT_TRUE(run("").isUnprivileged); // the number of processes binds all but root
     EXPECT_EQ(raised("os._exit(0) if os.fork() == 0 else os.wait()"), "BlockingIOError");
 }
 
@@ -74,13 +201,24 @@ TEST_F(SandboxedChildTest, ReachesNobody) {
                             "    socket.create_connection(('127.0.0.1', 1), timeout=5)\n"
                             "except OSError as error:\n    print(error.errno)\n");
     ASSERT_EQ(result.end, End::exited);
-    // Where the system refuses a network of its own, the result says so.
-    EXPECT_EQ(result.output, result.hasNoNetwork ? "101\n" : "111\n");
+    EXPECT_EQ(result.output, canLeaveTheNetwork() ? "101\n" : "111\n");
 }
 
-TEST_F(SandboxedChildTest, IsNotRootWhereItCanBeAnybodyElse) {
-    const auto result = run("import os\nprint(os.geteuid() == 0)\n");
-    EXPECT_EQ(result.output, result.isUnprivileged ? "False\n" : "True\n");
+TEST_F(SandboxedChildTest, IsNeverRootWithTheInterpreterOfTheSystem) {
+    const auto result = run("import os\nprint(os.geteuid() == 0, os.getegid() == 0)\n");
+    EXPECT_TRUE(result.isUnprivileged);
+    EXPECT_EQ(result.output, "False False\n");
+}
+
+TEST_F(SandboxedChildTest, IsRootWhereOnlyRootGetsToTheProgram) {
+    const lumivane::service::test::TemporaryFolder folder;
+    std::filesystem::permissions(folder.path(), std::filesystem::perms::owner_all);
+    const auto program = folder.path() / "true";
+    std::filesystem::copy_file("/bin/true", program);
+    const auto result = runSandboxed(program, {}, "", limits);
+    EXPECT_EQ(result.end, End::exited);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.isUnprivileged, ::geteuid() != 0);
 }
 
 TEST_F(SandboxedChildTest, TooMuchComputingEndsIt) {
