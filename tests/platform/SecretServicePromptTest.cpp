@@ -4,6 +4,8 @@
 #include "support/ManualClock.h"
 #include "support/ScriptedSecretService.h"
 
+#include <QScopeGuard>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -155,6 +157,7 @@ TEST_F(SecretServicePromptTest, QuestionsLeaveRoomForOtherCallsOnAMachineWithOne
     QThreadPool narrow;
     narrow.setMaxThreadCount(1);
     SecretServiceItemStore onOneCore(clock, narrow);
+    const auto end = qScopeGuard([&onOneCore] { onOneCore.shutDown(); });
     service.answer = Answer::none;
     lockWith("one");
     const auto first = test::watch(onOneCore.copyMatching(key, UnlockPrompt::allowed, {}));

@@ -12,8 +12,8 @@ namespace lumivane {
 /// programs put behind theirs is not for this one to start.
 ///
 /// The browser lives on its own: it has the user's surroundings, the limit of core dumps that this
-/// process found, no files of this process, no signals held back, and nobody waits for it. Whether there is a browser behind the program that
-/// looks for one is not known.
+/// process found, no files of this process, no signals held back, and nobody waits for it. Whether
+/// there is a browser behind the program that looks for one is not known.
 class DesktopUrlOpener final : public UrlOpener {
 public:
     /// `environment` is what the browser gets: the one that this process was started with, before
