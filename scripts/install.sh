@@ -10,6 +10,8 @@ set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 # shellcheck source=scripts/installation.bash
 source "$root/scripts/installation.bash"
+# shellcheck source=scripts/private-session.bash
+source "$root/scripts/private-session.bash"
 
 usage() { sed -n '2,7s/^# \{0,1\}//p' "$0"; }
 
@@ -107,3 +109,9 @@ case ":${XDG_DATA_HOME:-$HOME/.local/share}:${XDG_DATA_DIRS:-/usr/local/share:/u
   *":$prefix/share:"* | *":$prefix/share/:"*) ;;
   *) echo "Desktops look for menu entries in XDG_DATA_DIRS, where $prefix/share is not." ;;
 esac
+# From elsewhere than a desktop there is no telling what a session will have.
+if [[ -n "${DBUS_SESSION_BUS_ADDRESS:-}" ]] && bus_answers && ! has_keyring &&
+    ! can_start_keyring; then
+    echo "Warning: no keyring answers in this session. Without one (org.freedesktop.secrets, such as"
+    echo "gnome-keyring) nobody can log in: Lumivane keeps a login there and nowhere else."
+fi

@@ -73,21 +73,24 @@ AccountAuthorization::~AccountAuthorization() {
 
 QCoro::Task<void> AccountAuthorization::authorize(AuthProvider provider, AuthIntent intent) {
     m_login.request_stop();
+    m_keeper.dropKeyringAdvice();
     m_login = std::stop_source();
     m_underWay = provider;
     m_status.setState(AuthenticationState::authorizing(provider));
     return Login::run({this, m_keeper.generation(), provider, intent, m_login.get_token()});
 }
 
-QCoro::Task<std::optional<DeviceRegistration>>
-AccountAuthorization::deviceRegistration(std::stop_token stop) {
+QCoro::Task<AccountAuthorization::Device> AccountAuthorization::device(std::stop_token stop) {
+    Device device;
     try {
-        co_return co_await m_ports.deviceIdentity.registration(UnlockPrompt::allowed, stop);
+        device.registration =
+            co_await m_ports.deviceIdentity.registration(UnlockPrompt::allowed, stop);
     } catch (const std::exception&) {
+        device.keyring = keyringTrouble(std::current_exception());
         LumivaneLog::lifecycle.log(
             "Device identity unavailable; completing the login without registering this Mac");
-        co_return std::nullopt;
     }
+    co_return device;
 }
 
 QCoro::Task<void> AccountAuthorization::Login::run(Login login) {
@@ -129,13 +132,20 @@ QCoro::Task<AuthCompletion> AccountAuthorization::Login::complete(Login login) {
         co_await ports.webAuthenticator.authenticate(transaction.authorizationURL, login.replaced);
     login.requirePresence();
     const SecretText code = LoginCallback::handoffCode(callback, transaction.transactionID);
-    const std::optional<DeviceRegistration> device =
-        co_await login.owner->deviceRegistration(login.replaced);
+    const Device device = co_await login.owner->device(login.replaced);
     login.requirePresence();
-    AuthCompletion completion = co_await ports.service.complete(
-        transaction.transactionID, code, verifier, login.intent, device, login.replaced);
-    login.requirePresence();
-    co_return completion;
+    try {
+        AuthCompletion completion =
+            co_await ports.service.complete(transaction.transactionID, code, verifier, login.intent,
+                                            device.registration, login.replaced);
+        login.requirePresence();
+        co_return completion;
+    } catch (const AuthenticationError& error) {
+        if (error.errorCase == Case::deviceRequired) {
+            throw AuthenticationError(error.errorCase, device.keyring);
+        }
+        throw;
+    }
 }
 
 QCoro::Task<void> AccountAuthorization::Login::accept(Login login, AuthCompletion completion) {

@@ -38,8 +38,13 @@ public:
     /// that is not complete yet, and that one then ends without touching anything.
     QCoro::Task<void> authorize(AuthProvider provider, AuthIntent intent);
 
-    /// What the service is told of this machine; none when the keyring does not say.
-    QCoro::Task<std::optional<DeviceRegistration>> deviceRegistration(std::stop_token stop);
+    struct Device {
+        std::optional<DeviceRegistration> registration; ///< none when the keyring does not say
+        KeyringTrouble keyring = KeyringTrouble::none;  ///< why
+    };
+
+    /// What the service is told of this machine.
+    QCoro::Task<Device> device(std::stop_token stop);
 
 private:
     using Self = QPointer<AccountAuthorization>;

@@ -23,18 +23,8 @@ struct RequestSecrets {
     SecretBytes body{QByteArray()};
 };
 
-SecretBytes bearer(const SecretText& token) {
-    constexpr QByteArrayView scheme = "Bearer ";
-    const QByteArrayView text = token.reveal();
-    QByteArray bytes;
-    // In one piece, since growing would leave a part behind.
-    bytes.reserve(scheme.size() + text.size());
-    bytes.append(scheme).append(text);
-    return SecretBytes(std::move(bytes));
-}
-
 RequestSecrets secretsOf(const AuthCall& call) {
-    return {call.token ? bearer(*call.token) : SecretBytes(QByteArray()),
+    return {call.token ? SecretBytes::bearer(*call.token) : SecretBytes(QByteArray()),
             SecretBytes(call.body ? call.body->write() : QByteArray())};
 }
 
@@ -141,7 +131,7 @@ QCoro::Task<HttpResponse> AuthExchange::sendFilterRequest(std::optional<ServiceB
                                                           std::optional<QString> knownVersion,
                                                           SecretText token, std::stop_token stop) {
     try {
-        const SecretBytes authorization = bearer(token);
+        const SecretBytes authorization = SecretBytes::bearer(token);
         HttpRequest request =
             baseRequest(required(base), session, "GET", u"v1/auth/handles/filter"_qs);
         request.maximumResponseBytes = AuthClient::maximumFilterBytes;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "accounts/AuthenticationError.h"
-#include "accounts/SecretBytes.h"
 #include "accounts/SecretJson.h"
+#include "domain/SecretBytes.h"
 #include "domain/ServiceBase.h"
 #include "platform/HttpSession.h"
 

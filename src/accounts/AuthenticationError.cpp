@@ -35,9 +35,39 @@ constexpr std::array rows{
 };
 static_assert(isInCaseOrder(rows));
 
+const QString noKeyring =
+    u"No keyring answers on this desktop. Lumivane keeps your login there and nowhere else: start "
+    u"or install one, then try again."_qs;
+const QString lockedKeyring =
+    u"Your keyring is locked or not set up. Lumivane keeps your login there and nowhere else: try "
+    u"again, and unlock it when you are asked."_qs;
+const QString damagedItem = u"Your keyring holds a session that cannot be read. Remove the entry "
+                            u"\"com.marnoth.Lumivane.authentication\" from it, then try again."_qs;
+
 } // namespace
 
+std::optional<QString> keyringAdvice(KeyringTrouble trouble) {
+    switch (trouble) {
+    case KeyringTrouble::none:
+        return std::nullopt;
+    case KeyringTrouble::missing:
+        return noKeyring;
+    case KeyringTrouble::locked:
+        return lockedKeyring;
+    case KeyringTrouble::damaged:
+        return damagedItem;
+    }
+    Q_UNREACHABLE();
+}
+
+bool isKeyringAdvice(const QString& text) {
+    return text == noKeyring || text == lockedKeyring || text == damagedItem;
+}
+
 QString AuthenticationError::errorDescription() const {
+    if (const auto advice = keyringAdvice(keyring)) {
+        return *advice;
+    }
     return QString(toLatin1(rows[static_cast<std::size_t>(errorCase)].description));
 }
 
@@ -51,6 +81,18 @@ bool isCase(const std::exception_ptr& error, AuthenticationError::Case errorCase
         }
     }
     return false;
+}
+
+KeyringTrouble keyringTrouble(const std::exception_ptr& error) {
+    if (error) {
+        try {
+            std::rethrow_exception(error);
+        } catch (const AuthenticationError& found) {
+            return found.keyring;
+        } catch (...) { // no error of accounts
+        }
+    }
+    return KeyringTrouble::none;
 }
 
 } // namespace lumivane

@@ -12,8 +12,9 @@ namespace lumivane {
 
 /// The one thing that a login leaves behind for the next start. Main thread only.
 ///
-/// Calls have their effect one after another, in the order in which they are made, and each ends
-/// within a few seconds unless it asks the user something. Each throws
+/// Calls have their effect one after another, in the order in which they are made. Each ends within
+/// a few seconds of its turn unless it asks the user something; its turn comes when those before it
+/// have ended, a question that one of them asks included. Each throws
 /// AuthenticationError::Case::unavailable when the keyring does not do as it is told, and Cancelled
 /// once a stop is requested; a call that has begun by then still has its turn, and whether it has
 /// its effect is open.

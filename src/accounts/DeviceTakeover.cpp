@@ -152,8 +152,7 @@ QCoro::Task<void> DeviceTakeover::Confirmation::run(Confirmation confirmation) {
 
 QCoro::Task<void> DeviceTakeover::Confirmation::move(Confirmation confirmation) {
     const Self& owner = confirmation.owner;
-    const std::optional<DeviceRegistration> device =
-        co_await owner->m_authorization.deviceRegistration(confirmation.stop);
+    const auto device = co_await owner->m_authorization.device(confirmation.stop);
     confirmation.requirePresence();
     if (!confirmation.isAsked()) {
         co_return;
@@ -162,11 +161,11 @@ QCoro::Task<void> DeviceTakeover::Confirmation::move(Confirmation confirmation) 
         owner->expire();
         co_return;
     }
-    if (!device || !device->isComplete()) {
-        throw AuthenticationError(Case::deviceRequired);
+    if (!device.registration || !device.registration->isComplete()) {
+        throw AuthenticationError(Case::deviceRequired, device.keyring);
     }
     const AuthCredentials login = co_await owner->m_ports.service.takeover(
-        confirmation.context.ticket, *device, confirmation.stop);
+        confirmation.context.ticket, *device.registration, confirmation.stop);
     confirmation.requirePresence();
     if (!confirmation.isAsked()) {
         LumivaneLog::lifecycle.log("A takeover answer came after its window had closed");

@@ -68,6 +68,7 @@ QCoro::Task<void> HandleField::primeFilter(bool force) {
 
 void HandleField::draftChanged(const QString& draft) {
     m_checkTask = TaskHandle();
+    m_shown.keep();
     const auto user = m_status.state().user();
     if (!user) {
         return;

@@ -44,7 +44,9 @@ std::optional<QDateTime> dateOf(const QRegularExpressionMatch& match) {
 
 QString written(const QDateTime& date, QStringView format) {
     const QDateTime utc = date.toUTC();
-    Q_ASSERT(isWritable(utc));
+    if (!isWritable(utc)) {
+        throw EncodingError();
+    }
     return utc.toString(format);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "domain/StrictJson.h"
+
 #include <QDateTime>
 #include <QLatin1String>
 #include <QString>
@@ -20,10 +22,11 @@ std::optional<QDateTime> read(QStringView text);
 /// The same without a fraction; a text with one is refused. The form of the keyring.
 std::optional<QDateTime> readPlain(QStringView text);
 
-/// In UTC with three digits of fraction. The date has to be valid and of the years above.
+/// In UTC with three digits of fraction. Throws EncodingError for a date that is invalid or not of
+/// the years above.
 QString write(const QDateTime& date);
 
-/// In UTC, the fraction cut off, so a date that is stored is never later than the date it was.
+/// The same, the fraction cut off, so a date that is stored is never later than the date it was.
 QString writePlain(const QDateTime& date);
 
 } // namespace InternetTimestamp

@@ -9,9 +9,17 @@ namespace lumivane {
 
 namespace {
 
+KeyringTrouble troubleOf(SecretItemStatus status) {
+    if (status == SecretItemStatus::unavailable) {
+        return KeyringTrouble::missing;
+    }
+    return status == SecretItemStatus::interactionNotAllowed ? KeyringTrouble::locked
+                                                             : KeyringTrouble::none;
+}
+
 [[noreturn]] void refuse(SecretItemStatus status) {
     LumivaneLog::lifecycle.error("Keychain item not usable; status=%{public}s", status);
-    throw AuthenticationError(AuthenticationError::Case::unavailable);
+    throw AuthenticationError(AuthenticationError::Case::unavailable, troubleOf(status));
 }
 
 void require(SecretItemStatus status) {

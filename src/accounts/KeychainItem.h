@@ -13,7 +13,8 @@ namespace lumivane {
 /// thread. A value: flows carry a copy, and the store outlives them.
 ///
 /// Every operation throws AuthenticationError::Case::unavailable for a status that it does not
-/// expect, which it logs, and Cancelled once a stop is requested.
+/// expect, which it logs, with the KeyringTrouble where it is one, and Cancelled once a stop is
+/// requested.
 class KeychainItem {
 public:
     KeychainItem(SecretItemStore& store, SecretItemKey key);

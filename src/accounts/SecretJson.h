@@ -27,7 +27,7 @@ public:
 
     const Json& value() const { return m_value; }
 
-    /// In UTF-8; the caller overwrites it after use.
+    /// As writeJson does, in one piece of memory; the caller overwrites it after use.
     QByteArray write() const;
 
     /// What the destructor does, earlier.
@@ -41,8 +41,8 @@ private:
 inline constexpr JsonLimits accountJsonLimits{.maximumBytes = std::int64_t{1024} * 1024,
                                               .maximumDepth = 16};
 
-/// decodeJson for a record with secrets: nothing of the parsed text stays behind. `data` stays the
-/// caller's to overwrite. Throws DecodingError.
+/// decodeJson for a record with secrets: the parsed texts are overwritten, though not what the
+/// parser kept for itself on the way. `data` stays the caller's to overwrite. Throws DecodingError.
 template <typename Record>
 Record decodeSecretJson(QByteArrayView data, JsonLimits limits = accountJsonLimits) {
     const SecretJson parsed(parseJson(data, limits));

@@ -1,6 +1,5 @@
 #include "accounts/SessionKeeper.h"
 
-#include "accounts/AuthenticationError.h"
 #include "accounts/RefreshExchange.h"
 #include "async/Cancelled.h"
 #include "async/TaskHandle.h"
@@ -173,6 +172,7 @@ void SessionKeeper::requireCurrent(const Self& self, const RefreshExchange& exch
 
 QCoro::Task<void> SessionKeeper::handleFailure(Exchange exchange, std::exception_ptr error,
                                                UnlockPrompt prompt) {
+    showKeyringAdvice(keyringTrouble(error));
     if (isCase(error, Case::expiredSession)) {
         co_await cleared(prompt, expiredNotRemoved);
     } else if (showSignedIn()) {
@@ -239,7 +239,21 @@ void SessionKeeper::seed(AuthCredentials credentials) {
 void SessionKeeper::hold(const AuthCredentials& login, const StoredSession& session) {
     m_storedSession = session;
     m_credentials = login;
+    dropKeyringAdvice();
     showSignedIn();
+}
+
+void SessionKeeper::showKeyringAdvice(KeyringTrouble trouble) {
+    if (const auto advice = keyringAdvice(trouble)) {
+        m_status.setErrorMessage(advice);
+    }
+}
+
+void SessionKeeper::dropKeyringAdvice() {
+    const auto& message = m_status.errorMessage();
+    if (message && isKeyringAdvice(*message)) {
+        m_status.setErrorMessage(std::nullopt);
+    }
 }
 
 void SessionKeeper::release(const Exchange& exchange) {

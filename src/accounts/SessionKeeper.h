@@ -1,6 +1,7 @@
 #pragma once
 
 #include "accounts/AccountStatus.h"
+#include "accounts/AuthenticationError.h"
 #include "accounts/AuthenticationPorts.h"
 
 #include <QObject>
@@ -86,6 +87,10 @@ public:
     QCoro::Task<bool> handleUnauthorized();
     QCoro::Task<void> signOutLocallyAfterEviction();
 
+    /// A message about the keyring goes: something new has begun, or the keyring does as told
+    /// again.
+    void dropKeyringAdvice();
+
     /// Starts out with this session, for tests of the views; nothing is stored.
     void seed(AuthCredentials credentials);
 
@@ -109,6 +114,7 @@ private:
     static void requireCurrent(const Self& self, const RefreshExchange& exchange);
     QCoro::Task<void> handleFailure(Exchange exchange, std::exception_ptr error,
                                     UnlockPrompt prompt);
+    void showKeyringAdvice(KeyringTrouble trouble);
     void hold(const AuthCredentials& login, const StoredSession& session);
     void release(const Exchange& exchange);
     void cancelRefresh();
@@ -136,7 +142,7 @@ private:
     Exchange m_refresh; ///< the one under way, until its owner is through with it
     std::uint64_t m_generation = 0;
     bool m_isRestoring = false;
-    bool m_isStoreUnread = false; ///< the keyring gave nothing away, and may do so when asked again
+    bool m_isStoreUnread = false; ///< the keyring gave no session, and may do so when asked again
 };
 
 } // namespace lumivane

@@ -1,4 +1,3 @@
-#include "accounts/AuthenticationError.h"
 #include "accounts/RefreshExchange.h"
 #include "accounts/SessionKeeper.h"
 

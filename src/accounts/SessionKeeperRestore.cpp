@@ -1,6 +1,6 @@
-#include "accounts/AuthenticationError.h"
 #include "accounts/RefreshExchange.h"
 #include "accounts/SessionKeeper.h"
+#include "domain/StrictJson.h"
 
 #include <utility>
 
@@ -15,6 +15,18 @@ const QString notRestored =
     u"Lumivane could not restore your session. Try again when the service is available."_qs;
 const QString unusableNotRemoved =
     u"Lumivane could not remove the expired session from Keychain."_qs;
+
+KeyringTrouble troubleOfLoad(const std::exception_ptr& error) {
+    if (error) {
+        try {
+            std::rethrow_exception(error);
+        } catch (const DecodingError&) {
+            return KeyringTrouble::damaged;
+        } catch (...) { // told by the error itself
+        }
+    }
+    return keyringTrouble(error);
+}
 
 } // namespace
 
@@ -37,6 +49,7 @@ QCoro::Task<void> SessionKeeper::retryRestore() {
     }
     const Self self(this);
     m_isRestoring = true;
+    dropKeyringAdvice();
     m_status.setState(AuthenticationState::restoring());
     if (m_storedSession) {
         co_await bringBackHeld();
@@ -61,7 +74,8 @@ QCoro::Task<void> SessionKeeper::bringBack(UnlockPrompt prompt) {
     if (!self || !isRestoring(generation)) {
         co_return;
     }
-    m_isStoreUnread = isCase(error, Case::unavailable);
+    m_isStoreUnread = error != nullptr;
+    showKeyringAdvice(troubleOfLoad(error));
     if (!error) {
         if (!session || isPast(session->refreshExpiresAt)) {
             co_await removeUnusable(prompt, generation);

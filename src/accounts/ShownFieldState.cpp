@@ -13,7 +13,7 @@ ShownFieldState::ShownFieldState(Clock& clock, AccountStatus& status, Reader rea
     , m_writer(writer) {}
 
 void ShownFieldState::show(ProfileFieldState state) {
-    m_clearTask = TaskHandle();
+    keep();
     (m_status.*m_writer)(std::move(state));
 }
 

@@ -27,6 +27,9 @@ public:
 
     const ProfileFieldState& state() const { return (m_status.*m_reader)(); }
 
+    /// What is shown now stays until something else is shown.
+    void keep() { m_clearTask = TaskHandle(); }
+
     /// Until something else is shown.
     void show(ProfileFieldState state);
 

@@ -42,9 +42,7 @@ QString callbackOf(const WebSessionEnd& end) {
 SystemWebAuthenticator::SystemWebAuthenticator(WebSession& session, Clock& clock)
     : m_session(&session)
     , m_clock(&clock) {
-    session.onStrayCallback = [] {
-        LumivaneLog::lifecycle.log("Dropped a login callback that no login waits for");
-    };
+    session.onStrayCallback = [this] { noteStrayCallback(); };
 }
 
 SystemWebAuthenticator::~SystemWebAuthenticator() {
@@ -55,6 +53,7 @@ SystemWebAuthenticator::~SystemWebAuthenticator() {
 QCoro::Task<QString> SystemWebAuthenticator::authenticate(QUrl page, std::stop_token stop) {
     throwIfStopped(stop);
     cancel();
+    reportStrayCallbacks();
     if (!isWebPage(page)) {
         throw AuthenticationError(Case::unavailable);
     }
@@ -75,5 +74,17 @@ QCoro::Task<QString> SystemWebAuthenticator::authenticate(QUrl page, std::stop_t
 }
 
 void SystemWebAuthenticator::cancel() { m_login.request_stop(); }
+
+void SystemWebAuthenticator::noteStrayCallback() {
+    if (++m_strayCount == 1) {
+        LumivaneLog::lifecycle.log("Dropped a login callback that no login waits for");
+    }
+}
+
+void SystemWebAuthenticator::reportStrayCallbacks() {
+    if (const std::int64_t more = std::exchange(m_strayCount, 0) - 1; more > 0) {
+        LumivaneLog::lifecycle.log("Dropped more login callbacks; count=%{public}ld", more);
+    }
+}
 
 } // namespace lumivane

@@ -5,6 +5,7 @@
 #include "platform/WebSession.h"
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <stop_token>
 
@@ -18,8 +19,9 @@ public:
     /// it a login that was given up would never end.
     static constexpr std::chrono::minutes loginLimit{10};
 
-    /// Takes over the session's stray callbacks: each is logged as such, without what it held. Both
-    /// outlive this and the logins under way.
+    /// Takes over the session's stray callbacks, without what they held: the first one behind the
+    /// begin of a login is logged, and how many followed when the next login begins, since anybody
+    /// can send them without end. Both outlive this and the logins under way.
     SystemWebAuthenticator(WebSession& session, Clock& clock);
     ~SystemWebAuthenticator() override;
     SystemWebAuthenticator(const SystemWebAuthenticator&) = delete;
@@ -29,8 +31,12 @@ public:
     void cancel() override;
 
 private:
+    void noteStrayCallback();
+    void reportStrayCallbacks();
+
     WebSession* m_session;
     Clock* m_clock;
+    std::int64_t m_strayCount = 0;              ///< since the last login began
     std::stop_source m_login{std::nostopstate}; ///< of the login under way, or of the last one
 };
 

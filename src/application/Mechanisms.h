@@ -53,8 +53,7 @@ struct Mechanisms {
 
     SystemClock clock;
     QThreadPool workers;
-    QThreadPool
-        keyringWorkers; ///< a question to the user keeps one of them for as long as it stands
+    QThreadPool keyringWorkers; ///< for what waits, however long, and computes nothing
     ScreenScales scales;
     XcbDisplayServer displays;
     XcbHotKeyRegistrar hotKeys;

@@ -48,7 +48,7 @@ Services::Services(Mechanisms& itsDesktop, const ApplicationInformation& informa
                       .facts = desktop.deviceFacts,
                       .random = desktop.random,
                       .clock = desktop.clock,
-                      .pool = desktop.workers,
+                      .pool = desktop.keyringWorkers,
                       .service = AuthenticationFixtures::keyringService(
                           testing, SystemDeviceIdentity::ordinaryService)})
     , webAuthenticator(desktop.webSession, desktop.clock)

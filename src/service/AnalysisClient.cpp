@@ -134,7 +134,9 @@ QCoro::Task<AnalyzeResponse> AnalysisClient::analyze(AnalysisPayload payload, Ap
     }
     payload.screenText = usableText(std::move(payload.screenText));
     HttpTransport& transport = *sessionFor(settings.preset).transport;
-    HttpRequest request = analyzeRequest(payload, settings, accessToken);
+    // Kept here as well, so that it can be overwritten once the transport has let go of its own.
+    const SecretBytes authorization = SecretBytes::bearer(accessToken);
+    HttpRequest request = analyzeRequest(payload, settings, authorization);
     try {
         const HttpResponse response = co_await transport.send(std::move(request), stop);
         checkResponse(response);
@@ -158,7 +160,7 @@ QCoro::Task<AnalyzeResponse> AnalysisClient::analyze(AnalysisPayload payload, Ap
 
 HttpRequest AnalysisClient::analyzeRequest(const AnalysisPayload& payload,
                                            const AppSettings& settings,
-                                           const SecretText& accessToken) const {
+                                           const SecretBytes& authorization) const {
     const std::chrono::milliseconds timeout = effectiveTimeout(settings.preset);
     const std::int64_t jpegBytes = payload.jpeg ? payload.jpeg->size() : 0;
     const std::int64_t textCharacters =
@@ -187,7 +189,7 @@ HttpRequest AnalysisClient::analyzeRequest(const AnalysisPayload& payload,
     request.method = "POST";
     request.url = m_base->endpoint(u"v1/analyze"_qs);
     request.headers = {{"Content-Type", "application/json"},
-                       {"Authorization", "Bearer " + accessToken.reveal().toByteArray()}};
+                       {"Authorization", authorization.share()}};
     request.body = encodeAnalyzeRequest(record);
     request.timeout = timeout;
     request.maximumResponseBytes = maximumResponseBytes;

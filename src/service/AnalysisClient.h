@@ -1,5 +1,6 @@
 #pragma once
 
+#include "domain/SecretBytes.h"
 #include "domain/ServiceBase.h"
 #include "platform/HttpSession.h"
 #include "service/AnalysisServing.h"
@@ -54,7 +55,7 @@ private:
 
     const HttpSession& sessionFor(Preset preset) const;
     HttpRequest analyzeRequest(const AnalysisPayload& payload, const AppSettings& settings,
-                               const SecretText& accessToken) const;
+                               const SecretBytes& authorization) const;
 
     std::optional<ServiceBase> m_base;
     QString m_clientVersion;

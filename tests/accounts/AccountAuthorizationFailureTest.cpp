@@ -108,6 +108,38 @@ TEST_F(AccountAuthorizationFailureTest, ALoginThatIsGivenUpKeepsTheLastMessage) 
     EXPECT_EQ(status.errorMessage(), textOf(Case::deviceEvicted));
 }
 
+TEST_F(AccountAuthorizationFailureTest, AKeyringThatTakesNoLoginIsNamed) {
+    for (const auto trouble : {KeyringTrouble::missing, KeyringTrouble::locked}) {
+        store.saveGate.failWith(Error(Case::unavailable, trouble));
+        authorize();
+        EXPECT_EQ(status.state(), State::failed(*keyringAdvice(trouble)));
+        EXPECT_EQ(keeper.credentials(), std::nullopt);
+        EXPECT_EQ(store.stored, std::nullopt);
+    }
+}
+
+TEST_F(AccountAuthorizationFailureTest, AKeyringThatDoesNotSayWhichMachineThisIsIsNamed) {
+    device.script.failWith(Error(Case::unavailable, KeyringTrouble::missing));
+    service.completeScript.failWith(Error(Case::deviceRequired));
+    authorize();
+    EXPECT_EQ(status.state(), State::failed(*keyringAdvice(KeyringTrouble::missing)));
+    // Of anything else that the service says the keyring is not the reason.
+    service.completeScript.failWith(Error(Case::identityAlreadyLinked));
+    authorize();
+    expectFailed(Case::identityAlreadyLinked);
+    device.script.answerWith(test::FakeDeviceIdentity::complete());
+    service.completeScript.failWith(Error(Case::deviceRequired));
+    authorize();
+    expectFailed(Case::deviceRequired);
+}
+
+TEST_F(AccountAuthorizationFailureTest, ANewLoginTakesAMessageAboutTheKeyringAway) {
+    status.setErrorMessage(keyringAdvice(KeyringTrouble::missing));
+    web.callback.failWith(Error(Case::cancelled));
+    authorize();
+    expectSignedOutSilently();
+}
+
 TEST_F(AccountAuthorizationFailureTest, AFailureCanBeTriedAgain) {
     service.completeScript.failWith(Error(Case::unavailable));
     authorize();

@@ -1,4 +1,6 @@
 #include "accounts/AuthClientFixture.h"
+#include "support/ForgetfulHttpTransport.h"
+#include "support/MemoryCanary.h"
 
 #include <map>
 
@@ -192,6 +194,22 @@ TEST_F(AuthClientOutcomeTest, ARefreshWithoutReadableCredentialsIsAnOutageAndNoB
     QByteArray badDate = credentialsBody;
     badDate.replace("2026-11-15T06:25:30.123Z", "2026-11-15");
     EXPECT_TRUE(run("refresh", 200, badDate).isErrorOnly(Case::unavailable));
+}
+
+TEST_F(AuthClientOutcomeTest, NoCopyOfATokenStaysBehind) {
+    ForgetfulHttpTransport forgetful;
+    AuthClient forgetting(std::nullopt, {}, forgetful);
+    const MemoryCanary header;
+    const MemoryCanary body;
+    const MemoryCanary filter;
+    EXPECT_TRUE(
+        outcomeOf(flagged(forgetting.deleteAccount(header.secret(), body.secret(), {}))).value);
+    EXPECT_EQ(forgetful.longestHeader, 7 + 96);
+    EXPECT_TRUE(outcomeOf(forgetting.handleFilter(std::nullopt, filter.secret(), {})).error);
+    EXPECT_EQ(forgetful.longestHeader, 7 + 96);
+    EXPECT_FALSE(header.standsInMemory());
+    EXPECT_FALSE(body.standsInMemory());
+    EXPECT_FALSE(filter.standsInMemory());
 }
 
 } // namespace lumivane

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <exception>
+#include <stdexcept>
 
 namespace lumivane {
 
@@ -53,8 +55,42 @@ TEST(AuthenticationError, SaysItsWords) {
     }
 }
 
-TEST(AuthenticationError, IsToldApartByItsCaseAlone) {
+TEST(AuthenticationError, AKeyringThatIsTheReasonHasTheWord) {
+    using Trouble = KeyringTrouble;
+    EXPECT_EQ(keyringAdvice(Trouble::none), std::nullopt);
+    EXPECT_EQ(keyringAdvice(Trouble::missing),
+              u"No keyring answers on this desktop. Lumivane keeps your login there and nowhere "
+              u"else: start or install one, then try again."_qs);
+    EXPECT_EQ(keyringAdvice(Trouble::locked),
+              u"Your keyring is locked or not set up. Lumivane keeps your login there and nowhere "
+              u"else: try again, and unlock it when you are asked."_qs);
+    EXPECT_EQ(keyringAdvice(Trouble::damaged),
+              u"Your keyring holds a session that cannot be read. Remove the entry "
+              u"\"com.marnoth.Lumivane.authentication\" from it, then try again."_qs);
+    for (const Trouble trouble : {Trouble::missing, Trouble::locked, Trouble::damaged}) {
+        const AuthenticationError error(Case::deviceRequired, trouble);
+        EXPECT_EQ(error.errorDescription(), keyringAdvice(trouble));
+        EXPECT_TRUE(isKeyringAdvice(error.errorDescription()));
+        EXPECT_EQ(LumivaneError::sanitize(error.errorDescription()), error.errorDescription());
+        EXPECT_EQ(keyringTrouble(std::make_exception_ptr(error)), trouble);
+    }
+    const AuthenticationError plain(Case::unavailable, Trouble::none);
+    EXPECT_EQ(plain.errorDescription(), AuthenticationError(Case::unavailable).errorDescription());
+    EXPECT_FALSE(isKeyringAdvice(plain.errorDescription()));
+}
+
+TEST(AuthenticationError, OnlyItselfTellsOfAKeyring) {
+    EXPECT_EQ(keyringTrouble(nullptr), KeyringTrouble::none);
+    EXPECT_EQ(keyringTrouble(std::make_exception_ptr(AuthenticationError(Case::unavailable))),
+              KeyringTrouble::none);
+    EXPECT_EQ(keyringTrouble(std::make_exception_ptr(std::runtime_error("x"))),
+              KeyringTrouble::none);
+}
+
+TEST(AuthenticationError, IsToldApartByItsCaseAndItsKeyring) {
     EXPECT_EQ(AuthenticationError(Case::cancelled), AuthenticationError(Case::cancelled));
+    EXPECT_FALSE(AuthenticationError(Case::unavailable, KeyringTrouble::locked) ==
+                 AuthenticationError(Case::unavailable));
     EXPECT_FALSE(AuthenticationError(Case::cancelled) == AuthenticationError(Case::unavailable));
     EXPECT_EQ(errorTypeName(AuthenticationError(Case::cancelled)), "AuthenticationError");
 }

@@ -151,6 +151,14 @@ TEST_F(DeviceTakeoverTest, WithoutADeviceNothingIsAsked) {
               1);
 }
 
+TEST_F(DeviceTakeoverTest, AKeyringThatDoesNotSayWhichMachineThisIsIsNamed) {
+    ask();
+    device.script.failWith(Error(Case::unavailable, KeyringTrouble::locked));
+    confirm();
+    expectClosed(*keyringAdvice(KeyringTrouble::locked));
+    EXPECT_EQ(requestCount(), 0U);
+}
+
 TEST_F(DeviceTakeoverTest, WithAnIncompleteDeviceNothingIsAsked) {
     std::vector<DeviceRegistration> incomplete(4, test::FakeDeviceIdentity::complete());
     incomplete[0].identifier = u"123456789012345"_qs;

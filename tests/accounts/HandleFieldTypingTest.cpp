@@ -180,6 +180,17 @@ TEST_F(HandleFieldTypingTest, WithoutAUserTypingStillEndsTheCheckBeforeIt) {
     EXPECT_TRUE(asked().isEmpty());
 }
 
+TEST_F(HandleFieldTypingTest, WithoutAUserTypingStillStopsTheClockOfWhatIsShown) {
+    typeFreeHandle();
+    commit(u"cedar"_qs);
+    ASSERT_EQ(state(), State::saved());
+    status.setState(AuthenticationState::refreshing());
+    type(u"cedars"_qs);
+    EXPECT_EQ(clock.timerCount(), 0U);
+    clock.advance(ShownFieldState::savedShown);
+    EXPECT_EQ(state(), State::saved());
+}
+
 TEST_F(HandleFieldTypingTest, SignOutDuringThePauseAsksNobody) {
     type(u"cedar"_qs);
     signOut();

@@ -120,6 +120,16 @@ TEST(InternetTimestamp, WritesThePlainFormByCutting) {
     EXPECT_EQ(InternetTimestamp::writePlain(utc(7, 1, 1, 0, 0, 0)), u"0007-01-01T00:00:00Z");
 }
 
+TEST(InternetTimestamp, WritesNoDateThatCouldNotBeRead) {
+    for (const QDateTime& date : {QDateTime(), utc(9999, 12, 31, 23, 59, 59).addSecs(1),
+                                  utc(1, 1, 1, 0, 0, 0).addSecs(-1)}) {
+        EXPECT_THROW(InternetTimestamp::write(date), EncodingError);
+        EXPECT_THROW(InternetTimestamp::writePlain(date), EncodingError);
+    }
+    EXPECT_EQ(InternetTimestamp::writePlain(utc(9999, 12, 31, 23, 59, 59)),
+              u"9999-12-31T23:59:59Z");
+}
+
 TEST(InternetTimestamp, ReadsWhatItWrites) {
     std::mt19937_64 random(20261115);
     const qint64 first = utc(1, 1, 1, 0, 0, 0).toMSecsSinceEpoch();

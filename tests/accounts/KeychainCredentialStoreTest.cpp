@@ -181,6 +181,37 @@ TEST_F(KeychainCredentialStoreTest, AnyOtherStatusIsUnavailable) {
     EXPECT_EQ(items.items().size(), 1U);
 }
 
+TEST_F(KeychainCredentialStoreTest, AMissingAndALockedKeyringAreToldFromTheRest) {
+    using Trouble = KeyringTrouble;
+    for (const auto& [status, trouble] :
+         {std::pair(Status::unavailable, Trouble::missing),
+          std::pair(Status::interactionNotAllowed, Trouble::locked),
+          std::pair(Status::other, Trouble::none), std::pair(Status::duplicateItem, Trouble::none),
+          std::pair(Status::success, Trouble::none)}) {
+        items.copyFailure = status;
+        const AuthenticationError expected(Case::unavailable, trouble);
+        EXPECT_EQ(load().errorAs<AuthenticationError>(), expected);
+        if (status != Status::success) {
+            items.updateFailure = status;
+            items.removeFailure = status;
+            EXPECT_EQ(save(session("r1")).errorAs<AuthenticationError>(), expected);
+            EXPECT_EQ(clear().errorAs<AuthenticationError>(), expected);
+        }
+    }
+}
+
+TEST_F(KeychainCredentialStoreTest, ADateThatCannotBeWrittenIsNotStored) {
+    save(session("r1"));
+    const int before = int(items.requests().size());
+    for (const QDateTime& date :
+         {QDateTime(), QDateTime(QDate(10000, 1, 1), QTime(0, 0), Qt::UTC)}) {
+        StoredSession unwritable = session("r2");
+        unwritable.refreshExpiresAt = date;
+        EXPECT_TRUE(save(unwritable).errorAs<EncodingError>());
+    }
+    EXPECT_EQ(items.requests().size(), before);
+}
+
 TEST_F(KeychainCredentialStoreTest, AFailedAddIsUnavailable) {
     for (const Status status : {Status::duplicateItem, Status::interactionNotAllowed,
                                 Status::unavailable, Status::itemNotFound, Status::other}) {

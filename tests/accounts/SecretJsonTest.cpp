@@ -1,6 +1,7 @@
 #include "accounts/SecretJson.h"
 
-#include "accounts/SecretBytes.h"
+#include "domain/SecretBytes.h"
+#include "support/MemoryCanary.h"
 
 #include <gtest/gtest.h>
 
@@ -18,6 +19,33 @@ TEST(SecretJson, KeepsTheValueAndWritesIt) {
     const SecretJson json(Json{{"b", "x\"y"}, {"a", 1}});
     EXPECT_EQ(json.value().at("a"), 1);
     EXPECT_EQ(json.write(), R"({"b":"x\"y","a":1})");
+}
+
+TEST(SecretJson, WritesAsAllOtherJsonIsWritten) {
+    std::string every;
+    for (int code = 0; code < 128; ++code) {
+        every += static_cast<char>(code);
+    }
+    for (const Json& value :
+         {Json(every), Json("gr\xC3\xBCn \xE6\xBC\xA2 \xF0\x9F\x94\x91"), Json::object(),
+          Json::array(),
+          Json{{every, Json::array({1, -2, true, nullptr, Json::array(), "x"})}, {"", ""}},
+          Json(""), Json{{"a", Json{{"b", Json::object()}}}, {"c", 3}}}) {
+        const QByteArray written = SecretJson(value).write();
+        EXPECT_EQ(written, writeJson(value));
+        EXPECT_GE(written.capacity(), written.size());
+    }
+}
+
+TEST(SecretJson, WritingLeavesNoPartOfASecretBehind) {
+    const test::MemoryCanary canary;
+    {
+        const SecretJson json(JsonObjectWriter().write("refresh_token", canary.secret()).take());
+        QByteArray written = json.write();
+        EXPECT_EQ(written.size(), 96 + 20);
+        overwriteWithZeros(written);
+    }
+    EXPECT_FALSE(canary.standsInMemory());
 }
 
 TEST(SecretJson, OverwritesEveryText) {

@@ -217,6 +217,18 @@ TEST_F(SessionRefreshTest, AFailedPreWriteWithoutCredentialsHasFailed) {
     EXPECT_TRUE(service.requests.empty());
 }
 
+TEST_F(SessionRefreshTest, AKeyringThatIsLockedMeanwhileIsNamedUntilItTakesASession) {
+    signInBriefly();
+    const AuthenticationError locked(ErrorCase::unavailable, KeyringTrouble::locked);
+    store.saveGate.failWith(locked);
+    EXPECT_EQ(askToken()->errorAs<AuthenticationError>(), locked);
+    EXPECT_TRUE(isSignedInAs(service.user));
+    EXPECT_EQ(status.errorMessage(), keyringAdvice(KeyringTrouble::locked));
+    store.saveGate.answerWith(true);
+    EXPECT_TRUE(askToken()->value);
+    EXPECT_EQ(status.errorMessage(), std::nullopt);
+}
+
 TEST_F(SessionRefreshTest, AnOutageWithCredentialsStaysSignedIn) {
     for (const auto trouble : {ErrorCase::unavailable, ErrorCase::invalidResponse}) {
         signInBriefly();

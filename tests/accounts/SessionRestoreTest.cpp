@@ -183,9 +183,59 @@ TEST_F(SessionRestoreTest, RestoringToRestoreFailedWithAnUnreadableItemWhichStay
     EXPECT_EQ(status.state(), AuthenticationState::restoreFailed(notRestored));
     EXPECT_TRUE(store.stored);
     EXPECT_EQ(journal.entries(), (QStringList{u"load"_qs, u"restoreFailed"_qs}));
+    EXPECT_EQ(status.errorMessage(), keyringAdvice(KeyringTrouble::damaged));
+}
+
+TEST_F(SessionRestoreTest, ARetryReadsADamagedItemAgain) {
+    store.loadGate.failWith(DecodingError(DecodingError::Reason::malformed));
+    restore();
     clearRecords();
     retry();
-    EXPECT_TRUE(journal.entries().isEmpty());
+    EXPECT_EQ(journal.entries(), (QStringList{u"restoring"_qs, u"load"_qs, u"restoreFailed"_qs}));
+    EXPECT_EQ(status.errorMessage(), keyringAdvice(KeyringTrouble::damaged));
+    store.loadGate.answerWith(true); // the user has removed the entry
+    retry();
+    EXPECT_TRUE(isIn(StateCase::signedOut));
+    EXPECT_EQ(status.errorMessage(), std::nullopt);
+}
+
+TEST_F(SessionRestoreTest, AKeyringThatIsMissingOrLockedIsNamed) {
+    for (const auto trouble : {KeyringTrouble::missing, KeyringTrouble::locked}) {
+        status.setState(AuthenticationState::restoring());
+        store.stored = service.session();
+        store.loadGate.failWith(AuthenticationError(ErrorCase::unavailable, trouble));
+        restore();
+        EXPECT_EQ(status.state(), AuthenticationState::restoreFailed(notRestored));
+        EXPECT_EQ(status.errorMessage(), keyringAdvice(trouble));
+    }
+    store.loadGate.answerWith(true);
+    store.saveGate.failWith(AuthenticationError(ErrorCase::unavailable, KeyringTrouble::locked));
+    retry();
+    EXPECT_EQ(status.errorMessage(), keyringAdvice(KeyringTrouble::locked));
+    store.saveGate.answerWith(true);
+    store.saveGate.hold();
+    retry();
+    EXPECT_EQ(status.errorMessage(), std::nullopt) << "a retry begins without it";
+    store.saveGate.letGo();
+    store.saveGate.release(0, true);
+    drainEvents();
+    EXPECT_TRUE(isSignedInAs(service.user));
+    EXPECT_EQ(status.errorMessage(), std::nullopt);
+}
+
+TEST_F(SessionRestoreTest, AnotherFailureOfTheKeyringAddsNoWords) {
+    store.loadGate.failWith(AuthenticationError(ErrorCase::unavailable));
+    restore();
+    EXPECT_EQ(status.state(), AuthenticationState::restoreFailed(notRestored));
+    EXPECT_EQ(status.errorMessage(), std::nullopt);
+}
+
+TEST_F(SessionRestoreTest, ARetryKeepsAMessageAboutSomethingElse) {
+    store.loadGate.failWith(AuthenticationError(ErrorCase::unavailable));
+    restore();
+    status.setErrorMessage(u"something else"_qs);
+    retry();
+    EXPECT_EQ(status.errorMessage(), u"something else"_qs);
 }
 
 TEST_F(SessionRestoreTest, AFailedPreWriteAtTheStartOffersARetry) {

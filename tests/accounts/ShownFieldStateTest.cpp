@@ -49,6 +49,15 @@ TEST_F(ShownFieldStateTest, WhatIsShownForAWhileGoesAfterIt) {
     EXPECT_EQ(clock.timerCount(), 0U);
 }
 
+TEST_F(ShownFieldStateTest, WhatIsToBeKeptStays) {
+    showFor(2s, State::saved());
+    shown->keep();
+    test::drainEvents();
+    EXPECT_EQ(clock.timerCount(), 0U);
+    clock.advance(10s);
+    EXPECT_EQ(shown->state(), State::saved());
+}
+
 TEST_F(ShownFieldStateTest, WhatIsShownNextStays) {
     showFor(2s, State::saved());
     clock.advance(1s);

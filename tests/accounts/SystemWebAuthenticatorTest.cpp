@@ -183,10 +183,25 @@ TEST_F(SystemWebAuthenticatorTest, ACallbackThatNobodyWaitsForIsDroppedWithoutIt
     session.deliver(u"com.marnoth.lumivane.oauth://callback?handoff_code=canary"_qs);
     drainEvents();
     EXPECT_EQ(outcome->value, callback);
-    session.deliver(u"com.marnoth.lumivane.oauth://callback?handoff_code=canary"_qs);
-    EXPECT_EQ(log.count("lifecycle", LogLevel::standard, droppedLine()), 3);
-    EXPECT_EQ(log.lines().size(), 3U);
+    EXPECT_EQ(log.count("lifecycle", LogLevel::standard, droppedLine()), 2);
+    EXPECT_EQ(log.lines().size(), 2U);
     EXPECT_FALSE(log.holds("canary"));
+}
+
+TEST_F(SystemWebAuthenticatorTest, CallbacksWithoutEndAreCountedAndNotLogged) {
+    for (int index = 0; index < 1000; ++index) {
+        session.deliver(callback);
+    }
+    EXPECT_EQ(log.count("lifecycle", LogLevel::standard, droppedLine()), 1);
+    EXPECT_EQ(log.lines().size(), 1U);
+    start();
+    EXPECT_EQ(log.count("lifecycle", LogLevel::standard, "Dropped more login callbacks; count=999"),
+              1);
+    authenticator->cancel();
+    session.deliver(callback);
+    EXPECT_EQ(log.count("lifecycle", LogLevel::standard, droppedLine()), 2);
+    start();
+    EXPECT_EQ(log.lines().size(), 3U); // one alone needs no count
 }
 
 TEST_F(SystemWebAuthenticatorTest, ACallbackAfterTheEndOfALoginIsDropped) {

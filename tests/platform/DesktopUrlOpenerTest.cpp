@@ -1,18 +1,24 @@
 #include "platform/linux/DesktopUrlOpener.h"
 
+#include "platform/linux/CoreDumps.h"
 #include "support/EventLoop.h"
 #include "support/FakeUrlOpener.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace lumivane {
@@ -158,6 +164,23 @@ TEST_F(DesktopUrlOpenerTest, HoldsNoSignalBackFromTheBrowser) {
     EXPECT_EQ(left().simplified(), "SigBlk: 0000000000000000");
 }
 
+TEST_F(DesktopUrlOpenerTest, TheBrowserMayLeaveDumpsAsTheUserWants) {
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_CORE, &before), 0);
+    rlimit users = before;
+    users.rlim_cur = std::min<rlim_t>(before.rlim_max, 512 * 1024);
+    ASSERT_EQ(::setrlimit(RLIMIT_CORE, &users), 0);
+    CoreDumps::disable();
+    DesktopUrlOpener opener(environment(), program("ulimit -Sc")); // in pieces of 1024 bytes
+    EXPECT_TRUE(opener.open(ofTheWeb[0]));
+    EXPECT_EQ(left(), "512\n");
+    rlimit ours{};
+    ASSERT_EQ(::getrlimit(RLIMIT_CORE, &ours), 0);
+    EXPECT_EQ(ours.rlim_cur, 1U);
+    CoreDumps::allowAgain();
+    ::setrlimit(RLIMIT_CORE, &before);
+}
+
 TEST_F(DesktopUrlOpenerTest, GivesNoneOfItsOwnChannels) {
     DesktopUrlOpener opener(environment(), program("echo $channels"));
     EXPECT_TRUE(opener.open(ofTheWeb[0]));
@@ -176,6 +199,30 @@ TEST_F(DesktopUrlOpenerTest, DoesNotWaitForTheProgram) {
     opened.write("through\n");
     opened.close();
     EXPECT_EQ(left(), "through\n");
+}
+
+TEST_F(DesktopUrlOpenerTest, DoesNotWaitForItsHelperEither) {
+    const QString gate = place.filePath(u"gate"_qs);
+    ASSERT_EQ(::mkfifo(qPrintable(gate), 0600), 0);
+    ASSERT_TRUE(QDir(place.path()).mkdir(u"bin"_qs));
+    const QString helper = QStandardPaths::findExecutable(u"setsid"_qs);
+    QFile slow(place.filePath(u"bin/setsid"_qs));
+    ASSERT_TRUE(slow.open(QIODevice::WriteOnly));
+    slow.write("#!/bin/sh\nread word <'" + gate.toUtf8() + "'\nexec '" + helper.toUtf8() +
+               "' \"$@\"\n");
+    slow.close();
+    slow.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", place.filePath(u"bin"_qs).toUtf8() + ':' + path);
+    DesktopUrlOpener opener(environment(), program("echo opened"));
+    EXPECT_TRUE(opener.open(ofTheWeb[0]));
+    qputenv("PATH", path);
+    EXPECT_FALSE(QFile::exists(out()));
+    QFile opened(gate);
+    ASSERT_TRUE(opened.open(QIODevice::WriteOnly));
+    opened.write("through\n");
+    opened.close();
+    EXPECT_EQ(left(), "opened\n");
 }
 
 TEST_F(DesktopUrlOpenerTest, OpensTheSameAddressesAsItsFake) {

@@ -242,6 +242,54 @@ TEST_F(SecretServiceItemStoreTest, AHungServiceIsUnavailableAtTheLimit) {
     EXPECT_EQ(copied(), "one");
 }
 
+TEST_F(SecretServiceItemStoreTest, ARemovalFromAHungServiceIsUnavailableAndCanBeRepeated) {
+    EXPECT_EQ(add("one"), Status::success);
+    {
+        const test::HeldProcess held(daemon->processID());
+        const auto outcome = test::watch(store.remove(key, UnlockPrompt::allowed, {}));
+        clock.advance(2s);
+        drainEvents();
+        EXPECT_EQ(outcome->value, Status::unavailable);
+        EXPECT_TRUE(waitUntil([this] { return pool.activeThreadCount() == 0; }));
+    }
+    // What was sent may still be done, and nobody has to know whether it was.
+    const Status again = remove();
+    EXPECT_TRUE(again == Status::success || again == Status::itemNotFound);
+    EXPECT_TRUE(daemon->items(key.service, key.account).isEmpty());
+    EXPECT_EQ(copyStatus(), Status::itemNotFound);
+}
+
+TEST_F(SecretServiceItemStoreTest, AnAdditionToAHungServiceIsUnavailableAndCanBeRepeated) {
+    {
+        const test::HeldProcess held(daemon->processID());
+        const auto outcome =
+            test::watch(store.add(key, SecretText("one"), {}, UnlockPrompt::allowed, {}));
+        clock.advance(2s);
+        drainEvents();
+        EXPECT_EQ(outcome->value, Status::unavailable);
+        EXPECT_TRUE(waitUntil([this] { return pool.activeThreadCount() == 0; }));
+    }
+    const Status again = add("one");
+    EXPECT_TRUE(again == Status::success || again == Status::duplicateItem);
+    EXPECT_EQ(copied(), "one");
+    EXPECT_EQ(daemon->items(key.service, key.account).size(), 1);
+}
+
+TEST_F(SecretServiceItemStoreTest, AServiceThatEndsDuringARemovalKeepsAllOrNothing) {
+    EXPECT_EQ(add("one"), Status::success);
+    std::optional<test::HeldProcess> held(std::in_place, daemon->processID());
+    const auto outcome = test::watch(store.remove(key, UnlockPrompt::allowed, {}));
+    waitUntil([this] { return pool.activeThreadCount() == 1; });
+    daemon->kill();
+    held.reset();
+    ASSERT_TRUE(waitUntil([&] { return outcome->hasEnded(); }));
+    EXPECT_EQ(outcome->value, Status::unavailable);
+    daemon->start();
+    EXPECT_EQ(copied(), "one"); // the request was not read by then
+    EXPECT_EQ(remove(), Status::success);
+    EXPECT_EQ(copyStatus(), Status::itemNotFound);
+}
+
 TEST_F(SecretServiceItemStoreTest, AHungServiceNeverHoldsUpTheMainThread) {
     SystemClock realClock;
     SecretServiceItemStore realStore(realClock, pool);

@@ -1,11 +1,13 @@
 #include "provisional/AccountWindow.h"
 
+#include "accounts/KeychainCredentialStore.h"
 #include "async/TaskHandle.h"
 #include "support/EventLoop.h"
 #include "support/FakeAuthService.h"
 #include "support/FakeCredentialStore.h"
 #include "support/FakeDeviceIdentity.h"
 #include "support/FakeRandomSource.h"
+#include "support/FakeSecretItemStore.h"
 #include "support/FakeWebAuthenticator.h"
 #include "support/ManualClock.h"
 
@@ -225,6 +227,32 @@ TEST_F(AccountWindowTest, ASessionThatCouldNotBeRestoredCanBeTriedAgain) {
     service.refreshFailure.reset();
     press(u"Retry session restore"_qs);
     EXPECT_EQ(window->windowTitle(), u"Lumivane account");
+}
+
+TEST_F(AccountWindowTest, AKeyringThatIsMissingOrLockedIsNamedWhereverItIsMissed) {
+    FakeSecretItemStore items;
+    KeychainCredentialStore keyring(items);
+    AuthenticationPorts inKeyring{service, keyring, web, device, checker, random, clock};
+    for (const auto& [status, expected] :
+         {std::pair(SecretItemStatus::unavailable, "No keyring answers on this desktop."),
+          std::pair(SecretItemStatus::interactionNotAllowed, "Your keyring is locked")}) {
+        items.copyFailure = items.updateFailure = status;
+        account.emplace(inKeyring);
+        window.emplace(*account);
+        window->present();
+        run([this] { return account->restore(); });
+        EXPECT_THAT(words(), HasSubstr("Lumivane could not restore your session."));
+        EXPECT_THAT(words(), HasSubstr(expected));
+        items.copyFailure.reset();
+        press(u"Retry session restore"_qs);
+        EXPECT_THAT(words(), Not(HasSubstr("keyring")));
+        // It comes and goes; the next login finds it gone.
+        service.completeScript.answerWith(service.login(0));
+        press(u"Continue with GitHub"_qs);
+        EXPECT_THAT(words(), HasSubstr(expected));
+        window.reset();
+        account.reset();
+    }
 }
 
 TEST_F(AccountWindowTest, ANameIsSavedByReturn) {

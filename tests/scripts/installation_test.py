@@ -35,6 +35,16 @@ esac
 rm "$MACHINE/keyring/$3" 2>/dev/null
 """
 
+# Stands for the bus of a session, with or without somebody on it who keeps secrets.
+DBUS_SEND = """#!/bin/sh
+[ -n "${SESSION:-}" ] || exit 1
+case "$*" in
+  *ListActivatableNames*) [ "$SESSION" != startable ] || echo 'string "org.freedesktop.secrets"' ;;
+  *DBus.NameHasOwner*string:org.freedesktop.secrets)
+    if [ "$SESSION" = keyring ]; then echo 'boolean true'; else echo 'boolean false'; fi ;;
+esac
+"""
+
 SERVICES = ("com.marnoth.Lumivane.authentication", "com.marnoth.Lumivane.device")
 ENTRY = "share/applications/com.marnoth.Lumivane.desktop"
 ICON = "share/icons/hicolor/scalable/apps/com.marnoth.Lumivane.svg"
@@ -45,6 +55,7 @@ class InstallationTest(TreeTest):
     def setUp(self):
         super().setUp()
         for name, text in {"cmake": CMAKE, "secret-tool": SECRET_TOOL,
+                           "dbus-send": DBUS_SEND,
                            "update-desktop-database": "#!/bin/sh\necho x >\"$2/mimeinfo.cache\"\n"}.items():
             self.write(f"machine/bin/{name}", text).chmod(0o755)
         self.write("scripts/install-deps.sh", "#!/bin/sh\n").chmod(0o755)
@@ -65,6 +76,7 @@ class InstallationTest(TreeTest):
             "MACHINE": str(self.root / "machine"), "XDG_CONFIG_HOME": str(self.config),
             "TMPDIR": str(self.root / "machine")})
         self.environment.pop("XDG_DATA_HOME", None)
+        self.environment.pop("DBUS_SESSION_BUS_ADDRESS", None)
         self.environment.pop("LUMIVANE_BUILD_DIR", None)
 
     def asked(self, name):
@@ -107,6 +119,18 @@ class InstallTest(InstallationTest):
             self.assertIn("XDG_DATA_DIRS", output)
         self.assertFalse(self.prefix.exists())
         self.assertIn("--preset release -B /elsewhere/build", self.asked("cmake"))
+
+    def test_a_session_without_a_keyring_is_warned_of(self):
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=/nowhere"
+        for session, is_warned_of in (("bare", True), ("keyring", False), ("startable", False),
+                                      ("", False)):
+            self.environment["SESSION"] = session
+            output = self.assert_passes("install.sh")
+            self.assertEqual("no keyring answers in this session" in output, is_warned_of, session)
+        # Without a session there is nothing to say, and no bus is started to find out.
+        self.environment.pop("DBUS_SESSION_BUS_ADDRESS")
+        self.environment["SESSION"] = "bare"
+        self.assertNotIn("keyring", self.assert_passes("install.sh"))
 
     def test_a_second_time_replaces_the_first(self):
         self.assert_passes("install.sh")

@@ -1,4 +1,6 @@
 #include "service/AnalysisClientFixture.h"
+#include "support/ForgetfulHttpTransport.h"
+#include "support/MemoryCanary.h"
 
 #include <stdexcept>
 
@@ -116,6 +118,22 @@ TEST_F(AnalysisClientOutcomeTest, EveryTransportFailureOfAnAnalysisIsOneError) {
     EXPECT_EQ(analyze(textPayload(u"x"_qs)).errorAs<LumivaneError>(), Case::serviceUnavailable);
     EXPECT_EQ(log.count("network", LogLevel::error, "Analysis transport failed"), 3);
     EXPECT_FALSE(log.holds("CANARY"));
+}
+
+TEST_F(AnalysisClientOutcomeTest, NoCopyOfTheTokenStaysBehind) {
+    test::ForgetfulHttpTransport forgetful;
+    forgetful.answer = answerBody;
+    AnalysisClient forgetting(std::nullopt, information, forgetful);
+    const test::MemoryCanary canary;
+    {
+        SecretText token = canary.secret();
+        EXPECT_TRUE(canary.standsInMemory());
+        EXPECT_TRUE(outcomeOf(forgetting.analyze(textPayload(u"x"_qs), AppSettings::defaults(),
+                                                 std::move(token), {}))
+                        .value);
+    }
+    EXPECT_EQ(forgetful.longestHeader, 7 + 96);
+    EXPECT_FALSE(canary.standsInMemory());
 }
 
 TEST_F(AnalysisClientOutcomeTest, NothingIsSentTwice) {

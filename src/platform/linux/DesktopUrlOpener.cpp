@@ -1,18 +1,21 @@
 #include "platform/linux/DesktopUrlOpener.h"
 
+#include "platform/linux/CoreDumps.h"
+
 #include <QProcess>
 #include <QStandardPaths>
 
 #include <pthread.h>
 #include <signal.h>
 
+#include <memory>
 #include <utility>
 
 namespace lumivane {
 
 namespace {
 
-constexpr int longestStart = 1000; ///< milliseconds; it takes 5 or so
+constexpr int longestStart = 1000; ///< milliseconds, to become the other program; it takes 5 or so
 
 bool isOfTheWeb(const QUrl& url) {
     const QString scheme = url.scheme();
@@ -20,8 +23,9 @@ bool isOfTheWeb(const QUrl& url) {
 }
 
 /// Runs in the new process. A program that inherits signals that are held back cannot be ended by
-/// its user.
-void letSignalsThrough() {
+/// its user, and how it crashes is its own affair.
+void dropWhatIsOurs() {
+    CoreDumps::allowAgain();
     sigset_t none;
     ::sigemptyset(&none);
     ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
@@ -39,16 +43,21 @@ bool DesktopUrlOpener::open(const QUrl& url) {
         return false;
     }
     // The toolkit's own way to start what lives on its own leaves such signals held back. This
-    // program ends as soon as the other one is on its own.
-    QProcess starter;
-    starter.setProcessEnvironment(m_environment);
-    starter.setChildProcessModifier(letSignalsThrough);
-    starter.setStandardInputFile(QProcess::nullDevice());
-    starter.setStandardOutputFile(QProcess::nullDevice());
-    starter.setStandardErrorFile(QProcess::nullDevice());
-    starter.start(u"setsid"_qs, {u"--fork"_qs, program, QString::fromLatin1(url.toEncoded())});
-    return starter.waitForFinished(longestStart) && starter.exitStatus() == QProcess::NormalExit &&
-           starter.exitCode() == 0;
+    // program ends as soon as the other one is on its own, which is not waited for.
+    auto starter = std::make_unique<QProcess>();
+    QObject::connect(starter.get(), &QProcess::finished, starter.get(), &QObject::deleteLater);
+    starter->setProcessEnvironment(m_environment);
+    starter->setChildProcessModifier(dropWhatIsOurs);
+    starter->setStandardInputFile(QProcess::nullDevice());
+    starter->setStandardOutputFile(QProcess::nullDevice());
+    starter->setStandardErrorFile(QProcess::nullDevice());
+    starter->start(u"setsid"_qs, {u"--fork"_qs, program, QString::fromLatin1(url.toEncoded())});
+    if (!starter->waitForStarted(longestStart)) {
+        return false;
+    }
+    // NOLINTNEXTLINE(bugprone-unused-return-value): it goes with its process
+    (void)starter.release();
+    return true;
 }
 
 } // namespace lumivane

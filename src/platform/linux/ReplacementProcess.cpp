@@ -2,10 +2,12 @@
 
 #include "async/Completion.h"
 #include "platform/linux/AutostartLoginItem.h"
+#include "platform/linux/CoreDumps.h"
 #include "platform/linux/Replacement.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QScopeGuard>
 #include <QSocketNotifier>
 
 #include <fcntl.h>
@@ -137,6 +139,13 @@ ReplacementProcess::ReplacementProcess(const ProgramCommand& command, const Hand
     QByteArrayList environment = command.environment;
     const FileActions actions(line.descriptor());
     const Attributes attributes;
+    // It sees to its own dumps, and what it starts is to find what this one found.
+    const bool wereDisabled = CoreDumps::allowAgain();
+    const auto disableAgain = qScopeGuard([wereDisabled] {
+        if (wereDisabled) {
+            CoreDumps::disable();
+        }
+    });
     check(::posix_spawn(&m_processID, pointers.front(), actions.get(), attributes.get(),
                         pointers.data(), pointersTo(environment).data()),
           "posix_spawn");

@@ -3,6 +3,7 @@
 #include "async/BoundedJob.h"
 #include "platform/linux/SecretServiceCalls.h"
 
+#include <algorithm>
 #include <functional>
 #include <optional>
 #include <utility>
@@ -34,40 +35,48 @@ struct Workers {
     std::stop_token end;
 };
 
-/// One attempt on a worker. A call that is at its limit is on its way out by itself.
-QCoro::Task<SecretItemCopy> attempt(Workers workers, std::chrono::nanoseconds limit, Call call,
-                                    std::stop_token stop) {
+/// One attempt on a worker; none at its limit. A call that is at its limit is on its way out by
+/// itself.
+QCoro::Task<std::optional<SecretItemCopy>> attempt(Workers workers, std::chrono::nanoseconds limit,
+                                                   Call call, std::stop_token stop) {
     const Call job = endedBy(workers.end, call);
-    const auto answer = co_await runOnPoolWithin(*workers.clock, limit, *workers.pool, job, stop);
-    co_return answer.value_or(SecretItemCopy{unavailable, std::nullopt});
+    co_return co_await runOnPoolWithin(*workers.clock, limit, *workers.pool, job, stop);
+}
+
+/// What stands for the answer of a service that gave none in time.
+SecretItemCopy answerOr(const std::optional<SecretItemCopy>& answer, SecretItemStatus status) {
+    return answer.value_or(SecretItemCopy{status, std::nullopt});
 }
 
 /// The call, and once more after the user has unlocked what stood in its way. The service is asked
 /// to prompt only when it has just answered, so one that hangs is not waited for any longer.
 QCoro::Task<SecretItemCopy> perform(Workers workers, Call call, SecretItemKey key,
                                     UnlockPrompt prompt, std::stop_token stop) {
-    SecretItemCopy answer =
-        co_await attempt(workers, SecretServiceItemStore::callLimit, call, stop);
+    const auto first = co_await attempt(workers, SecretServiceItemStore::callLimit, call, stop);
+    const SecretItemCopy answer = answerOr(first, unavailable);
     if (answer.status != SecretItemStatus::interactionNotAllowed || prompt == UnlockPrompt::never) {
         co_return answer;
     }
     const Call unlock = [key](const std::stop_token& stop) {
         return SecretItemCopy{SecretServiceCalls::unlock(key, stop), std::nullopt};
     };
-    const SecretItemCopy unlocked =
-        co_await attempt(workers, SecretServiceItemStore::promptLimit, unlock, stop);
+    const auto asked = co_await attempt(workers, SecretServiceItemStore::promptLimit, unlock, stop);
+    // Nobody has answered the question, so it is locked as before.
+    const SecretItemCopy unlocked = answerOr(asked, SecretItemStatus::interactionNotAllowed);
     if (unlocked.status != SecretItemStatus::success) {
         co_return unlocked;
     }
-    SecretItemCopy again = co_await attempt(workers, SecretServiceItemStore::callLimit, call, stop);
-    co_return again;
+    const auto second = co_await attempt(workers, SecretServiceItemStore::callLimit, call, stop);
+    co_return answerOr(second, unavailable);
 }
 
 } // namespace
 
 SecretServiceItemStore::SecretServiceItemStore(Clock& clock, QThreadPool& pool)
     : m_clock(&clock)
-    , m_pool(&pool) {}
+    , m_pool(&pool) {
+    pool.setMaxThreadCount(std::max(pool.maxThreadCount(), workers));
+}
 
 void SecretServiceItemStore::shutDown() { m_end.request_stop(); }
 

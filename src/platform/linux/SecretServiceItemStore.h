@@ -18,11 +18,15 @@ public:
     /// After which a service that does not answer counts as unavailable.
     static constexpr std::chrono::seconds callLimit{2};
 
-    /// How long the user may take to answer a question.
-    static constexpr std::chrono::minutes promptLimit{2};
+    /// How long the user may take to answer a question; the keyring stays locked then. A login may
+    /// stand in the middle meanwhile, and what it brought from the browser lives for two minutes.
+    static constexpr std::chrono::seconds promptLimit{100};
+
+    /// How many calls are under way at least before one has to wait for another.
+    static constexpr int workers = 4;
 
     /// Both outlive this and the calls under way. A question keeps one worker of `pool` for as long
-    /// as it stands, so the pool is best not shared.
+    /// as it stands, so the pool is best not shared, and it is made no smaller than `workers`.
     SecretServiceItemStore(Clock& clock, QThreadPool& pool);
 
     /// Ends every call under way on the workers, a question to the user with it, so that the pool

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "domain/SecretText.h"
+
 #include <QByteArray>
 
 #include <utility>
@@ -19,6 +21,9 @@ public:
     SecretBytes& operator=(SecretBytes&&) = delete;
 
     ~SecretBytes() { overwrite(); }
+
+    /// The value of an "Authorization" header: "Bearer " and the token.
+    static SecretBytes bearer(const SecretText& token);
 
     /// The bytes themselves, not a copy, for as long as the caller holds what it gets.
     const QByteArray& share() const { return m_bytes; }
