@@ -141,8 +141,10 @@ TEST_F(LeetCodeRoadTest, ANoteThatCannotBeKeptIsToldByTheDesktopAndInThePanelOfT
     const DocumentWindow document(home, exercise, QRect(0, 0, 1280, 780));
     trigger();
     program->requireLog("LeetCode result could not be saved to Notes");
-    EXPECT_EQ(notifications.shown(1).first().title, u"Lumivane couldn’t save to Notes");
-    EXPECT_EQ(panelCount(*program), 1); // the answer's own
+    const auto shown = notifications.shown(1);
+    ASSERT_EQ(shown.size(), 1);
+    EXPECT_EQ(shown.first().title, u"Lumivane couldn’t save to Notes");
+    EXPECT_TRUE(waitUntil([&] { return panelCount(*program) == 1; })) << "the answer's own";
     EXPECT_EQ(program->terminate(), 0);
     QFile obstacle(noteFolder());
     EXPECT_TRUE(obstacle.open(QIODevice::ReadOnly));
