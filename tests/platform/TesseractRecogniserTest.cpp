@@ -14,7 +14,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <memory>
@@ -228,7 +227,7 @@ TEST_F(TesseractRecogniserTest, StoppedInTheMiddleReturnsLongBeforeThePageIsRead
     const auto untilReturned = clock.now() - stopped;
     EXPECT_TRUE(isCancelled);
     // The caller's wait ends with the stop and not with the work.
-    EXPECT_LT(untilReturned, std::max(whole, durationOf(page)) / 2);
+    EXPECT_TRUE(untilReturned < whole / 2 || untilReturned < durationOf(page) / 2);
 }
 
 TEST_F(TesseractRecogniserTest, WorkersOfAStoppedPageAreFreeAgainLongBeforeItIsRead) {
@@ -245,7 +244,7 @@ TEST_F(TesseractRecogniserTest, WorkersOfAStoppedPageAreFreeAgainLongBeforeItIsR
     const MonotonicInstant stopped = clock.now();
     EXPECT_EQ(textsOf(recognise(paint({{{40, 100}, u"Harbour"_qs}}))), std::vector{u"Harbour"_qs});
     const auto untilFree = clock.now() - stopped;
-    EXPECT_LT(untilFree, std::max(whole, durationOf(page)) / 2);
+    EXPECT_TRUE(untilFree < whole / 2 || untilFree < durationOf(page) / 2);
 }
 
 TEST_F(TesseractRecogniserTest, PagesReadAtTheSameTimeKeepApart) {
