@@ -62,7 +62,7 @@ BrowserHand::~BrowserHand() {
 
 bool BrowserHand::takesHoldOfPage() {
     const auto targets = ask(u"Target.getTargets"_qs)[u"targetInfos"_qs].toArray();
-    for (const QJsonValue& target : targets) {
+    for (const QJsonValue target : targets) {
         if (target[u"type"_qs] == u"page"_qs) {
             const QJsonObject wanted{{u"targetId"_qs, target[u"targetId"_qs]},
                                      {u"flatten"_qs, true}};
