@@ -17,10 +17,11 @@ endforeach()
 find_package(PostgreSQL REQUIRED)
 include(PostgresPrograms)
 target_sources(bench_replicas PRIVATE ReplicaClient.cpp
-  "${CMAKE_SOURCE_DIR}/tests/server/PostgresServer.cpp")
+  "${CMAKE_SOURCE_DIR}/tests/server/PostgresServer.cpp"
+  "${CMAKE_SOURCE_DIR}/tests/server/ProgramStart.cpp")
 target_include_directories(bench_replicas PRIVATE "${CMAKE_SOURCE_DIR}/tests")
 target_link_libraries(bench_replicas PRIVATE
   ${LUMIVANE_SOCI_POSTGRES} PostgreSQL::PostgreSQL lumivane_test_waiting)
 target_compile_definitions(bench_replicas PRIVATE
   LUMIVANE_POSTGRES_PROGRAMS="${LUMIVANE_POSTGRES_PROGRAMS}"
-  LUMIVANE_POSTGRES_TEMPLATE="${CMAKE_BINARY_DIR}/postgres-template")
+  LUMIVANE_POSTGRES_TEMPLATE="${LUMIVANE_POSTGRES_TEMPLATE}")

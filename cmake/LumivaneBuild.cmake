@@ -50,14 +50,17 @@ function(lumivane_library name)
   target_link_libraries(lumivane_${name} PUBLIC ${ARG_LINKS} PRIVATE lumivane_flags ${ARG_PRIVATE_LINKS})
 endfunction()
 
-# lumivane_test(<name> SOURCES ... LINKS ... [LABEL unit|integration] [MAIN core|gui|plain|x|x_bus|x_accessible])
-# One executable, one ctest entry per test case. MAIN chooses the application object behind it; with
+# lumivane_test(<name> SOURCES ... LINKS ... [LABEL unit|integration] [MAIN core|gui|plain|x|x_bus|x_accessible]
+#               [TIMEOUT seconds] [FILTER gtest-filter]
+#               [PROPERTIES of-its-tests...])
+# One executable, one ctest entry per test case that FILTER lets pass; the parameters of a case stand
+# in its name by their own name or number, never by their bytes, which are others in each run. MAIN chooses the application object behind it; with
 # x it stands on an X server of its own, see support/PanelDesktop.h, with x_bus on a session bus as
 # well, and with x_accessible on an accessibility bus besides.
 # The target unit_tests builds what carries the label unit, and no more.
 add_custom_target(unit_tests)
 function(lumivane_test name)
-  cmake_parse_arguments(ARG "" "LABEL;MAIN;TIMEOUT" "SOURCES;LINKS" ${ARGN})
+  cmake_parse_arguments(ARG "" "LABEL;MAIN;TIMEOUT;FILTER" "SOURCES;LINKS;PROPERTIES" ${ARGN})
   if(NOT ARG_LABEL)
     set(ARG_LABEL unit)
   endif()
@@ -66,6 +69,10 @@ function(lumivane_test name)
   endif()
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 60)
+  endif()
+  set(selection "")
+  if(ARG_FILTER)
+    set(selection TEST_FILTER "${ARG_FILTER}")
   endif()
   add_executable(${name} ${ARG_SOURCES})
   if(ARG_LABEL STREQUAL "unit")
@@ -79,7 +86,7 @@ function(lumivane_test name)
     target_link_libraries(${name} PRIVATE lumivane_test_main_${ARG_MAIN})
   endif()
   target_compile_definitions(${name} PRIVATE LUMIVANE_TEST_DATA="${CMAKE_SOURCE_DIR}/tests/data")
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
-    PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT}
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES ${selection}
+    PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT} ${ARG_PROPERTIES}
                ENVIRONMENT QT_QPA_PLATFORM=offscreen)
 endfunction()

@@ -6,3 +6,8 @@ set(LUMIVANE_POSTGRES_PROGRAMS "")
 if(postgres_programs)
   list(GET postgres_programs 0 LUMIVANE_POSTGRES_PROGRAMS)
 endif()
+
+# LUMIVANE_POSTGRES_TEMPLATE: where tests and benchmarks keep an empty cluster of that version.
+cmake_path(GET LUMIVANE_POSTGRES_PROGRAMS PARENT_PATH postgres_version)
+cmake_path(GET postgres_version FILENAME postgres_version)
+set(LUMIVANE_POSTGRES_TEMPLATE "${CMAKE_BINARY_DIR}/postgres-template-${postgres_version}")

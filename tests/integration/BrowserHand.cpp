@@ -9,7 +9,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <stdexcept>
 
@@ -17,8 +17,10 @@ namespace lumivane::test {
 
 namespace {
 
+constexpr std::chrono::seconds longestStart(60); // of a browser on a busy machine
+
 pid_t waitForBrowser(const LoginDesktop& desktop, std::size_t index) {
-    if (!waitUntil([&] { return desktop.browsers().size() > index; })) {
+    if (!waitUntil([&] { return desktop.browsers().size() > index; }, longestStart)) {
         throw std::runtime_error("the desktop has started no browser");
     }
     return desktop.browsers().at(index);
@@ -45,7 +47,7 @@ BrowserHand::BrowserHand(const LoginDesktop& desktop, std::size_t index)
     : m_browser(waitForBrowser(desktop, index))
     , m_commands(desktop.browserPipe(m_browser, u"commands"_qs))
     , m_answers(desktop.browserPipe(m_browser, u"answers"_qs)) {
-    if (!waitUntil([this] { return takesHoldOfPage(); })) {
+    if (!waitUntil([this] { return takesHoldOfPage(); }, longestStart)) {
         throw std::runtime_error("a browser has no page");
     }
 }
@@ -53,14 +55,14 @@ BrowserHand::BrowserHand(const LoginDesktop& desktop, std::size_t index)
 BrowserHand::~BrowserHand() {
     m_page.clear();
     send(u"Browser.close"_qs, {});
-    if (!waitUntil([this] { return ::kill(m_browser, 0) != 0 && errno == ESRCH; })) {
+    if (!waitUntil([this] { return LoginDesktop::hasEnded(m_browser); })) {
         ::kill(m_browser, SIGKILL);
     }
 }
 
 bool BrowserHand::takesHoldOfPage() {
     const auto targets = ask(u"Target.getTargets"_qs)[u"targetInfos"_qs].toArray();
-    for (const QJsonValue& target : targets) {
+    for (const QJsonValue target : targets) {
         if (target[u"type"_qs] == u"page"_qs) {
             const QJsonObject wanted{{u"targetId"_qs, target[u"targetId"_qs]},
                                      {u"flatten"_qs, true}};

@@ -38,6 +38,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
+constexpr auto longestLogin = 60s; // that of a browser's first start on a busy machine
+
 constexpr auto strayLine = "Dropped a login callback that no login waits for";
 
 } // namespace
@@ -73,7 +75,7 @@ protected:
 
     void logIn() {
         const auto outcome = begin();
-        ASSERT_TRUE(waitUntil([&] { return outcome->hasEnded(); }));
+        ASSERT_TRUE(waitUntil([&] { return outcome->hasEnded(); }, longestLogin));
         ASSERT_TRUE(outcome->value);
     }
 
@@ -220,7 +222,7 @@ TEST_F(BrowserLoginTest, WithTheKeyringGoneNothingIsHalfSignedIn) {
 TEST_F(BrowserLoginTest, ASecondLoginInTheBrowserTakesThePlaceOfTheFirst) {
     logins.setPageEnd(ScriptedLogins::PageEnd::nowhere);
     const auto first = begin();
-    ASSERT_TRUE(waitUntil([this] { return logins.pageCount() == 1; }));
+    ASSERT_TRUE(waitUntil([this] { return logins.pageCount() == 1; }, longestLogin));
     logins.setPageEnd(ScriptedLogins::PageEnd::handoff);
     logIn();
     EXPECT_TRUE(first->value);
@@ -272,7 +274,7 @@ TEST_F(BrowserLoginTest, HostileAddressesOverTheBusAreDroppedWithoutTheirContent
 TEST_F(BrowserLoginTest, AHostileAddressWhileALoginWaitsEndsItUnverified) {
     logins.setPageEnd(ScriptedLogins::PageEnd::nowhere);
     const auto outcome = begin();
-    ASSERT_TRUE(waitUntil([this] { return logins.pageCount() == 1; }));
+    ASSERT_TRUE(waitUntil([this] { return logins.pageCount() == 1; }, longestLogin));
     desktop.open(u"com.marnoth.lumivane.oauth://callback?transaction_id=transaction-1"
                  u"&handoff_code=guess&x=canary"_qs);
     ASSERT_TRUE(waitUntil([&] { return outcome->hasEnded(); }));
@@ -285,7 +287,7 @@ TEST_F(BrowserLoginTest, AHostileAddressWhileALoginWaitsEndsItUnverified) {
 TEST_F(BrowserLoginTest, AGuessedCodeIsRefusedByTheService) {
     logins.setPageEnd(ScriptedLogins::PageEnd::nowhere);
     const auto outcome = begin();
-    ASSERT_TRUE(waitUntil([this] { return logins.pageCount() == 1; }));
+    ASSERT_TRUE(waitUntil([this] { return logins.pageCount() == 1; }, longestLogin));
     desktop.open(u"com.marnoth.lumivane.oauth://callback?transaction_id=transaction-1"
                  u"&handoff_code=guess"_qs);
     ASSERT_TRUE(waitUntil([&] { return outcome->hasEnded(); }));

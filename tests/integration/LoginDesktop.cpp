@@ -7,7 +7,6 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <cerrno>
 #include <csignal>
 #include <stdexcept>
 
@@ -40,6 +39,9 @@ QByteArray contentsOf(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
+
+/// The words of a running program; empty for one that has ended, also where nobody has asked how.
+QByteArray commandOf(pid_t process) { return contentsOf(u"/proc/%1/cmdline"_qs.arg(process)); }
 
 /// A desktop entry's own words, with the program that stands for the installed one.
 QByteArray programEntry(const QString& program) {
@@ -85,15 +87,22 @@ LoginDesktop::LoginDesktop(const QString& origin, Pages pages) {
 
 LoginDesktop::~LoginDesktop() {
     for (const pid_t browser : browsers()) {
+        // The number of one that ended may be another program's by now.
+        if (!commandOf(browser).contains(home.path(u"browser"_qs).toUtf8())) {
+            continue;
+        }
         ::kill(browser, SIGTERM);
-        if (!waitUntil([browser] { return ::kill(browser, 0) != 0 && errno == ESRCH; })) {
+        if (!waitUntil([browser] { return hasEnded(browser); })) {
             ::kill(browser, SIGKILL);
         }
     }
 }
 
+bool LoginDesktop::hasEnded(pid_t process) { return commandOf(process).isEmpty(); }
+
 void LoginDesktop::installBrowser(const QString& origin, Pages pages) const {
     const QByteArray profile = home.path(u"browser"_qs).toUtf8();
+    QDir().mkpath(home.path(u"tmp"_qs));
     write(home.path(u"browser/Default/Preferences"_qs),
           R"({"protocol_handler":{"allowed_origin_protocol_pairs":{")" + origin.toUtf8() +
               R"(":{")" + scheme + R"(":true}}}})");
@@ -109,7 +118,8 @@ void LoginDesktop::installBrowser(const QString& origin, Pages pages) const {
     const QString starter = home.path(u"start-browser"_qs);
     write(starter,
           "#!/bin/sh\nprofile='" + profile + "'\nstarted='" + home.path(u"browsers"_qs).toUtf8() +
-              "'\n" + start + " </dev/null >\"$profile-$$.log\" 2>&1\n",
+              "'\nexport TMPDIR='" + home.path(u"tmp"_qs).toUtf8() + "'\n" + start +
+              " </dev/null >\"$profile-$$.log\" 2>&1\n",
           true);
     write(home.path(u"DATA/applications/browser.desktop"_qs),
           "[Desktop Entry]\nType=Application\nName=Browser\nExec=" + starter.toUtf8() +

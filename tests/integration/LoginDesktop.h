@@ -51,6 +51,9 @@ public:
     /// The process of every browser that was started.
     std::vector<pid_t> browsers() const;
 
+    /// Also where nobody has asked how it ended, as on a machine whose first process never does.
+    static bool hasEnded(pid_t process);
+
     /// Where a hand reaches into a browser: "commands" and "answers".
     QString browserPipe(pid_t browser, const QString& direction) const;
 

@@ -1,8 +1,9 @@
 #include "server/ChildProgram.h"
 
+#include "server/ProgramStart.h"
+
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,20 +18,10 @@ ChildProgram::ChildProgram(const std::vector<std::string>& words) {
     if (::pipe2(output.data(), O_CLOEXEC) != 0) {
         throw std::runtime_error("no pipe");
     }
-    std::vector<char*> arguments;
-    for (const std::string& word : words) {
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-    const int status =
-        ::posix_spawn(&m_process, arguments.front(), &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
+    m_process = startProgram({.words = words, .output = output[1]});
     ::close(output[1]);
     m_output = output[0];
-    if (status != 0) {
+    if (m_process < 0) {
         ::close(m_output);
         throw std::runtime_error("a program of the build does not start");
     }

@@ -7,6 +7,7 @@
 #include <boost/asio/detached.hpp>
 #include <boost/asio/io_context.hpp>
 
+#include <memory>
 #include <thread>
 
 namespace lumivane::service::test {
@@ -130,6 +131,8 @@ TEST_P(ExpiredRowsTest, ItIsDoneAgainAndAgain) {
     boost::asio::co_spawn(context, keepDeletingExpiredRows(database(), clock(), pool, 1ms),
                           boost::asio::detached);
     std::jthread network([&] { context.run(); });
+    // Whatever the test throws, the loop ends before its thread is waited for.
+    const std::shared_ptr<void> end(nullptr, [&context](void*) { context.stop(); });
 
     EXPECT_TRUE(waitForCondition([&] { return rows("sessions") == 0; }));
     login();

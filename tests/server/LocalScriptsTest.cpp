@@ -2,6 +2,7 @@
 #include "server/TestClient.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -11,6 +12,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <optional>
+#include <stdexcept>
 
 namespace lumivane::service {
 
@@ -52,12 +55,61 @@ private:
 
 } // namespace
 
+// Ends the service of a test that was killed, for that service has a session of its own.
+class Guard {
+public:
+    explicit Guard(const std::string& command) {
+        std::array<int, 2> ends{};
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+            throw std::runtime_error("no pipe");
+        }
+        const pid_t between = ::fork();
+        if (between == 0) {
+            ::close(ends[1]);
+            // Out of reach of whoever kills the test with all its children.
+            ::setsid();
+            if (::fork() == 0) {
+                stand(ends[0], command);
+            }
+            ::_exit(0);
+        }
+        ::waitpid(between, nullptr, 0);
+        ::close(ends[0]);
+        m_end = ends[1];
+    }
+
+    // The test has seen to it itself.
+    ~Guard() {
+        EXPECT_EQ(::write(m_end, "x", 1), 1);
+        ::close(m_end);
+    }
+
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+
+private:
+    [[noreturn]] static void stand(int end, const std::string& command) {
+        const int nowhere = ::open("/dev/null", O_RDWR);
+        for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            ::dup2(nowhere, descriptor);
+        }
+        char byte = 0;
+        if (::read(end, &byte, 1) == 0) {
+            ::execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+        }
+        ::_exit(0);
+    }
+
+    int m_end = -1;
+};
+
 class LocalScriptsTest : public testing::Test {
 protected:
     LocalScriptsTest() {
         run = folder.path() / "run";
         std::filesystem::create_directory(run);
         std::filesystem::permissions(run, std::filesystem::perms(0700));
+        guard.emplace(command("local-down", "") + "; rm -rf '" + folder.path().string() + "'");
     }
 
     ~LocalScriptsTest() override { script("local-down"); }
@@ -91,15 +143,18 @@ protected:
     }
 
     // The name may be followed by switches; `variables` stand before the command and win.
-    ScriptResult script(const std::string& name, const std::string& variables = "") const {
+    std::string command(const std::string& name, const std::string& variables = "") const {
         const auto build =
             std::filesystem::path(LUMIVANE_SERVICE_EXECUTABLE).parent_path().parent_path().string();
         const std::string path = std::string("'") + LUMIVANE_SCRIPTS_FOLDER + "'/" + name;
-        return output("export HOME='" + folder.path().string() + "' XDG_RUNTIME_DIR='" +
-                      run.string() +
-                      "' XDG_DATA_HOME= XDG_CONFIG_HOME= LUMIVANE_SERVICE_PORT=0 "
-                      "LUMIVANE_BUILD_DIR='" +
-                      build + "'; " + variables + path + " 2>&1");
+        return "export HOME='" + folder.path().string() + "' XDG_RUNTIME_DIR='" + run.string() +
+               "' XDG_DATA_HOME= XDG_CONFIG_HOME= LUMIVANE_SERVICE_PORT=0 "
+               "LUMIVANE_START_PATIENCE=60 LUMIVANE_BUILD_DIR='" +
+               build + "'; " + variables + path + " 2>&1";
+    }
+
+    ScriptResult script(const std::string& name, const std::string& variables = "") const {
+        return output(command(name, variables));
     }
 
     static int portIn(const std::string& output) {
@@ -109,6 +164,7 @@ protected:
 
     TemporaryFolder folder;
     std::filesystem::path run;
+    std::optional<Guard> guard;
 };
 
 TEST_F(LocalScriptsTest, StartsOnceAndStopsWhatItStarted) {

@@ -1,21 +1,21 @@
 #include "server/PostgresServer.h"
 
+#include "server/ProgramStart.h"
 #include "support/WaitForCondition.h"
 
 #include <fcntl.h>
-#include <grp.h>
 #include <libpq-fe.h>
 #include <pwd.h>
 #include <soci/postgresql/soci-postgresql.h>
 #include <soci/soci.h>
 #include <sys/file.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace lumivane::service::test {
@@ -25,10 +25,10 @@ using lumivane::test::waitForCondition;
 
 namespace {
 
-struct User {
-    uid_t user = 0;
-    gid_t group = 0;
-};
+using User = ProgramUser;
+
+constexpr const char* folderName = "lumivane-pg-";
+constexpr const char* lockName = "lock";
 
 // The server refuses to run as the superuser.
 std::optional<User> userInPlaceOfSuperuser() {
@@ -45,55 +45,59 @@ std::optional<User> userInPlaceOfSuperuser() {
     return User{entry->pw_uid, entry->pw_gid};
 }
 
-[[noreturn]] void becomeProgram(const std::vector<std::string>& words,
-                                const std::optional<User>& user, const fs::path& log) {
-    std::vector<char*> arguments;
-    for (const std::string& word : words) {
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
-    const int output = ::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-    ::dup2(output, STDOUT_FILENO);
-    ::dup2(output, STDERR_FILENO);
-    if (user &&
-        (::setgroups(0, nullptr) != 0 || ::setgid(user->group) != 0 || ::setuid(user->user) != 0)) {
-        ::_exit(126);
-    }
+pid_t startAs(const std::vector<std::string>& words, const std::optional<User>& user,
+              const fs::path& log) {
+    const int output = ::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    ProgramStart start{.words = words, .output = output, .errors = output};
     // Its quick end takes its own children along.
-    ::prctl(PR_SET_PDEATHSIG, SIGQUIT);
-    ::execv(arguments.front(), arguments.data());
-    ::_exit(127);
-}
-
-pid_t startProgram(const std::vector<std::string>& words, const std::optional<User>& user,
-                   const fs::path& log) {
-    const pid_t process = ::fork();
-    if (process == 0) {
-        becomeProgram(words, user, log);
-    }
+    start.endSignal = SIGQUIT;
+    start.user = user;
+    const pid_t process = startProgram(start);
+    ::close(output);
     return process;
 }
 
-void runProgram(const std::vector<std::string>& words, const std::optional<User>& user,
-                const fs::path& log) {
+void runAs(const std::vector<std::string>& words, const std::optional<User>& user,
+           const fs::path& log) {
     int status = -1;
-    const pid_t process = startProgram(words, user, log);
+    const pid_t process = startAs(words, user, log);
     if (process < 0 || ::waitpid(process, &status, 0) != process || status != 0) {
         throw std::runtime_error("failed: " + words.front());
     }
 }
 
-fs::path makeFolder(const std::optional<User>& user) {
-    std::string name = (fs::temp_directory_path() / "lumivane-pg-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr ||
-        (user && ::chown(name.c_str(), user->user, user->group) != 0)) {
-        throw std::runtime_error("no folder for a database server");
+// The path of a socket in it must not be longer than the system takes.
+fs::path placeOfFolders() {
+    const fs::path place = fs::temp_directory_path();
+    constexpr std::size_t longest = 70;
+    return place.string().size() <= longest ? place : fs::path("/tmp");
+}
+
+int openLock(const fs::path& path, int flags) {
+    return ::open(path.c_str(), O_RDWR | O_CLOEXEC | flags, 0600);
+}
+
+// Folders of processes that were killed. Whoever uses one holds its lock.
+void removeForgottenFolders() {
+    std::error_code ignored;
+    for (const auto& entry : fs::directory_iterator(placeOfFolders(), ignored)) {
+        if (!entry.path().filename().string().starts_with(folderName)) {
+            continue;
+        }
+        const int lock = openLock(entry.path() / lockName, 0);
+        if (lock < 0) {
+            continue;
+        }
+        if (::flock(lock, LOCK_EX | LOCK_NB) == 0) {
+            fs::remove_all(entry.path(), ignored);
+        }
+        ::close(lock);
     }
-    return name;
 }
 
 void copyFolder(const fs::path& from, const fs::path& to) {
-    runProgram({"/bin/cp", "-a", from.string(), to.string()}, std::nullopt, "/dev/null");
+    runAs({"/bin/cp", "-a", "--reflink=auto", from.string(), to.string()}, std::nullopt,
+          "/dev/null");
 }
 
 // Initialising takes seconds and copying the outcome does not, so the first process to come here
@@ -106,22 +110,50 @@ fs::path emptyCluster(const std::optional<User>& user) {
         throw std::runtime_error("no lock for the database template");
     }
     if (!fs::exists(cluster)) {
-        const fs::path folder = makeFolder(user);
+        const PostgresFolder folder;
+        const fs::path data = folder.path() / "data";
         const fs::path unfinished = cluster.string() + ".unfinished";
-        runProgram({LUMIVANE_POSTGRES_PROGRAMS "/initdb", "--pgdata=" + (folder / "data").string(),
-                    "--username=lumivane", "--auth=trust", "--encoding=UTF8", "--no-locale",
-                    "--no-sync"},
-                   user, folder / "log");
+        runAs({LUMIVANE_POSTGRES_PROGRAMS "/initdb", "--pgdata=" + data.string(),
+               "--username=lumivane", "--auth=trust", "--encoding=UTF8", "--no-locale", "--no-sync",
+               "--wal-segsize=1"},
+              user, folder.path() / "log");
         fs::remove_all(unfinished);
-        copyFolder(folder / "data", unfinished);
+        copyFolder(data, unfinished);
         fs::rename(unfinished, cluster);
-        fs::remove_all(folder);
     }
     ::close(lock);
     return cluster;
 }
 
+std::string nameIn(const std::string& url) {
+    const auto begin = url.find(":///") + 4;
+    return url.substr(begin, url.find('?') - begin);
+}
+
 } // namespace
+
+PostgresFolder::PostgresFolder() {
+    removeForgottenFolders();
+    const auto user = userInPlaceOfSuperuser();
+    std::string name = (placeOfFolders() / (std::string(folderName) + "XXXXXX")).string();
+    if (::mkdtemp(name.data()) == nullptr) {
+        throw std::runtime_error("no folder for a database server");
+    }
+    m_path = name;
+    // Under its name the lock is never seen before it is held.
+    m_lock = openLock(m_path / "lock.new", O_CREAT);
+    if (m_lock < 0 || ::flock(m_lock, LOCK_EX) != 0 ||
+        ::rename((m_path / "lock.new").c_str(), (m_path / lockName).c_str()) != 0 ||
+        (user && ::chown(name.c_str(), user->user, user->group) != 0)) {
+        throw std::runtime_error("no folder for a database server");
+    }
+}
+
+PostgresFolder::~PostgresFolder() {
+    std::error_code ignored;
+    fs::remove_all(m_path, ignored);
+    ::close(m_lock);
+}
 
 PostgresServer& PostgresServer::shared() {
     static PostgresServer server;
@@ -129,28 +161,22 @@ PostgresServer& PostgresServer::shared() {
 }
 
 PostgresServer::PostgresServer() {
-    const auto user = userInPlaceOfSuperuser();
-    const fs::path cluster = emptyCluster(user);
-    m_folder = makeFolder(user);
-    copyFolder(cluster, m_folder / "data");
+    copyFolder(emptyCluster(userInPlaceOfSuperuser()), m_folder.path() / "data");
     start();
 }
 
-PostgresServer::~PostgresServer() {
-    stop();
-    std::error_code ignored;
-    fs::remove_all(m_folder, ignored);
-}
+PostgresServer::~PostgresServer() { stop(); }
 
 void PostgresServer::start() {
     // Loss of power is not what these tests are about; a killed process loses nothing either way.
-    m_process =
-        startProgram({LUMIVANE_POSTGRES_PROGRAMS "/postgres", "-D", (m_folder / "data").string(),
-                      "-k", m_folder.string(), "-c", "listen_addresses=", "-c", "fsync=off", "-c",
-                      "max_connections=120", "-c", "shared_buffers=16MB"},
-                     userInPlaceOfSuperuser(), m_folder / "log");
+    const std::string folder = m_folder.path().string();
+    m_process = startAs({LUMIVANE_POSTGRES_PROGRAMS "/postgres", "-D", folder + "/data", "-k",
+                         folder, "-c", "listen_addresses=", "-c", "fsync=off", "-c",
+                         "max_connections=120", "-c", "shared_buffers=16MB"},
+                        userInPlaceOfSuperuser(), m_folder.path() / "log");
     const std::string database = url("postgres");
     if (!waitForCondition([&] { return PQping(database.c_str()) == PQPING_OK; })) {
+        stop();
         throw std::runtime_error("the database server does not answer");
     }
 }
@@ -164,7 +190,7 @@ void PostgresServer::stop() {
 }
 
 std::string PostgresServer::url(const std::string& database) const {
-    return "postgresql:///" + database + "?user=lumivane&host=" + m_folder.string();
+    return "postgresql:///" + database + "?user=lumivane&host=" + m_folder.path().string();
 }
 
 std::string PostgresServer::makeDatabase() {
@@ -175,10 +201,34 @@ std::string PostgresServer::makeDatabase() {
 }
 
 void PostgresServer::dropDatabase(const std::string& url) {
-    const auto begin = url.find(":///") + 4;
-    const std::string name = url.substr(begin, url.find('?') - begin);
     soci::session sql(soci::postgresql, this->url("postgres"));
-    sql << "DROP DATABASE " << name << " WITH (FORCE)";
+    sql << "DROP DATABASE " << nameIn(url) << " WITH (FORCE)";
+}
+
+std::string PostgresServer::lendDatabase() {
+    if (m_free.empty()) {
+        return makeDatabase();
+    }
+    std::string url = std::move(m_free.back());
+    m_free.pop_back();
+    return url;
+}
+
+void PostgresServer::takeBack(const std::string& url) noexcept {
+    try {
+        soci::session sql(soci::postgresql, url);
+        sql << "SELECT pg_terminate_backend(pid) FROM pg_stat_activity "
+               "WHERE datname = current_database() AND pid <> pg_backend_pid()";
+        PQsetNoticeReceiver(
+            static_cast<soci::postgresql_session_backend*>(sql.get_backend())->conn_,
+            [](void*, const PGresult*) {}, nullptr);
+        sql << "DROP SCHEMA public CASCADE";
+        sql << "CREATE SCHEMA public";
+        m_free.push_back(url);
+    } catch (const std::exception&) {
+        // Another one will be made for the next.
+        return;
+    }
 }
 
 } // namespace lumivane::service::test

@@ -191,7 +191,10 @@ TEST_P(ProfileRoutesTest, AVersionThatIsTooOldIsNotHandedOut) {
     const std::string first = versionOf(builtFilter());
     patch(R"({"handle":"cedar"})");
     clock().advance(10min);
-    EXPECT_NE(versionOf(filter(ifNoneMatch("\"" + first + "\""))), first);
+    const auto answer = filter(ifNoneMatch("\"" + first + "\""));
+    // The next one may be built by now.
+    EXPECT_TRUE(answer.status == 204 || answer.status == 200) << answer.status;
+    EXPECT_NE(versionOf(answer), first);
 }
 
 TEST_P(ProfileRoutesTest, HeadTellsOfTheFilterWithoutItsBody) {

@@ -16,6 +16,7 @@ namespace {
 constexpr int accounts = 40;
 constexpr int machinesEach = 5;
 constexpr int stepsEach = 6;
+constexpr int mostAttempts = 50;
 
 // What all clients have in common.
 struct Crowd {
@@ -74,7 +75,7 @@ private:
 
     // Until there is an answer that says something.
     TestResponse askPatiently(const std::string& bytes) {
-        for (int i = 0; i < 50; ++i) {
+        for (int i = 0; i < mostAttempts; ++i) {
             TestResponse response = ask(bytes);
             if (response.status != 0 && response.status != 503) {
                 return response;
@@ -107,13 +108,14 @@ private:
     }
 
     std::variant<IssuedLogin, TakeoverOffer> signInPatiently() {
-        for (;;) {
+        for (int i = 1; i < mostAttempts; ++i) {
             try {
                 return signIn(m_crowd.store.database(), m_account, m_device, m_crowd.clock.now());
             } catch (const StoreError&) {
                 continue;
             }
         }
+        return signIn(m_crowd.store.database(), m_account, m_device, m_crowd.clock.now());
     }
 
     // The login itself happens in a browser; what it ends in stands in the database.
@@ -148,7 +150,13 @@ void letAllLive(Crowd& crowd) {
         storeAccount(crowd.store.database(), "account" + std::to_string(account));
     }
     for (int i = 0; i < accounts * machinesEach; ++i) {
-        threads.emplace_back([&crowd, i] { Machine(crowd, i % accounts, i / accounts).live(); });
+        threads.emplace_back([&crowd, i] {
+            try {
+                Machine(crowd, i % accounts, i / accounts).live();
+            } catch (const std::exception&) {
+                ++crowd.surprises;
+            }
+        });
     }
 }
 

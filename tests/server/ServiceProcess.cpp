@@ -1,31 +1,23 @@
 #include "server/ServiceProcess.h"
 
+#include "server/ProgramStart.h"
 #include "support/WaitForCondition.h"
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
 
 namespace lumivane::service::test {
 
 using lumivane::test::waitForCondition;
 
 namespace {
-
-std::vector<char*> pointers(std::vector<std::string>& texts) {
-    std::vector<char*> all;
-    for (std::string& text : texts) {
-        all.push_back(text.data());
-    }
-    all.push_back(nullptr);
-    return all;
-}
 
 // Reads what comes within the time; false at the end.
 bool readSome(int descriptor, int milliseconds, std::string& text) {
@@ -50,27 +42,19 @@ ServiceProcess::ServiceProcess(std::vector<std::string> arguments,
     if (::pipe2(output, O_CLOEXEC) != 0 || ::pipe2(errors, O_CLOEXEC) != 0) {
         throw std::runtime_error("no pipe");
     }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, errors[1], STDERR_FILENO);
     arguments.insert(arguments.begin(), LUMIVANE_SERVICE_EXECUTABLE);
     std::vector<std::string> variables;
     for (const auto& [name, value] : environment) {
         variables.push_back(name + "=" + value);
     }
-    const auto argv = pointers(arguments);
-    const auto envp = pointers(variables);
-    const int status = ::posix_spawn(&m_process, LUMIVANE_SERVICE_EXECUTABLE, &actions, nullptr,
-                                     argv.data(), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
+    m_process = startProgram({.words = std::move(arguments),
+                              .output = output[1],
+                              .errors = errors[1],
+                              .environment = std::move(variables)});
     ::close(output[1]);
     ::close(errors[1]);
     m_outputPipe = output[0];
     m_errorPipe = errors[0];
-    if (status != 0) {
-        m_process = -1;
-    }
 }
 
 ServiceProcess::~ServiceProcess() {

@@ -1,13 +1,13 @@
 #include "server/StoreFixture.h"
 
-#include "server/PostgresServer.h"
-
 namespace lumivane::service::test {
 
 TestStore::TestStore(Engine engine) {
-    m_settings.location = engine == Engine::sqlite
-                              ? (m_folder.path() / "data" / "accounts.sqlite").string()
-                              : PostgresServer::shared().makeDatabase();
+    if (engine == Engine::postgres) {
+        m_lent.emplace(PostgresServer::shared());
+    }
+    m_settings.location =
+        m_lent ? m_lent->url() : (m_folder.path() / "data" / "accounts.sqlite").string();
     m_database = Database::open(m_settings);
 }
 
@@ -25,7 +25,7 @@ void TestStore::execute(const std::string& statement) {
 }
 
 void TestStore::breakDown() {
-    if (namesServer(m_settings.location)) {
+    if (m_lent) {
         PostgresServer::shared().dropDatabase(m_settings.location);
     } else {
         std::filesystem::remove_all(std::filesystem::path(m_settings.location).parent_path());

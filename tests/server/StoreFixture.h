@@ -1,12 +1,14 @@
 #pragma once
 
 #include "server/ManualWallClock.h"
+#include "server/PostgresServer.h"
 #include "server/TemporaryFolder.h"
 #include "server/store/Database.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace lumivane::service::test {
@@ -36,6 +38,7 @@ public:
 
 private:
     TemporaryFolder m_folder;
+    std::optional<LentDatabase> m_lent; // of a server; outlives all that uses it
     DatabaseSettings m_settings;
     std::unique_ptr<Database> m_database;
 };

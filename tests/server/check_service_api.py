@@ -10,12 +10,15 @@ model or a foreign provider, must have been seen.
 """
 
 import base64
+import ctypes
 import hashlib
 import http.client
 import json
 import os
 import re
 import secrets
+import select
+import signal
 import subprocess
 import sys
 import tempfile
@@ -30,6 +33,12 @@ METHODS = ("get", "post", "put", "patch", "delete")
 
 def fail(words):
     raise AssertionError(words)
+
+
+def end_with_parent():
+    """For the service's own process, before it becomes the service."""
+    set_death_signal = 1
+    ctypes.CDLL(None).prctl(set_death_signal, signal.SIGKILL, 0, 0, 0)
 
 
 class Document:
@@ -141,9 +150,12 @@ class Service:
         }
         self.log = open(os.path.join(self.folder.name, "log"), "w+", encoding="utf-8")
         self.process = subprocess.Popen(
-            [program], env=environment, stdout=subprocess.PIPE, stderr=self.log, text=True)
-        line = self.process.stdout.readline()
+            [program], env=environment, stdout=subprocess.PIPE, stderr=self.log, text=True,
+            preexec_fn=end_with_parent)
+        isReadable, _, _ = select.select([self.process.stdout], [], [], 20)
+        line = self.process.stdout.readline() if isReadable else ""
         if not line.startswith("listening on http://"):
+            self.process.kill()
             fail(f"the service does not start: {self.log_text()}")
         self.port = int(line.rsplit(":", 1)[1])
         self.connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=20)

@@ -24,6 +24,12 @@ std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
     return {reply, &std::free};
 }
 
+xcb_connection_t* toolkitConnection() {
+    const auto* x11 =
+        qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    return x11 ? x11->connection() : nullptr;
+}
+
 bool knowsScreen(const QString& name) {
     for (const QScreen* screen : QGuiApplication::screens()) {
         if (screen->name() == name) {
@@ -129,6 +135,24 @@ xcb_keycode_t PanelDesktop::keycodeOf(xcb_keysym_t key) {
     throw std::runtime_error("no such key");
 }
 
+void PanelDesktop::settle() {
+    if (xcb_connection_t* toolkit = toolkitConnection()) {
+        owned(xcb_get_input_focus_reply(toolkit, xcb_get_input_focus(toolkit), nullptr));
+    }
+}
+
+bool PanelDesktop::holdsRequestsBack() {
+    xcb_connection_t* toolkit = toolkitConnection();
+    const std::uint64_t sent = xcb_total_written(toolkit);
+    xcb_flush(toolkit);
+    return xcb_total_written(toolkit) != sent;
+}
+
+QImage PanelDesktop::screen(const QRect& area) {
+    settle();
+    return m_client.screen(area);
+}
+
 QRgb PanelDesktop::pixel(const QPoint& position) {
     return screen(QRect(position, QSize(1, 1))).pixel(0, 0);
 }
@@ -138,6 +162,7 @@ bool PanelDesktop::waitForPixel(const QPoint& position, QRgb color) {
 }
 
 std::vector<xcb_window_t> PanelDesktop::windows() {
+    settle();
     const auto tree = owned(
         xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, m_screen->root), nullptr));
     const auto* first = xcb_query_tree_children(tree.get());
@@ -159,12 +184,14 @@ std::vector<xcb_window_t> PanelDesktop::windowsAt(const QRect& area) {
 }
 
 QRect PanelDesktop::areaOf(xcb_window_t window) {
+    settle();
     const auto reply = owned(
         xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, window), nullptr));
     return reply ? QRect(reply->x, reply->y, reply->width, reply->height) : QRect();
 }
 
 xcb_window_t PanelDesktop::focus() {
+    settle();
     const auto reply =
         owned(xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
     return reply ? reply->focus : xcb_window_t(XCB_NONE);
@@ -190,6 +217,7 @@ std::vector<std::uint32_t> basesOfThisProcess(xcb_connection_t* connection) {
 } // namespace
 
 std::uint32_t PanelDesktop::resourceCount() {
+    settle();
     std::uint32_t count = 0;
     for (const std::uint32_t base : basesOfThisProcess(m_connection)) {
         const auto reply = owned(xcb_res_query_client_resources_reply(
@@ -203,6 +231,7 @@ std::uint32_t PanelDesktop::resourceCount() {
 }
 
 std::uint64_t PanelDesktop::pixmapBytes() {
+    settle();
     std::uint64_t bytes = 0;
     for (const std::uint32_t base : basesOfThisProcess(m_connection)) {
         const auto reply = owned(xcb_res_query_client_pixmap_bytes_reply(

@@ -55,7 +55,10 @@ public:
     /// The code by which other windows see a key.
     xcb_keycode_t keycodeOf(xcb_keysym_t key);
 
-    QImage screen(const QRect& area) { return m_client.screen(area); }
+    // What there is to see. All that the application has sent so far is done before: the server
+    // serves its clients in the order it likes, and the looker is another one.
+
+    QImage screen(const QRect& area);
 
     QRgb pixel(const QPoint& position);
 
@@ -72,6 +75,13 @@ public:
 
     /// The window that has the keyboard.
     xcb_window_t focus();
+
+    /// Waits until the server has worked off what the application has asked of it. For looks by
+    /// means of other clients; those above do so by themselves.
+    static void settle();
+
+    /// Whether the application's last requests still wait to be sent. Sends them.
+    static bool holdsRequestsBack();
 
     /// Resources of all kinds that this process holds in the server.
     std::uint32_t resourceCount();

@@ -15,6 +15,34 @@ namespace lumivane::test {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
+namespace {
+
+// A compositor announces itself before it paints, and the screen is black in between; and it
+// paints later than windows go, so what is shown to it would be seen for a while.
+bool paintsAndClears(XTestClient& client) {
+    const QRect area(0, 0, 8, 8);
+    const xcb_window_t below = client.show({.area = area, .seed = 1});
+    const xcb_window_t above = client.show({.area = area, .seed = 2, .depth = 32});
+    const QRgb front = XTestClient::patternPixel(2, 0, 0, 32);
+    const QRgb back = XTestClient::patternPixel(1, 0, 0, 24);
+    const int blended = qRed(front) + qRed(back) * (255 - qAlpha(front)) / 255;
+    const auto shows = [&](int red) {
+        return qAbs(qRed(client.screen(area).pixel(0, 0)) - red) <= 1;
+    };
+    if (!client.waitUntil(seconds(20), [&] { return client.hasCompositor() && shows(blended); })) {
+        return false;
+    }
+    client.hide(above);
+    if (!client.waitUntil(seconds(20), [&] { return shows(qRed(back)); })) {
+        return false;
+    }
+    const QImage last = client.screen(area);
+    client.hide(below);
+    return client.waitUntil(seconds(20), [&] { return client.screen(area) != last; });
+}
+
+} // namespace
+
 XServer::XServer(const QSize& size) {
     m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     startInOwnGroup(m_server, u"Xvfb"_qs,
@@ -48,17 +76,25 @@ void XServer::startWindowManager() {
     // It announces itself long before it looks after windows, and forgets those that come in
     // between. So windows are shown until one of them gets its frame.
     XTestClient client(m_displayName);
+    const QRect area(0, 0, 20, 20);
     for (int attempt = 0; attempt < 200; ++attempt) {
-        const xcb_window_t window =
-            client.show({.area = QRect(0, 0, 20, 20), .overridesRedirect = false});
+        const xcb_window_t window = client.show({.area = area, .overridesRedirect = false});
+        xcb_window_t frame = client.root();
         const bool isManaged = client.waitUntil(milliseconds(100), [&] {
-            return client.parent(window).value_or(client.root()) != client.root();
+            frame = client.parent(window).value_or(client.root());
+            return frame != client.root();
         });
         client.hide(window);
-        if (isManaged) {
-            client.waitUntil(seconds(10), [&] { return client.managedWindows().empty(); });
+        if (!isManaged) {
+            continue;
+        }
+        // The list of its windows is renewed before the frame is gone.
+        const bool isGone = client.waitUntil(
+            seconds(10), [&] { return client.managedWindows().empty() && !client.parent(frame); });
+        if (isGone) {
             return;
         }
+        break;
     }
     throw std::runtime_error("the window manager did not come up");
 }
@@ -70,20 +106,8 @@ void XServer::startCompositor() {
     m_compositor.setProcessChannelMode(QProcess::SeparateChannels);
     startInOwnGroup(m_compositor, u"picom"_qs,
                     {u"--backend"_qs, u"xrender"_qs, u"--config"_qs, u"/dev/null"_qs});
-    // It announces itself before it paints, and the screen is black in between.
     XTestClient client(m_displayName);
-    const QRect area(0, 0, 8, 8);
-    const xcb_window_t below = client.show({.area = area, .seed = 1});
-    const xcb_window_t above = client.show({.area = area, .seed = 2, .depth = 32});
-    const QRgb front = XTestClient::patternPixel(2, 0, 0, 32);
-    const QRgb back = XTestClient::patternPixel(1, 0, 0, 24);
-    const int blended = qRed(front) + qRed(back) * (255 - qAlpha(front)) / 255;
-    const bool paints = client.waitUntil(seconds(20), [&] {
-        return client.hasCompositor() && qAbs(qRed(client.screen(area).pixel(0, 0)) - blended) <= 1;
-    });
-    client.hide(above);
-    client.hide(below);
-    if (!paints) {
+    if (!paintsAndClears(client)) {
         throw std::runtime_error("the compositor did not come up");
     }
 }
