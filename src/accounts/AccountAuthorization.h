@@ -38,6 +38,10 @@ public:
     /// that is not complete yet, and that one then ends without touching anything.
     QCoro::Task<void> authorize(AuthProvider provider, AuthIntent intent);
 
+    /// The user has given up the login under way: it ends, and the state before it shows again
+    /// without a message. Does nothing once the login is complete, or when none is under way.
+    void cancel();
+
     /// What the service is told of this machine; none when the keyring does not say.
     QCoro::Task<std::optional<DeviceRegistration>> deviceRegistration(std::stop_token stop);
 
@@ -45,6 +49,8 @@ private:
     using Self = QPointer<AccountAuthorization>;
 
     struct Login;
+
+    void showFormerState();
 
     AuthenticationPorts m_ports;
     AccountStatus& m_status;
