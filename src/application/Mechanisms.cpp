@@ -16,6 +16,10 @@ namespace {
 /// Reading and encoding run side by side, and reading itself uses every core.
 constexpr int workerThreads = 4;
 
+/// For a keyring whose answers have begun, in milliseconds.
+constexpr int keyringPatience =
+    int(std::chrono::milliseconds(SecretServiceItemStore::callLimit).count());
+
 QString suiteFor(const TestingMode& testing) {
     return testing.isTesting() ? FileUserDefaults::testingSuite : FileUserDefaults::standardSuite;
 }
@@ -60,11 +64,14 @@ Mechanisms::Mechanisms(const TestingMode& testing, const QProcessEnvironment& en
 }
 
 Mechanisms::~Mechanisms() {
-    // Its limits count in the event loop, which runs no more; a question would stand for ever.
-    secretItems.shutDown();
     workers.clear();
     workers.waitForDone();
-    keyringWorkers.clear();
+    // A user who signs out and quits at once has the session removed all the same. Limits of calls
+    // count in the event loop, which runs no more, so a question would stand for ever.
+    if (!keyringWorkers.waitForDone(keyringPatience)) {
+        secretItems.shutDown();
+        keyringWorkers.clear();
+    }
     keyringWorkers.waitForDone();
 }
 
