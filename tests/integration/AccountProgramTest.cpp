@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <optional>
 #include <stdexcept>
 
@@ -50,9 +51,10 @@ const AccessibleNode* findShown(const AccessibleNode& node, const QString& role,
 /// The program as its user sees it, by way of assistive technology.
 class SeenProgram {
 public:
-    SeenProgram(LumivaneHome& home, const XServer& display)
-        : m_display(display) {
-        home.environment.insert(u"AT_SPI_BUS_ADDRESS"_qs, m_accessibility.address());
+    /// The home has this session bus.
+    SeenProgram(LumivaneHome& home, PrivateBus& bus, const XServer& display)
+        : m_display(display)
+        , m_accessibility(bus) {
         home.environment.insert(u"QT_LINUX_ACCESSIBILITY_ALWAYS_ON"_qs, u"1"_qs);
         AppSettings settings;
         settings.configured = true;
@@ -73,9 +75,7 @@ public:
     /// Everything that is on screen.
     std::vector<QString> words() {
         std::vector<QString> words;
-        if (const auto program = m_reader.application(m_program->processID())) {
-            collectWords(*program, words);
-        }
+        collectWords(screen(), words);
         return words;
     }
 
@@ -88,9 +88,8 @@ public:
 
     void press(const QString& name) {
         const bool isPressed = waitUntil([&] {
-            const auto program = m_reader.application(m_program->processID());
-            const AccessibleNode* button =
-                program ? findShown(*program, u"push button"_qs, name) : nullptr;
+            const AccessibleNode all = screen();
+            const AccessibleNode* button = findShown(all, u"push button"_qs, name);
             return button != nullptr && m_reader.press(*button);
         });
         if (!isPressed) {
@@ -105,6 +104,21 @@ public:
     LumivaneProgram& program() { return *m_program; }
 
 private:
+    AccessibleNode screen() {
+        std::optional<AccessibleNode> seen;
+        const bool isSeen = waitUntil([&] {
+            try {
+                seen = m_reader.application(m_program->processID());
+            } catch (const std::runtime_error&) { // something went while it was read
+            }
+            return seen.has_value();
+        });
+        if (!isSeen) {
+            throw std::runtime_error("the program does not show itself");
+        }
+        return *seen;
+    }
+
     const XServer& m_display;
     AccessibilityBus m_accessibility;
     AtspiReader m_reader{m_accessibility.address()};
@@ -149,7 +163,7 @@ protected:
     XServer display{QSize(1280, 800)};
     SignedInHome user{display};
     ScriptedHttpServer& service = user.service();
-    SeenProgram seen{user.home(), display};
+    SeenProgram seen{user.home(), user.bus(), display};
 };
 
 TEST_F(SessionEndTest, AnAccountThatMovedTakesItsAnswerAlongAndSaysWhereItIs) {
@@ -193,7 +207,7 @@ protected:
     ScriptedAccountServer accounts{clock};
     ScriptedLogins logins{accounts, clock};
     LoginDesktop desktop{accounts.baseURL()};
-    SeenProgram seen{desktop.home, desktop.display};
+    SeenProgram seen{desktop.home, desktop.bus, desktop.display};
 };
 
 TEST_F(FirstLoginTest, ATriggerLeadsByTheBrowserToTheAnswerAndSigningOutTakesItAway) {
