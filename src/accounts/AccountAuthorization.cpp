@@ -55,7 +55,6 @@ struct AccountAuthorization::Login {
     }
 
     void acceptTakeover(const DeviceTakeoverRequired& required) const;
-    void showFormerState() const;
     void showFailure(const std::exception_ptr& failure) const;
     void showTrouble(const AuthenticationError& error) const;
 };
@@ -80,6 +79,15 @@ QCoro::Task<void> AccountAuthorization::authorize(AuthProvider provider, AuthInt
     return Login::run({this, m_keeper.generation(), provider, intent, m_login.get_token()});
 }
 
+void AccountAuthorization::cancel() {
+    if (!m_underWay || !m_status.state().is(AuthenticationState::Case::authorizing)) {
+        return;
+    }
+    std::exchange(m_login, std::stop_source(std::nostopstate)).request_stop();
+    m_underWay.reset();
+    showFormerState();
+}
+
 QCoro::Task<AccountAuthorization::Device> AccountAuthorization::device(std::stop_token stop) {
     Device device;
     try {
@@ -91,6 +99,12 @@ QCoro::Task<AccountAuthorization::Device> AccountAuthorization::device(std::stop
             "Device identity unavailable; completing the login without registering this Mac");
     }
     co_return device;
+}
+
+void AccountAuthorization::showFormerState() {
+    if (!m_keeper.showSignedIn()) {
+        m_status.setState(AuthenticationState::signedOut());
+    }
 }
 
 QCoro::Task<void> AccountAuthorization::Login::run(Login login) {
@@ -175,20 +189,14 @@ void AccountAuthorization::Login::acceptTakeover(const DeviceTakeoverRequired& r
     owner->onTakeoverRequired(required, provider, generation);
 }
 
-void AccountAuthorization::Login::showFormerState() const {
-    if (!owner->m_keeper.showSignedIn()) {
-        owner->m_status.setState(AuthenticationState::signedOut());
-    }
-}
-
 void AccountAuthorization::Login::showFailure(const std::exception_ptr& failure) const {
     try {
         std::rethrow_exception(failure);
     } catch (const Cancelled&) {
-        showFormerState();
+        owner->showFormerState();
     } catch (const AuthenticationError& error) {
         if (error.errorCase == Case::cancelled) {
-            showFormerState();
+            owner->showFormerState();
         } else {
             showTrouble(error);
         }

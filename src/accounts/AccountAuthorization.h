@@ -38,6 +38,10 @@ public:
     /// that is not complete yet, and that one then ends without touching anything.
     QCoro::Task<void> authorize(AuthProvider provider, AuthIntent intent);
 
+    /// The user has given up the login under way: it ends, and the state before it shows again
+    /// without a message. Does nothing once the login is complete, or when none is under way.
+    void cancel();
+
     struct Device {
         std::optional<DeviceRegistration> registration; ///< none when the keyring does not say
         KeyringTrouble keyring = KeyringTrouble::none;  ///< why
@@ -50,6 +54,8 @@ private:
     using Self = QPointer<AccountAuthorization>;
 
     struct Login;
+
+    void showFormerState();
 
     AuthenticationPorts m_ports;
     AccountStatus& m_status;

@@ -116,13 +116,15 @@ QCoro::Task<void> AuthenticationCoordinator::retryRestore() { return m_keeper.re
 
 QCoro::Task<void> AuthenticationCoordinator::signOut() { return m_keeper.signOut(); }
 
-QCoro::Task<void> AuthenticationCoordinator::loadProviders(bool force) {
-    return m_linked.loadProviders(force);
+QCoro::Task<void> AuthenticationCoordinator::loadProviders(Loading loading) {
+    return m_linked.loadProviders(loading);
 }
 
 QCoro::Task<void> AuthenticationCoordinator::signIn(AuthProvider provider) {
     return m_linked.signIn(provider);
 }
+
+void AuthenticationCoordinator::cancelLogin() { m_authorization.cancel(); }
 
 QCoro::Task<void> AuthenticationCoordinator::confirmTakeover() { return m_takeover.confirm(); }
 
@@ -142,13 +144,13 @@ QCoro::Task<void> AuthenticationCoordinator::unlink(AuthProvider provider) {
     return m_linked.unlink(provider);
 }
 
-QCoro::Task<void> AuthenticationCoordinator::loadDevices(bool force) {
-    return m_linked.loadDevices(force);
+QCoro::Task<void> AuthenticationCoordinator::loadDevices(Loading loading) {
+    return m_linked.loadDevices(loading);
 }
 
-QCoro::Task<void> AuthenticationCoordinator::primeHandleFilter(bool force) {
+QCoro::Task<void> AuthenticationCoordinator::primeHandleFilter(Loading loading) {
     if (!m_isTestingSeeded) {
-        co_await m_handleField.primeFilter(force);
+        co_await m_handleField.primeFilter(loading);
     }
 }
 

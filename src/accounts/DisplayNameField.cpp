@@ -20,13 +20,16 @@ QCoro::Task<void> DisplayNameField::commit(QString draft) {
     if (!user || name == m_saving) {
         co_return;
     }
+    // A save that has not been sent yet is not wanted any more, whatever this draft is.
+    ++m_lastCommit;
+    m_saving.reset();
     if (name.isEmpty() || name == user->displayName) {
         m_shown.show(ProfileFieldState::idle());
         co_return;
     }
     m_saving = name;
     m_shown.show(ProfileFieldState::saving());
-    co_await save(Self(this), name, ++m_lastCommit);
+    co_await save(Self(this), name, m_lastCommit);
 }
 
 QCoro::Task<void> DisplayNameField::save(Self self, QString name, int commit) {

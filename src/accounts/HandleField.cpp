@@ -44,8 +44,8 @@ HandleField::HandleField(const AuthenticationPorts& ports, AccountStatus& status
     , m_changes(changes)
     , m_shown(ports.clock, status, &AccountStatus::handleState, &AccountStatus::setHandleState) {}
 
-QCoro::Task<void> HandleField::primeFilter(bool force) {
-    if (!m_status.state().isSignedIn() || (!force && m_filterRequested)) {
+QCoro::Task<void> HandleField::primeFilter(Loading loading) {
+    if (!m_status.state().isSignedIn() || (loading == Loading::ifNeeded && m_filterRequested)) {
         co_return;
     }
     m_filterRequested = true;

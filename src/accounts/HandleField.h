@@ -1,5 +1,6 @@
 #pragma once
 
+#include "accounts/Loading.h"
 #include "accounts/ShownFieldState.h"
 #include "accounts/UserChanges.h"
 
@@ -15,8 +16,8 @@ public:
     HandleField(const AuthenticationPorts& ports, AccountStatus& status, SessionKeeper& keeper,
                 UserChanges& changes);
 
-    /// Brings the filter of taken handles in, once per session unless forced. Failures are silent.
-    QCoro::Task<void> primeFilter(bool force);
+    /// Brings the filter of taken handles in, once per session if needed. Failures are silent.
+    QCoro::Task<void> primeFilter(Loading loading);
 
     /// The text changed.
     void draftChanged(const QString& draft);

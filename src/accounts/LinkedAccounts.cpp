@@ -32,9 +32,9 @@ LinkedAccounts::LinkedAccounts(const AuthenticationPorts& ports, AccountStatus& 
     , m_authorization(authorization)
     , m_changes(changes) {}
 
-QCoro::Task<void> LinkedAccounts::loadProviders(bool force) {
+QCoro::Task<void> LinkedAccounts::loadProviders(Loading loading) {
     using Case = ProviderAvailability::Case;
-    if (!force && m_status.providerAvailability().is(Case::available)) {
+    if (loading == Loading::ifNeeded && m_status.providerAvailability().is(Case::available)) {
         co_return;
     }
     m_status.setProviderAvailability(ProviderAvailability::loading());
@@ -89,9 +89,10 @@ QCoro::Task<void> LinkedAccounts::unlink(AuthProvider provider) {
     }
 }
 
-QCoro::Task<void> LinkedAccounts::loadDevices(bool force) {
+QCoro::Task<void> LinkedAccounts::loadDevices(Loading loading) {
     const DeviceListState before = m_status.devicesState();
-    if (!m_status.state().isSignedIn() || (!force && before == DeviceListState::loaded)) {
+    if (!m_status.state().isSignedIn() ||
+        (loading == Loading::ifNeeded && before == DeviceListState::loaded)) {
         co_return;
     }
     m_status.setDevicesState(DeviceListState::loading);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "accounts/AccountAuthorization.h"
+#include "accounts/Loading.h"
 #include "accounts/UserChanges.h"
 
 namespace lumivane {
@@ -14,11 +15,23 @@ public:
     LinkedAccounts(const AuthenticationPorts& ports, AccountStatus& status, SessionKeeper& keeper,
                    AccountAuthorization& authorization, UserChanges& changes);
 
-    QCoro::Task<void> loadProviders(bool force);
+    /// Asks the service which logins it offers; needed unless they are `available`. Of several
+    /// loads the last one counts. A failure shows as `unavailable`, without a message.
+    QCoro::Task<void> loadProviders(Loading loading);
+
+    /// Logs in with the provider when the service offers it; nothing otherwise.
     QCoro::Task<void> signIn(AuthProvider provider);
+
+    /// Adds the provider to the account by a web login, when the service offers it.
     QCoro::Task<void> link(AuthProvider provider);
+
+    /// Takes a login from the account unless it is the only one. May ask the user for the keyring
+    /// when the token has to be refreshed.
     QCoro::Task<void> unlink(AuthProvider provider);
-    QCoro::Task<void> loadDevices(bool force);
+
+    /// Asks the service for the account's machines; needed unless they are `loaded`, and only while
+    /// signed in. Never asks the user for the keyring. A failure shows as `unavailable`.
+    QCoro::Task<void> loadDevices(Loading loading);
 
 private:
     using Self = QPointer<LinkedAccounts>;

@@ -20,6 +20,9 @@ namespace {
 constexpr int workerThreads = 4;
 
 constexpr std::chrono::seconds endPatience{5};
+/// Of those, for a keyring whose answers have begun, in milliseconds.
+constexpr int keyringPatience =
+    int(std::chrono::milliseconds(SecretServiceItemStore::callLimit).count());
 
 QString suiteFor(const TestingMode& testing) {
     return testing.isTesting() ? FileUserDefaults::testingSuite : FileUserDefaults::standardSuite;
@@ -65,9 +68,12 @@ Mechanisms::~Mechanisms() {
 }
 
 bool Mechanisms::endWork() {
-    // Its limits count in the event loop, which runs no more; a question would stand for ever.
-    secretItems.shutDown();
     const MonotonicInstant deadline = clock.now() + endPatience;
+    // A user who signs out and quits at once has the session removed all the same. Limits of calls
+    // count in the event loop, which runs no more, so a question would stand for ever.
+    if (!keyringWorkers.waitForDone(keyringPatience)) {
+        secretItems.shutDown();
+    }
     const auto hasEnded = [&](QThreadPool& pool) {
         pool.clear();
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - clock.now());

@@ -1,72 +1,60 @@
 #include "provisional/AccountWindow.h"
 
 #include "async/TaskHandle.h"
+#include "provisional/LinkedLogins.h"
+#include "provisional/PlainControls.h"
+#include "provisional/ProfileForm.h"
 
-#include <QFormLayout>
-#include <QHBoxLayout>
 #include <QMessageBox>
+
+#include <algorithm>
 
 namespace lumivane {
 
 namespace {
 
-enum Page { progressPage, retryPage, loginPage, takeoverPage, accountPage };
-
-QString nameOf(AuthProvider provider) { return QString::fromLatin1(title(provider)); }
-
-Page pageFor(const AuthenticationState& state) {
-    using Case = AuthenticationState::Case;
-    switch (state.stateCase()) {
-    case Case::restoreFailed:
-        return retryPage;
-    case Case::signedIn:
-        return accountPage;
-    case Case::deviceTakeover:
-        return takeoverPage;
-    case Case::failed:
-    case Case::signedOut:
-        return loginPage;
-    case Case::authorizing:
-    case Case::restoring:
-    case Case::signingOut:
-    case Case::refreshing:
-        return progressPage;
-    }
-    Q_UNREACHABLE();
-}
-
 QString progressText(const AuthenticationState& state) {
     if (const auto provider = state.provider()) {
-        return u"Waiting for %1…"_qs.arg(nameOf(*provider));
+        return u"Waiting for %1…"_qs.arg(PlainControls::nameOf(*provider));
     }
     return state.is(AuthenticationState::Case::signingOut) ? u"Signing out securely…"_qs
                                                            : u"Restoring your session…"_qs;
 }
 
-QLabel* wrapped(const QString& text = {}) {
-    auto* label = new QLabel(text);
-    label->setTextFormat(Qt::PlainText);
-    label->setWordWrap(true);
-    return label;
-}
-
-void clear(QLayout* layout) {
-    while (QLayoutItem* item = layout->takeAt(0)) {
-        // It may be the button whose press has led here.
-        if (QWidget* widget = item->widget()) {
-            widget->hide();
-            widget->deleteLater();
-        }
-        delete item;
-    }
+/// Whether a session may stand behind the state.
+bool mayHaveSession(const AuthenticationState& state) {
+    using Case = AuthenticationState::Case;
+    return state.isSignedIn() || state.is(Case::authorizing) || state.is(Case::refreshing);
 }
 
 } // namespace
+
+AccountWindow::Page AccountWindow::pageFor(const AuthenticationState& state) {
+    using Case = AuthenticationState::Case;
+    switch (state.stateCase()) {
+    case Case::restoreFailed:
+        return Page::retry;
+    case Case::signedIn:
+        return Page::account;
+    case Case::deviceTakeover:
+        return Page::takeover;
+    case Case::failed:
+    case Case::signedOut:
+        return Page::login;
+    case Case::authorizing:
+    case Case::restoring:
+    case Case::signingOut:
+    case Case::refreshing:
+        return Page::progress;
+    }
+    Q_UNREACHABLE();
+}
 
 AccountWindow::AccountWindow(AuthenticationCoordinator& account)
     : m_account(account)
     , m_status(account.status()) {
     setObjectName(u"accountWindow"_qs);
+    setWindowTitle(u"Lumivane account"_qs);
     for (QWidget* page : {makeProgressPage(), makeRetryPage(), makeLoginPage(), makeTakeoverPage(),
                           makeAccountPage()}) {
         m_pages.addWidget(page);
@@ -80,16 +68,19 @@ AccountWindow::AccountWindow(AuthenticationCoordinator& account)
     connectStatus();
     showState();
     showProviders();
-    showFields();
+    showDevices();
 }
 
 void AccountWindow::present() {
     show();
     raise();
     activateWindow();
-    TaskHandle::detach([this](std::stop_token) { return m_account.loadProviders(false); });
-    TaskHandle::detach([this](std::stop_token) { return m_account.loadDevices(false); });
-    TaskHandle::detach([this](std::stop_token) { return m_account.primeHandleFilter(false); });
+    TaskHandle::detach(
+        [this](std::stop_token) { return m_account.loadProviders(Loading::ifNeeded); });
+    TaskHandle::detach(
+        [this](std::stop_token) { return m_account.loadDevices(Loading::ifNeeded); });
+    TaskHandle::detach(
+        [this](std::stop_token) { return m_account.primeHandleFilter(Loading::ifNeeded); });
 }
 
 void AccountWindow::connectStatus() {
@@ -100,25 +91,20 @@ void AccountWindow::connectStatus() {
     connect(&m_status, &AccountStatus::devicesChanged, this, &AccountWindow::showDevices);
     connect(&m_status, &AccountStatus::takeoverInFlightChanged, this, &AccountWindow::showTakeover);
     connect(&m_status, &AccountStatus::deletionRetryAvailableChanged, this,
-            &AccountWindow::showUser);
-    connect(&m_status, &AccountStatus::handleStateChanged, this, &AccountWindow::showFields);
-    connect(&m_status, &AccountStatus::displayNameStateChanged, this, &AccountWindow::showFields);
-}
-
-QPushButton* AccountWindow::addButton(QLayout* layout, const QString& text, Action action) {
-    auto* button = new QPushButton(text);
-    connect(button, &QPushButton::clicked, this, [action = std::move(action)] {
-        TaskHandle::detach([action](std::stop_token) { return action(); });
-    });
-    layout->addWidget(button);
-    return button;
+            &AccountWindow::showDeletion);
 }
 
 QWidget* AccountWindow::makeProgressPage() {
     auto* page = new QWidget;
     auto* layout = new QVBoxLayout(page);
-    m_progress = wrapped();
+    m_progress = PlainControls::label();
+    m_progress->setFocusPolicy(Qt::TabFocus);
+    m_inBrowser = PlainControls::label(u"Finish in your browser."_qs);
+    m_cancelLogin = new QPushButton(u"Cancel"_qs);
+    connect(m_cancelLogin, &QPushButton::clicked, this, [this] { m_account.cancelLogin(); });
     layout->addWidget(m_progress);
+    layout->addWidget(m_inBrowser);
+    layout->addWidget(m_cancelLogin);
     layout->addStretch();
     return page;
 }
@@ -126,10 +112,13 @@ QWidget* AccountWindow::makeProgressPage() {
 QWidget* AccountWindow::makeRetryPage() {
     auto* page = new QWidget;
     auto* layout = new QVBoxLayout(page);
-    layout->addWidget(wrapped(u"Your saved session is still secure"_qs));
-    m_retryMessage = wrapped();
+    layout->addWidget(PlainControls::label(u"Your saved session is still secure"_qs));
+    m_retryMessage = PlainControls::label();
     layout->addWidget(m_retryMessage);
-    addButton(layout, u"Retry session restore"_qs, [this] { return m_account.retryRestore(); });
+    layout->addWidget(PlainControls::button(u"Retry session restore"_qs,
+                                            [this] { return m_account.retryRestore(); }));
+    layout->addWidget(
+        PlainControls::button(u"Sign out"_qs, [this] { return m_account.signOut(); }));
     layout->addStretch();
     return page;
 }
@@ -137,9 +126,10 @@ QWidget* AccountWindow::makeRetryPage() {
 QWidget* AccountWindow::makeLoginPage() {
     auto* page = new QWidget;
     auto* layout = new QVBoxLayout(page);
-    layout->addWidget(wrapped(u"Log in to Lumivane"_qs));
-    layout->addWidget(wrapped(u"Choose a provider to analyze your screen. Your provider "
-                              "credentials never enter the Lumivane app."_qs));
+    layout->addWidget(PlainControls::label(u"Log in to Lumivane"_qs));
+    layout->addWidget(
+        PlainControls::label(u"Choose a provider to analyze your screen. Your provider "
+                             "credentials never enter the Lumivane app."_qs));
     m_providers = new QVBoxLayout;
     layout->addLayout(m_providers);
     layout->addStretch();
@@ -149,11 +139,18 @@ QWidget* AccountWindow::makeLoginPage() {
 QWidget* AccountWindow::makeTakeoverPage() {
     auto* page = new QWidget;
     auto* layout = new QVBoxLayout(page);
-    layout->addWidget(wrapped(u"Move Lumivane to this Mac?"_qs));
-    m_takeoverDevice = wrapped();
+    layout->addWidget(PlainControls::label(u"Move Lumivane to this Mac?"_qs));
+    m_takeoverDevice = PlainControls::label();
     layout->addWidget(m_takeoverDevice);
+    layout->addWidget(
+        PlainControls::label(u"Your settings follow you to this Mac. Lumivane will also add itself "
+                             "to this Mac's login items."_qs));
+    m_takeoverProgress = new QProgressBar;
+    m_takeoverProgress->setRange(0, 0); // nobody knows how long it takes
+    layout->addWidget(m_takeoverProgress);
     m_takeoverConfirm =
-        addButton(layout, u"Continue"_qs, [this] { return m_account.confirmTakeover(); });
+        PlainControls::button(u"Continue"_qs, [this] { return m_account.confirmTakeover(); });
+    layout->addWidget(m_takeoverConfirm);
     auto* cancel = new QPushButton(u"Cancel"_qs);
     connect(cancel, &QPushButton::clicked, this, [this] { m_account.cancelTakeover(); });
     layout->addWidget(cancel);
@@ -164,61 +161,76 @@ QWidget* AccountWindow::makeTakeoverPage() {
 QWidget* AccountWindow::makeAccountPage() {
     auto* page = new QWidget;
     auto* layout = new QVBoxLayout(page);
-    auto* form = new QFormLayout;
-    m_displayName = new QLineEdit;
-    m_displayNameStatus = wrapped();
-    connect(m_displayName, &QLineEdit::returnPressed, this, [this] {
-        TaskHandle::detach(
-            [this](std::stop_token) { return m_account.commitDisplayName(m_displayName->text()); });
-    });
-    m_handle = new QLineEdit;
-    m_handleStatus = wrapped();
-    connect(m_handle, &QLineEdit::textEdited, this,
-            [this](const QString& draft) { m_account.handleDraftChanged(draft); });
-    connect(m_handle, &QLineEdit::returnPressed, this, [this] {
-        TaskHandle::detach(
-            [this](std::stop_token) { return m_account.commitHandle(m_handle->text()); });
-    });
-    m_email = wrapped();
-    m_devices = wrapped();
-    form->addRow(u"&Display name"_qs, m_displayName);
-    form->addRow(QString(), m_displayNameStatus);
-    form->addRow(u"&Handle @"_qs, m_handle);
-    form->addRow(QString(), m_handleStatus);
-    form->addRow(u"Verified email"_qs, m_email);
-    form->addRow(u"Device"_qs, m_devices);
-    layout->addLayout(form);
-    layout->addWidget(wrapped(u"Linked accounts"_qs));
-    m_links = new QVBoxLayout;
-    layout->addLayout(m_links);
+    layout->addWidget(new ProfileForm(m_account));
+    addDevices(*layout);
+    layout->addWidget(new LinkedLogins(m_account));
     layout->addStretch();
-    addButton(layout, u"Sign out"_qs, [this] { return m_account.signOut(); });
+    layout->addWidget(
+        PlainControls::button(u"Sign out"_qs, [this] { return m_account.signOut(); }));
+    addDeletion(*layout);
+    return page;
+}
+
+void AccountWindow::addDevices(QVBoxLayout& page) {
+    m_devicesCaption = PlainControls::label();
+    m_devices = PlainControls::label();
+    m_retryDevices = PlainControls::button(
+        u"Try again"_qs, [this] { return m_account.loadDevices(Loading::again); });
+    page.addWidget(PlainControls::label(u"Device"_qs));
+    page.addWidget(m_devicesCaption);
+    page.addWidget(m_devices);
+    page.addWidget(m_retryDevices);
+}
+
+void AccountWindow::addDeletion(QVBoxLayout& page) {
+    m_verifyWith = new QComboBox;
+    m_verifyWith->setAccessibleName(u"Verify with"_qs);
     m_delete = new QPushButton;
     connect(m_delete, &QPushButton::clicked, this, &AccountWindow::confirmDeletion);
-    layout->addWidget(m_delete);
-    return page;
+    page.addWidget(m_verifyWith);
+    page.addWidget(m_delete);
 }
 
 void AccountWindow::showState() {
     const AuthenticationState& state = m_status.state();
     m_progress->setText(progressText(state));
+    m_inBrowser->setVisible(state.provider().has_value());
+    m_cancelLogin->setVisible(state.provider().has_value());
     m_retryMessage->setText(state.message().value_or(QString()));
-    m_pages.setCurrentIndex(pageFor(state));
-    setWindowTitle(state.isSignedIn() ? u"Lumivane account"_qs : u"Log in to Lumivane"_qs);
+    showPage(pageFor(state));
+    if (!mayHaveSession(state)) {
+        for (QMessageBox* question : findChildren<QMessageBox*>()) {
+            question->close(); // it was about the user who is gone
+        }
+    }
     showTakeover();
-    showUser();
+    showDeletion();
     showMessage();
     if (state.isSignedIn() && isVisible()) {
         completeUser();
     }
 }
 
+void AccountWindow::showPage(Page page) {
+    // A second press of the key that led here must not meet the button that leads back.
+    if (page == Page::progress && m_pages.currentIndex() != int(page)) {
+        m_progress->setFocus();
+    }
+    m_pages.setCurrentIndex(int(page));
+    if (page != Page::progress) {
+        const bool isLogin = page == Page::login || page == Page::takeover;
+        setWindowTitle(isLogin ? u"Log in to Lumivane"_qs : u"Lumivane account"_qs);
+    }
+}
+
 void AccountWindow::completeUser() {
     // A load may end in this very state; only what was not tried in this session is begun here.
     if (m_status.devicesState() == DeviceListState::idle) {
-        TaskHandle::detach([this](std::stop_token) { return m_account.loadDevices(false); });
+        TaskHandle::detach(
+            [this](std::stop_token) { return m_account.loadDevices(Loading::ifNeeded); });
     }
-    TaskHandle::detach([this](std::stop_token) { return m_account.primeHandleFilter(false); });
+    TaskHandle::detach(
+        [this](std::stop_token) { return m_account.primeHandleFilter(Loading::ifNeeded); });
 }
 
 void AccountWindow::showMessage() {
@@ -230,29 +242,34 @@ void AccountWindow::showMessage() {
 
 void AccountWindow::showProviders() {
     using Case = ProviderAvailability::Case;
-    clear(m_providers);
+    PlainControls::clear(*m_providers);
+    const auto load = [this] { return m_account.loadProviders(Loading::again); };
     const ProviderAvailability& availability = m_status.providerAvailability();
     if (availability.is(Case::loading)) {
-        m_providers->addWidget(wrapped(u"Loading login providers…"_qs));
+        m_providers->addWidget(PlainControls::label(u"Loading login providers…"_qs));
     } else if (availability.is(Case::unavailable)) {
-        m_providers->addWidget(wrapped(u"Login providers are temporarily unavailable."_qs));
-        addButton(m_providers, u"Retry"_qs, [this] { return m_account.loadProviders(true); });
+        m_providers->addWidget(
+            PlainControls::label(u"Login providers are temporarily unavailable."_qs));
+        m_providers->addWidget(PlainControls::button(u"Retry"_qs, load));
     } else if (availability.providers().empty()) {
-        m_providers->addWidget(wrapped(u"No login providers are switched on yet. Turn one on in "
-                                       "the analysis service, then check again."_qs));
-        addButton(m_providers, u"Check again"_qs, [this] { return m_account.loadProviders(true); });
+        m_providers->addWidget(
+            PlainControls::label(u"No login providers are switched on yet. Turn one on in the "
+                                 "analysis service, then check again."_qs));
+        m_providers->addWidget(PlainControls::button(u"Check again"_qs, load));
     }
     for (const AuthProvider provider : availability.providers()) {
-        addButton(m_providers, u"Continue with "_qs + nameOf(provider),
-                  [this, provider] { return m_account.signIn(provider); });
+        m_providers->addWidget(
+            PlainControls::button(u"Continue with "_qs + PlainControls::nameOf(provider),
+                                  [this, provider] { return m_account.signIn(provider); }));
     }
     if (QLayoutItem* first = m_providers->itemAt(0)) {
         first->widget()->setFocus();
     }
-    showLinks();
+    showDeletion();
 }
 
 void AccountWindow::showTakeover() {
+    m_takeoverProgress->setVisible(m_status.takeoverInFlight());
     m_takeoverConfirm->setEnabled(!m_status.takeoverInFlight());
     if (const auto context = m_status.state().takeoverContext()) {
         m_takeoverDevice->setText(
@@ -261,32 +278,26 @@ void AccountWindow::showTakeover() {
     }
 }
 
-void AccountWindow::showUser() {
-    m_delete->setText(m_status.deletionRetryAvailable() ? u"Retry account deletion"_qs
-                                                        : u"Delete account"_qs);
-    const auto user = m_status.state().user();
-    if (!user) {
-        return;
-    }
-    if (!m_displayName->hasFocus() || !m_displayName->isModified()) {
-        m_displayName->setText(user->displayName);
-    }
-    if (!m_handle->hasFocus() || !m_handle->isModified()) {
-        m_handle->setText(user->handle);
-    }
-    m_email->setText(user->verifiedEmail.value_or(QString()));
-    showLinks();
+void AccountWindow::showDevices() {
+    const DeviceListState state = m_status.devicesState();
+    const bool isLoading = state == DeviceListState::loading;
+    m_devicesCaption->setText(isLoading ? u"Checking your device…"_qs
+                                        : u"Your account is signed in on one Mac at a time. "
+                                          "Logging in on another Mac signs this one out."_qs);
+    m_devices->setText(devicesText());
+    m_devices->setVisible(state != DeviceListState::idle);
+    m_retryDevices->setVisible(state == DeviceListState::idle ||
+                               state == DeviceListState::unavailable);
 }
 
-void AccountWindow::showDevices() {
+QString AccountWindow::devicesText() const {
     switch (m_status.devicesState()) {
     case DeviceListState::idle:
+        return {};
     case DeviceListState::loading:
-        m_devices->setText(u"Loading your devices…"_qs);
-        return;
+        return u"Loading your devices…"_qs;
     case DeviceListState::unavailable:
-        m_devices->setText(u"Devices are temporarily unavailable."_qs);
-        return;
+        return u"Devices are temporarily unavailable."_qs;
     case DeviceListState::loaded:
         break;
     }
@@ -294,52 +305,41 @@ void AccountWindow::showDevices() {
     for (const LinkedDevice& device : m_status.devices()) {
         names.append(device.isCurrent ? device.name + u" · THIS MAC"_qs : device.name);
     }
-    m_devices->setText(names.isEmpty() ? u"No device is linked yet. This Mac is linked the next "
-                                         "time you log in."_qs
-                                       : names.join(u'\n'));
+    return names.isEmpty()
+               ? u"No device is linked yet. This Mac is linked the next time you log in."_qs
+               : names.join(u'\n');
 }
 
-void AccountWindow::showLinks() {
-    const auto user = m_status.state().user();
-    if (!user) {
+/// The logins with which the user can be asked who they are.
+std::vector<AuthProvider> AccountWindow::verifiers() const {
+    std::vector<AuthProvider> found;
+    if (const auto user = m_status.state().user()) {
+        for (const AuthProvider provider : user->linkedProviders) {
+            if (m_status.providerAvailability().offers(provider)) {
+                found.push_back(provider);
+            }
+        }
+    }
+    return found;
+}
+
+void AccountWindow::showDeletion() {
+    const bool isRetry = m_status.deletionRetryAvailable();
+    m_delete->setText(isRetry ? u"Retry account deletion"_qs : u"Delete account"_qs);
+    if (!m_status.state().isSignedIn()) {
         return;
     }
-    clear(m_links);
-    for (const AuthProvider provider : m_status.providerAvailability().providers()) {
-        if (!user->isLinked(provider)) {
-            addButton(m_links, u"Link "_qs + nameOf(provider),
-                      [this, provider] { return m_account.link(provider); });
-            continue;
-        }
-        auto* unlink = new QPushButton(u"Unlink "_qs + nameOf(provider));
-        unlink->setEnabled(user->linkedProviders.size() > 1);
-        connect(unlink, &QPushButton::clicked, this, [this, provider] { confirmUnlink(provider); });
-        m_links->addWidget(unlink);
+    QStringList names;
+    for (const AuthProvider provider : verifiers()) {
+        names.append(u"Verify with "_qs + PlainControls::nameOf(provider));
     }
-}
-
-void AccountWindow::showFields() {
-    m_handleStatus->setText(m_status.handleState().message().value_or(QString()));
-    m_displayNameStatus->setText(m_status.displayNameState().message().value_or(QString()));
-    const auto user = m_status.state().user();
-    if (user && m_status.handleState().is(ProfileFieldState::Case::reverted)) {
-        m_handle->setText(user->handle);
+    if (names != m_verifierNames) {
+        m_verifierNames = names;
+        m_verifyWith->clear();
+        m_verifyWith->addItems(names);
     }
-}
-
-void AccountWindow::confirmUnlink(AuthProvider provider) {
-    const QString name = nameOf(provider);
-    auto* question = new QMessageBox(QMessageBox::Question, u"Unlink %1?"_qs.arg(name),
-                                     u"You stay signed in with your other logins. To use %1 again "
-                                     "you will have to link it back."_qs.arg(name),
-                                     QMessageBox::Cancel, this);
-    question->setAttribute(Qt::WA_DeleteOnClose);
-    const auto* unlink = question->addButton(u"Unlink "_qs + name, QMessageBox::AcceptRole);
-    connect(unlink, &QAbstractButton::clicked, this, [this, provider] {
-        TaskHandle::detach(
-            [this, provider](std::stop_token) { return m_account.unlink(provider); });
-    });
-    question->open();
+    m_verifyWith->setVisible(names.size() > 1 && !isRetry);
+    m_delete->setEnabled(isRetry || !names.isEmpty());
 }
 
 void AccountWindow::confirmDeletion() {
@@ -347,25 +347,24 @@ void AccountWindow::confirmDeletion() {
         TaskHandle::detach([this](std::stop_token) { return m_account.retryAccountDeletion(); });
         return;
     }
-    const auto user = m_status.state().user();
-    if (!user || user->linkedProviders.empty()) {
+    const std::vector<AuthProvider> providers = verifiers();
+    const auto chosen = std::size_t(std::max(m_verifyWith->currentIndex(), 0));
+    if (chosen >= providers.size()) {
         return;
     }
+    const AuthProvider provider = providers[chosen];
     auto* question =
         new QMessageBox(QMessageBox::Warning, u"Verify your linked account"_qs,
-                        u"To delete your Lumivane account, verify a linked account that you use to "
-                        "sign in. Your provider may ask you to choose an account or sign in "
-                        "again."_qs,
+                        u"To delete your Lumivane account, verify the linked %1 account you used "
+                        "to sign in. Your provider may ask you to choose an account or sign in "
+                        "again."_qs.arg(PlainControls::nameOf(provider)),
                         QMessageBox::Cancel, this);
     question->setAttribute(Qt::WA_DeleteOnClose);
-    for (const AuthProvider provider : user->linkedProviders) {
-        const auto* verify = question->addButton(u"Verify with "_qs + nameOf(provider),
-                                                 QMessageBox::DestructiveRole);
-        connect(verify, &QAbstractButton::clicked, this, [this, provider] {
-            TaskHandle::detach(
-                [this, provider](std::stop_token) { return m_account.deleteAccount(provider); });
-        });
-    }
+    const auto* verify = question->addButton(u"Verify account"_qs, QMessageBox::DestructiveRole);
+    connect(verify, &QAbstractButton::clicked, this, [this, provider] {
+        TaskHandle::detach(
+            [this, provider](std::stop_token) { return m_account.deleteAccount(provider); });
+    });
     question->open();
 }
 

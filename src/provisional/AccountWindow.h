@@ -2,10 +2,12 @@
 
 #include "accounts/AuthenticationCoordinator.h"
 
+#include <QComboBox>
 #include <QLabel>
-#include <QLineEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QStackedWidget>
+#include <QStringList>
 #include <QVBoxLayout>
 #include <QWidget>
 
@@ -24,28 +26,30 @@ public:
     void present();
 
 private:
-    using Action = std::function<QCoro::Task<void>()>;
+    enum class Page { progress, retry, login, takeover, account };
+
+    static Page pageFor(const AuthenticationState& state);
 
     QWidget* makeProgressPage();
     QWidget* makeRetryPage();
     QWidget* makeLoginPage();
     QWidget* makeTakeoverPage();
     QWidget* makeAccountPage();
+    void addDevices(QVBoxLayout& page);
+    void addDeletion(QVBoxLayout& page);
 
     void connectStatus();
     void showState();
+    void showPage(Page page);
     void completeUser();
     void showMessage();
     void showProviders();
     void showTakeover();
-    void showUser();
     void showDevices();
-    void showLinks();
-    void showFields();
-    void confirmUnlink(AuthProvider provider);
+    QString devicesText() const;
+    void showDeletion();
+    std::vector<AuthProvider> verifiers() const;
     void confirmDeletion();
-
-    QPushButton* addButton(QLayout* layout, const QString& text, Action action);
 
     AuthenticationCoordinator& m_account;
     const AccountStatus& m_status;
@@ -53,17 +57,18 @@ private:
     QLabel m_message;
 
     QLabel* m_progress = nullptr;
+    QLabel* m_inBrowser = nullptr;
+    QPushButton* m_cancelLogin = nullptr;
     QLabel* m_retryMessage = nullptr;
     QVBoxLayout* m_providers = nullptr;
     QLabel* m_takeoverDevice = nullptr;
+    QProgressBar* m_takeoverProgress = nullptr;
     QPushButton* m_takeoverConfirm = nullptr;
-    QLineEdit* m_displayName = nullptr;
-    QLabel* m_displayNameStatus = nullptr;
-    QLineEdit* m_handle = nullptr;
-    QLabel* m_handleStatus = nullptr;
-    QLabel* m_email = nullptr;
+    QLabel* m_devicesCaption = nullptr;
     QLabel* m_devices = nullptr;
-    QVBoxLayout* m_links = nullptr;
+    QPushButton* m_retryDevices = nullptr;
+    QComboBox* m_verifyWith = nullptr;
+    QStringList m_verifierNames;
     QPushButton* m_delete = nullptr;
 };
 

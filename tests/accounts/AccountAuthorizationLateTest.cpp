@@ -152,6 +152,109 @@ INSTANTIATE_TEST_SUITE_P(EveryWait, AccountAuthorizationLateWaitTest,
                                           testing::Range(std::size_t{0}, waitCount)),
                          waitName);
 
+class AccountAuthorizationGivenUpTest : public AccountAuthorizationLateWaitTest {};
+
+TEST_P(AccountAuthorizationGivenUpTest, TheFormerStateIsBackAtOnceAndNothingComesLater) {
+    const Wait wait = waiting();
+    const State former = status.state();
+    status.setErrorMessage(u"as it was"_qs);
+    wait.hold();
+    const auto outcome = start(intent());
+    ASSERT_FALSE(outcome->hasEnded());
+    authorization->cancel();
+    EXPECT_EQ(status.state(), former);
+    states.clear();
+    journal.clear();
+    drainEvents();
+    EXPECT_TRUE(outcome->value);
+    wait.answer();
+    drainEvents();
+    EXPECT_TRUE(states.empty());
+    EXPECT_FALSE(journal.holds(wait.nextStep));
+    EXPECT_EQ(status.errorMessage(), u"as it was"_qs);
+    EXPECT_TRUE(proofs.empty());
+    EXPECT_EQ(deleteFailures, 0);
+}
+
+TEST_P(AccountAuthorizationGivenUpTest, APortThatCannotBeStoppedIsNotHeard) {
+    service.transactionScript.ignoreStops();
+    web.callback.ignoreStops();
+    device.script.ignoreStops();
+    service.completeScript.ignoreStops();
+    const Wait wait = waiting();
+    const State former = status.state();
+    wait.hold();
+    const auto outcome = start(intent());
+    authorization->cancel();
+    states.clear();
+    journal.clear();
+    wait.answer();
+    drainEvents();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_EQ(status.state(), former);
+    EXPECT_TRUE(states.empty());
+    EXPECT_FALSE(journal.holds(wait.nextStep));
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryWait, AccountAuthorizationGivenUpTest,
+                         testing::Combine(testing::ValuesIn(allCases<AuthIntent>()),
+                                          testing::Range(std::size_t{0}, waitCount)),
+                         waitName);
+
+TEST_F(AccountAuthorizationLateTest, ACompleteLoginCannotBeGivenUp) {
+    store.saveGate.hold();
+    const auto outcome = start();
+    ASSERT_EQ(store.saveGate.pendingCount(), 1U);
+    authorization->cancel();
+    EXPECT_EQ(status.state(), State::authorizing(AuthProvider::github));
+    store.saveGate.release(0, true);
+    drainEvents();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_EQ(status.state(), signedIn());
+}
+
+TEST_F(AccountAuthorizationLateTest, ADeletionUnderWayCannotBeGivenUp) {
+    beSignedIn();
+    service.completeScript.answerWith(proof());
+    deletion.hold();
+    const auto outcome = start(AuthIntent::deleteReauth);
+    authorization->cancel();
+    EXPECT_EQ(status.state(), State::authorizing(AuthProvider::github));
+    deletion.release(0, true);
+    drainEvents();
+    EXPECT_TRUE(outcome->value);
+}
+
+TEST_F(AccountAuthorizationLateTest, GivingUpWithoutALoginChangesNothing) {
+    authorization->cancel();
+    beSignedIn();
+    authorization->cancel();
+    EXPECT_TRUE(states.empty());
+}
+
+TEST_F(AccountAuthorizationLateTest, ALinkThatWaitsForItsTokenIsNotTheOneToGiveUp) {
+    beSignedIn();
+    clock.advance(850s);
+    service.refreshAnswer.hold();
+    const auto outcome = start(AuthIntent::link);
+    authorization->cancel(); // would take the refresh for ended
+    EXPECT_EQ(status.state(), State::refreshing());
+    service.refreshAnswer.release(0, true);
+    drainEvents();
+    EXPECT_TRUE(outcome->value);
+}
+
+TEST_F(AccountAuthorizationLateTest, ALoginAfterOneThatWasGivenUpGoesTheWholeWay) {
+    web.callback.hold();
+    const auto first = start();
+    authorization->cancel();
+    web.callback.letGo();
+    const auto second = start(AuthIntent::signIn, AuthProvider::google);
+    EXPECT_TRUE(first->value);
+    EXPECT_TRUE(second->value);
+    EXPECT_EQ(status.state(), signedIn());
+}
+
 TEST_F(AccountAuthorizationLateTest, ATokenThatComesAfterTheSessionWentStartsNothing) {
     beSignedIn();
     clock.advance(850s);

@@ -126,10 +126,10 @@ TEST_F(AuthenticationCoordinatorTest, OnlyAnUnseededOnePrimesTheFilter) {
     AuthenticationSeeds seeds;
     seeds.credentials = service.login(0);
     Coordinator fixed(ports, AuthenticationStart::restoring, seeds);
-    run(fixed.primeHandleFilter(true));
+    run(fixed.primeHandleFilter(Loading::again));
     EXPECT_TRUE(service.requests.empty());
     const auto coordinator = signedInCoordinator();
-    run(coordinator->primeHandleFilter(false));
+    run(coordinator->primeHandleFilter(Loading::ifNeeded));
     EXPECT_EQ(service.requestsTo(u"handleFilter"_qs).size(), 1U);
 }
 
@@ -143,7 +143,7 @@ TEST_F(AuthenticationCoordinatorTest, TheModelNeverMakesTheKeyringAsk) {
 TEST_F(AuthenticationCoordinatorTest, SigningOutLeavesNothingOfTheSession) {
     const auto coordinator = signedInCoordinator();
     service.devicesScript.answerWith(LinkedDeviceList{{someDevice()}});
-    run(coordinator->loadDevices(true));
+    run(coordinator->loadDevices(Loading::again));
     coordinator->handleDraftChanged(u"no such handle!"_qs);
     const AccountStatus& shown = coordinator->status();
     ASSERT_EQ(shown.devices().size(), 1U);
@@ -172,9 +172,10 @@ TEST_F(AuthenticationCoordinatorTest, SigningOutWhileAProfileSaveRunsLeavesBothF
     service.profileScript.hold();
     run(coordinator->commitDisplayName(u"Countess"_qs));
     service.availabilityScript.answerWith({u"countess"_qs, true, std::nullopt});
+    coordinator->handleDraftChanged(u"countess"_qs);
     run(coordinator->commitHandle(u"countess"_qs));
-    ASSERT_NE(shown.displayNameState(), ProfileFieldState::idle());
-    ASSERT_NE(shown.handleState(), ProfileFieldState::idle());
+    ASSERT_EQ(shown.displayNameState(), ProfileFieldState::saving());
+    ASSERT_EQ(shown.handleState(), ProfileFieldState::saving());
     run(coordinator->signOut());
     EXPECT_EQ(shown.displayNameState(), ProfileFieldState::idle());
     EXPECT_EQ(shown.handleState(), ProfileFieldState::idle());
@@ -236,7 +237,7 @@ TEST_F(AuthenticationCoordinatorTest, ARetryReachesTheSession) {
 
 TEST_F(AuthenticationCoordinatorTest, ALoginGoesTheWholeWay) {
     Coordinator coordinator(ports, AuthenticationStart::signedOut);
-    run(coordinator.loadProviders(false));
+    run(coordinator.loadProviders(Loading::ifNeeded));
     service.completeScript.answerWith(AuthCompletion(service.login(0)));
     run(coordinator.signIn(AuthProvider::google));
     EXPECT_TRUE(coordinator.isSignedIn());
@@ -244,9 +245,21 @@ TEST_F(AuthenticationCoordinatorTest, ALoginGoesTheWholeWay) {
     EXPECT_EQ(*outcomeOf(coordinator.validAccessToken(60s, {})).value, SecretText("access-0"));
 }
 
+TEST_F(AuthenticationCoordinatorTest, ALoginThatIsGivenUpLeavesNothing) {
+    Coordinator coordinator(ports, AuthenticationStart::signedOut);
+    run(coordinator.loadProviders(Loading::ifNeeded));
+    web.callback.hold();
+    run(coordinator.signIn(AuthProvider::google));
+    coordinator.cancelLogin();
+    drainEvents();
+    EXPECT_EQ(coordinator.status().state(), AuthenticationState::signedOut());
+    EXPECT_EQ(coordinator.errorMessage(), std::nullopt);
+    EXPECT_TRUE(service.requestsTo(u"complete"_qs).empty());
+}
+
 TEST_F(AuthenticationCoordinatorTest, ALoginThatMeetsAnotherMachineAsksAndMoves) {
     Coordinator coordinator(ports, AuthenticationStart::signedOut);
-    run(coordinator.loadProviders(false));
+    run(coordinator.loadProviders(Loading::ifNeeded));
     DeviceTakeoverRequired required;
     required.takeoverTicket = SecretText("ticket-1");
     required.expiresAt = clock.wallNow().addSecs(300);
@@ -264,7 +277,7 @@ TEST_F(AuthenticationCoordinatorTest, ALoginThatMeetsAnotherMachineAsksAndMoves)
 
 TEST_F(AuthenticationCoordinatorTest, AProofDeletesTheAccountAndItsSession) {
     const auto coordinator = signedInCoordinator();
-    run(coordinator->loadProviders(false));
+    run(coordinator->loadProviders(Loading::ifNeeded));
     const DeleteReauthentication proof{SecretText("proof-1"), clock.wallNow().addSecs(300)};
     service.completeScript.answerWith(AuthCompletion(proof));
     run(coordinator->deleteAccount(AuthProvider::github));
@@ -276,7 +289,7 @@ TEST_F(AuthenticationCoordinatorTest, AProofDeletesTheAccountAndItsSession) {
 
 TEST_F(AuthenticationCoordinatorTest, AFailedDeletionOffersARetryThatASignOutDrops) {
     const auto coordinator = signedInCoordinator();
-    run(coordinator->loadProviders(false));
+    run(coordinator->loadProviders(Loading::ifNeeded));
     const DeleteReauthentication proof{SecretText("proof-1"), clock.wallNow().addSecs(300)};
     service.completeScript.answerWith(AuthCompletion(proof));
     service.deleteScript.failWith(AuthenticationError(ErrorCase::unavailable));
@@ -292,7 +305,7 @@ TEST_F(AuthenticationCoordinatorTest, AFailedDeletionOffersARetryThatASignOutDro
 
 TEST_F(AuthenticationCoordinatorTest, AFailedProofIsTold) {
     const auto coordinator = signedInCoordinator();
-    run(coordinator->loadProviders(false));
+    run(coordinator->loadProviders(Loading::ifNeeded));
     service.completeScript.failWith(AuthenticationError(ErrorCase::unavailable));
     run(coordinator->deleteAccount(AuthProvider::github));
     EXPECT_TRUE(coordinator->errorMessage());
@@ -320,7 +333,7 @@ TEST_F(AuthenticationCoordinatorTest, TheProfileReachesTheService) {
 
 TEST_F(AuthenticationCoordinatorTest, LinkingAndUnlinkingReachTheService) {
     const auto coordinator = signedInCoordinator();
-    run(coordinator->loadProviders(false));
+    run(coordinator->loadProviders(Loading::ifNeeded));
     AuthCredentials linked = service.login(1);
     linked.user.linkedProviders = {AuthProvider::github, AuthProvider::google};
     service.completeScript.answerWith(AuthCompletion(linked));

@@ -237,6 +237,40 @@ TEST_F(DisplayNameFieldTest, OfThreeTheOneThatWasNotSentYetIsSkipped) {
     EXPECT_EQ(state(), State::saved());
 }
 
+TEST_F(DisplayNameFieldTest, ANameThatIsTakenBackBeforeItWasSentIsNotSaved) {
+    service.profileScript.hold();
+    const auto before =
+        start(changes.make({[] { return true; },
+                            [this](const SecretText& token) {
+                                return service.updateProfile(u"cedar"_qs, std::nullopt, token,
+                                                             std::stop_token());
+                            }}));
+    for (const QString& present : {u"CanaryName"_qs, u"  "_qs}) {
+        const auto dropped = startCommit(u"Grace"_qs);
+        ASSERT_EQ(state(), State::saving());
+        commit(present);
+        EXPECT_EQ(state(), State::idle());
+        EXPECT_FALSE(dropped->hasEnded());
+    }
+    service.profileScript.release(0, userWith(u"cedar"_qs));
+    test::drainEvents();
+    EXPECT_TRUE(before->value);
+    EXPECT_EQ(sent(), QStringList{u"(none)"_qs});
+    EXPECT_EQ(state(), State::idle());
+}
+
+TEST_F(DisplayNameFieldTest, ANameThatWasTakenBackCanBeCommittedAfterAll) {
+    service.profileScript.hold();
+    const auto first = startCommit(u"Grace"_qs);
+    commit(u"CanaryName"_qs);
+    const auto second = startCommit(u"Grace"_qs);
+    release(0, u"Grace"_qs);
+    release(1, u"Grace"_qs);
+    EXPECT_TRUE(first->value);
+    EXPECT_TRUE(second->value);
+    EXPECT_EQ(state(), State::saved());
+}
+
 TEST_F(DisplayNameFieldTest, ANameAndAHandleSavedAtOnceKeepBoth) {
     HandleField handles(ports, status, keeper, changes);
     status.setHandleState(State::available());

@@ -13,7 +13,7 @@ protected:
         return versions;
     }
 
-    void prime(bool force = false) { run(field->primeFilter(force)); }
+    void prime(Loading loading = Loading::ifNeeded) { run(field->primeFilter(loading)); }
 };
 
 TEST_F(HandleFieldFilterTest, TheFilterIsFetchedOncePerSession) {
@@ -31,7 +31,7 @@ TEST_F(HandleFieldFilterTest, ForcedItIsAskedForAgainWithItsVersion) {
     service.filterScript.answerWith(filter(false, u"v1"_qs));
     prime();
     service.filterScript.answerWith(filter(true, u"v2"_qs));
-    prime(true);
+    prime(Loading::again);
     EXPECT_EQ(knownVersions(), (std::vector<std::optional<QString>>{std::nullopt, u"v1"_qs}));
     EXPECT_EQ(checker.snapshotVersion(), u"v2"_qs);
 }
@@ -40,10 +40,10 @@ TEST_F(HandleFieldFilterTest, UnchangedLeavesTheFilterAndNoFilterRemovesIt) {
     service.filterScript.answerWith(filter(false));
     prime();
     service.filterScript.answerWith(HandleFilterUnchanged());
-    prime(true);
+    prime(Loading::again);
     EXPECT_EQ(checker.snapshotVersion(), u"v1"_qs);
     service.filterScript.answerWith(HandleFilterUnavailable());
-    prime(true);
+    prime(Loading::again);
     EXPECT_FALSE(checker.hasSnapshot());
     EXPECT_EQ(knownVersions().size(), 3U);
 }
@@ -51,10 +51,10 @@ TEST_F(HandleFieldFilterTest, UnchangedLeavesTheFilterAndNoFilterRemovesIt) {
 TEST_F(HandleFieldFilterTest, AFailureIsSilentAndNotTriedAgainByItself) {
     for (const Case errorCase : {Case::unavailable, Case::expiredSession, Case::invalidResponse}) {
         service.filterScript.failWith(AuthenticationError(errorCase));
-        prime(true);
+        prime(Loading::again);
     }
     service.filterScript.failWith(Cancelled{});
-    prime(true);
+    prime(Loading::again);
     EXPECT_EQ(status.errorMessage(), std::nullopt);
     EXPECT_EQ(status.state(), signedInAs(service.user));
     EXPECT_EQ(state(), State::idle());
@@ -69,13 +69,13 @@ TEST_F(HandleFieldFilterTest, AFailureKeepsTheFilterThatWasThere) {
     service.filterScript.answerWith(filter(false));
     prime();
     service.filterScript.failWith(AuthenticationError(Case::unavailable));
-    prime(true);
+    prime(Loading::again);
     EXPECT_EQ(checker.snapshotVersion(), u"v1"_qs);
 }
 
 TEST_F(HandleFieldFilterTest, WhileItIsUnderWayItCountsAsFetched) {
     service.filterScript.hold();
-    start(field->primeFilter(false));
+    start(field->primeFilter(Loading::ifNeeded));
     prime();
     EXPECT_EQ(knownVersions().size(), 1U);
     service.filterScript.release(0, filter(false));
@@ -86,7 +86,7 @@ TEST_F(HandleFieldFilterTest, WhileItIsUnderWayItCountsAsFetched) {
 TEST_F(HandleFieldFilterTest, UnlessSignedInNothingIsFetchedNorCountedAsFetched) {
     status.setState(AuthenticationState::refreshing());
     prime();
-    prime(true);
+    prime(Loading::again);
     EXPECT_TRUE(service.requests.empty());
     status.setState(signedInAs(service.user));
     prime();
@@ -115,7 +115,7 @@ TEST_F(HandleFieldFilterTest, TheEndOfTheSessionTakesTheFilterWithItAndTheNextFe
 
 TEST_F(HandleFieldFilterTest, AFilterOfAnEndedSessionIsDropped) {
     service.filterScript.hold();
-    const auto outcome = start(field->primeFilter(false));
+    const auto outcome = start(field->primeFilter(Loading::ifNeeded));
     signOut();
     signIn();
     service.filterScript.release(0, filter(false));
@@ -127,7 +127,7 @@ TEST_F(HandleFieldFilterTest, AFilterOfAnEndedSessionIsDropped) {
 TEST_F(HandleFieldFilterTest, SignOutWhileTheTokenIsFetchedFetchesNoFilter) {
     letTheTokenAge();
     service.refreshAnswer.hold();
-    const auto outcome = start(field->primeFilter(false));
+    const auto outcome = start(field->primeFilter(Loading::ifNeeded));
     signOut();
     EXPECT_TRUE(outcome->value);
     EXPECT_TRUE(knownVersions().empty());
@@ -136,7 +136,7 @@ TEST_F(HandleFieldFilterTest, SignOutWhileTheTokenIsFetchedFetchesNoFilter) {
 
 TEST_F(HandleFieldFilterTest, AFetchThatOutlivesItsOwnerTouchesNothing) {
     service.filterScript.hold();
-    const auto outcome = start(field->primeFilter(false));
+    const auto outcome = start(field->primeFilter(Loading::ifNeeded));
     field.reset();
     service.filterScript.release(0, filter(false));
     test::drainEvents();

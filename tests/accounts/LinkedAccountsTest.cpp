@@ -31,12 +31,12 @@ TEST_F(LinkedAccountsTest, ProvidersAreListedInOurOwnOrderAndEachOnce) {
     status.setProviderAvailability(Availability::loading());
     service.providersScript.answerWith(
         {AuthProvider::github, AuthProvider::google, AuthProvider::github});
-    run(linked->loadProviders(false));
+    run(linked->loadProviders(Loading::ifNeeded));
     EXPECT_EQ(status.providerAvailability(),
               Availability::available({AuthProvider::google, AuthProvider::github}));
     service.providersScript.answerWith(
         {AuthProvider::github, AuthProvider::facebook, AuthProvider::google});
-    run(linked->loadProviders(true));
+    run(linked->loadProviders(Loading::again));
     EXPECT_EQ(status.providerAvailability(),
               Availability::available(
                   {AuthProvider::google, AuthProvider::facebook, AuthProvider::github}));
@@ -44,17 +44,17 @@ TEST_F(LinkedAccountsTest, ProvidersAreListedInOurOwnOrderAndEachOnce) {
 
 TEST_F(LinkedAccountsTest, AnEmptyListIsAvailable) {
     service.providersScript.answerWith({});
-    run(linked->loadProviders(true));
+    run(linked->loadProviders(Loading::again));
     EXPECT_EQ(status.providerAvailability(), Availability::available({}));
-    run(linked->loadProviders(false));
+    run(linked->loadProviders(Loading::ifNeeded));
     EXPECT_EQ(service.requestsTo(u"providers"_qs).size(), 1U);
 }
 
 TEST_F(LinkedAccountsTest, ProvidersThatAreThereAreAskedForAgainByForceAlone) {
-    run(linked->loadProviders(false));
+    run(linked->loadProviders(Loading::ifNeeded));
     EXPECT_TRUE(service.requests.empty());
     service.providersScript.hold();
-    const auto outcome = start(linked->loadProviders(true));
+    const auto outcome = start(linked->loadProviders(Loading::again));
     EXPECT_EQ(status.providerAvailability(), Availability::loading());
     service.providersScript.release(0, {AuthProvider::github});
     test::drainEvents();
@@ -64,21 +64,21 @@ TEST_F(LinkedAccountsTest, ProvidersThatAreThereAreAskedForAgainByForceAlone) {
 
 TEST_F(LinkedAccountsTest, ProvidersThatCannotBeHadAreUnavailableWithoutAMessage) {
     service.providersScript.failWith(AuthenticationError(Case::unavailable));
-    run(linked->loadProviders(true));
+    run(linked->loadProviders(Loading::again));
     EXPECT_EQ(status.providerAvailability(), Availability::unavailable());
     EXPECT_EQ(status.errorMessage(), std::nullopt);
     service.providersScript.failWith(Cancelled{});
-    run(linked->loadProviders(false));
+    run(linked->loadProviders(Loading::ifNeeded));
     EXPECT_EQ(status.providerAvailability(), Availability::unavailable());
     service.providersScript.answerWith({AuthProvider::google});
-    run(linked->loadProviders(false));
+    run(linked->loadProviders(Loading::ifNeeded));
     EXPECT_EQ(status.providerAvailability(), Availability::available({AuthProvider::google}));
 }
 
 TEST_F(LinkedAccountsTest, OfTwoLoadsTheLaterOneCounts) {
     service.providersScript.hold();
-    const auto first = start(linked->loadProviders(true));
-    const auto second = start(linked->loadProviders(true));
+    const auto first = start(linked->loadProviders(Loading::again));
+    const auto second = start(linked->loadProviders(Loading::again));
     service.providersScript.release(1, {AuthProvider::github});
     test::drainEvents();
     service.providersScript.fail(0, AuthenticationError(Case::unavailable));
@@ -89,7 +89,7 @@ TEST_F(LinkedAccountsTest, OfTwoLoadsTheLaterOneCounts) {
 
 TEST_F(LinkedAccountsTest, ALoadThatOutlivesItsOwnerTouchesNothing) {
     service.providersScript.hold();
-    const auto outcome = start(linked->loadProviders(true));
+    const auto outcome = start(linked->loadProviders(Loading::again));
     linked.reset();
     service.providersScript.release(0, {AuthProvider::github});
     test::drainEvents();

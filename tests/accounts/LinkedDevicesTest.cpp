@@ -18,7 +18,7 @@ protected:
 
 TEST_F(LinkedDevicesTest, TheListIsLoadedAndOnlyItsLengthLogged) {
     service.devicesScript.hold();
-    const auto outcome = start(linked->loadDevices(false));
+    const auto outcome = start(linked->loadDevices(Loading::ifNeeded));
     EXPECT_EQ(status.devicesState(), DeviceListState::loading);
     service.devicesScript.release(0, list);
     test::drainEvents();
@@ -33,7 +33,7 @@ TEST_F(LinkedDevicesTest, TheListIsLoadedAndOnlyItsLengthLogged) {
 
 TEST_F(LinkedDevicesTest, AnEmptyListIsLoadedToo) {
     service.devicesScript.answerWith({});
-    run(linked->loadDevices(false));
+    run(linked->loadDevices(Loading::ifNeeded));
     EXPECT_EQ(status.devicesState(), DeviceListState::loaded);
     EXPECT_TRUE(status.devices().empty());
     EXPECT_TRUE(log.holds("Device list loaded; count=0"));
@@ -44,7 +44,7 @@ TEST_F(LinkedDevicesTest, NothingIsLoadedUnlessSignedIn) {
          {AuthenticationState::signedOut(), AuthenticationState::refreshing(),
           AuthenticationState::authorizing(AuthProvider::github)}) {
         status.setState(state);
-        run(linked->loadDevices(true));
+        run(linked->loadDevices(Loading::again));
     }
     EXPECT_EQ(requestCount(), 0U);
     EXPECT_EQ(status.devicesState(), DeviceListState::idle);
@@ -52,11 +52,11 @@ TEST_F(LinkedDevicesTest, NothingIsLoadedUnlessSignedIn) {
 
 TEST_F(LinkedDevicesTest, ALoadedListIsLoadedAgainByForceAlone) {
     service.devicesScript.answerWith(list);
-    run(linked->loadDevices(false));
-    run(linked->loadDevices(false));
+    run(linked->loadDevices(Loading::ifNeeded));
+    run(linked->loadDevices(Loading::ifNeeded));
     EXPECT_EQ(requestCount(), 1U);
     service.devicesScript.answerWith({});
-    run(linked->loadDevices(true));
+    run(linked->loadDevices(Loading::again));
     EXPECT_EQ(requestCount(), 2U);
     EXPECT_TRUE(status.devices().empty());
 }
@@ -65,33 +65,33 @@ TEST_F(LinkedDevicesTest, AListThatCannotBeHadIsUnavailableWithoutAMessage) {
     for (const Case errorCase :
          {Case::unavailable, Case::deviceEvicted, Case::expiredSession, Case::insufficientScope}) {
         service.devicesScript.failWith(AuthenticationError(errorCase));
-        run(linked->loadDevices(false));
+        run(linked->loadDevices(Loading::ifNeeded));
         EXPECT_EQ(status.devicesState(), DeviceListState::unavailable);
         EXPECT_EQ(status.errorMessage(), std::nullopt);
         EXPECT_EQ(status.state(), signedInAs(service.user));
     }
     service.devicesScript.answerWith(list);
-    run(linked->loadDevices(false));
+    run(linked->loadDevices(Loading::ifNeeded));
     EXPECT_EQ(status.devicesState(), DeviceListState::loaded);
 }
 
 TEST_F(LinkedDevicesTest, AForcedLoadThatFailsKeepsTheListThatWasThere) {
     service.devicesScript.answerWith(list);
-    run(linked->loadDevices(false));
+    run(linked->loadDevices(Loading::ifNeeded));
     service.devicesScript.failWith(AuthenticationError(Case::unavailable));
-    run(linked->loadDevices(true));
+    run(linked->loadDevices(Loading::again));
     EXPECT_EQ(status.devicesState(), DeviceListState::unavailable);
     EXPECT_EQ(status.devices(), list.devices);
 }
 
 TEST_F(LinkedDevicesTest, ACancelledLoadLeavesNoTrace) {
     service.devicesScript.failWith(Cancelled{});
-    run(linked->loadDevices(false));
+    run(linked->loadDevices(Loading::ifNeeded));
     EXPECT_EQ(status.devicesState(), DeviceListState::idle);
     service.devicesScript.answerWith(list);
-    run(linked->loadDevices(false));
+    run(linked->loadDevices(Loading::ifNeeded));
     service.devicesScript.failWith(Cancelled{});
-    run(linked->loadDevices(true));
+    run(linked->loadDevices(Loading::again));
     EXPECT_EQ(status.devicesState(), DeviceListState::loaded);
     EXPECT_EQ(status.devices(), list.devices);
 }
@@ -99,7 +99,7 @@ TEST_F(LinkedDevicesTest, ACancelledLoadLeavesNoTrace) {
 TEST_F(LinkedDevicesTest, TheListNeverAsksForTheKeyring) {
     letTheTokenAge();
     service.devicesScript.answerWith(list);
-    run(linked->loadDevices(false));
+    run(linked->loadDevices(Loading::ifNeeded));
     EXPECT_EQ(service.requestsTo(u"devices"_qs).front().token, "access-1");
     EXPECT_EQ(store.savePrompts, std::vector(2, UnlockPrompt::never));
 }
@@ -107,7 +107,7 @@ TEST_F(LinkedDevicesTest, TheListNeverAsksForTheKeyring) {
 TEST_F(LinkedDevicesTest, AnOutageOfTheRefreshIsAnOutageOfTheList) {
     letTheTokenAge();
     service.refreshFailure = AuthenticationError(Case::unavailable);
-    run(linked->loadDevices(false));
+    run(linked->loadDevices(Loading::ifNeeded));
     EXPECT_EQ(status.devicesState(), DeviceListState::unavailable);
     EXPECT_EQ(status.state(), signedInAs(service.user));
     EXPECT_EQ(requestCount(), 0U);
@@ -117,7 +117,7 @@ TEST_F(LinkedDevicesTest, ARefusedTokenEndsTheSessionAndTheListWithIt) {
     keeper.onForgetting = [this] { status.setDevices({}, DeviceListState::idle); };
     letTheTokenAge();
     service.refreshFailure = AuthenticationError(Case::expiredSession);
-    run(linked->loadDevices(false));
+    run(linked->loadDevices(Loading::ifNeeded));
     EXPECT_EQ(status.state(), AuthenticationState::signedOut());
     EXPECT_EQ(status.devicesState(), DeviceListState::idle);
 }
@@ -127,7 +127,7 @@ TEST_F(LinkedDevicesTest, SignOutDuringTheLoadDropsItsAnswer) {
     for (const bool succeeds : {true, false}) {
         service.devicesScript = test::ScriptedCall<LinkedDeviceList>(list);
         service.devicesScript.hold();
-        const auto outcome = start(linked->loadDevices(false));
+        const auto outcome = start(linked->loadDevices(Loading::ifNeeded));
         signOut();
         if (succeeds) {
             service.devicesScript.release(0, list);
@@ -147,7 +147,7 @@ TEST_F(LinkedDevicesTest, SignOutDuringTheLoadDropsItsAnswer) {
 TEST_F(LinkedDevicesTest, SignOutWhileTheTokenIsFetchedAsksForNothing) {
     letTheTokenAge();
     service.refreshAnswer.hold();
-    const auto outcome = start(linked->loadDevices(false));
+    const auto outcome = start(linked->loadDevices(Loading::ifNeeded));
     signOut();
     EXPECT_TRUE(outcome->value);
     EXPECT_EQ(requestCount(), 0U);
@@ -156,8 +156,8 @@ TEST_F(LinkedDevicesTest, SignOutWhileTheTokenIsFetchedAsksForNothing) {
 
 TEST_F(LinkedDevicesTest, OfTwoLoadsTheLaterOneCounts) {
     service.devicesScript.hold();
-    const auto first = start(linked->loadDevices(true));
-    const auto second = start(linked->loadDevices(true));
+    const auto first = start(linked->loadDevices(Loading::again));
+    const auto second = start(linked->loadDevices(Loading::again));
     service.devicesScript.release(1, list);
     test::drainEvents();
     service.devicesScript.fail(0, AuthenticationError(Case::unavailable));
@@ -171,7 +171,7 @@ TEST_F(LinkedDevicesTest, AListThatComesDuringARefreshLeavesTheRefreshAlone) {
     for (const bool succeeds : {true, false}) {
         service.devicesScript = test::ScriptedCall<LinkedDeviceList>(list);
         service.devicesScript.hold();
-        start(linked->loadDevices(true));
+        start(linked->loadDevices(Loading::again));
         letTheTokenAge();
         service.refreshAnswer = test::ScriptedCall<bool>(true);
         service.refreshAnswer.hold();
@@ -194,7 +194,7 @@ TEST_F(LinkedDevicesTest, AListThatComesDuringARefreshLeavesTheRefreshAlone) {
 
 TEST_F(LinkedDevicesTest, ALoadThatOutlivesItsOwnerTouchesNothing) {
     service.devicesScript.hold();
-    const auto outcome = start(linked->loadDevices(false));
+    const auto outcome = start(linked->loadDevices(Loading::ifNeeded));
     linked.reset();
     service.devicesScript.release(0, list);
     test::drainEvents();

@@ -33,7 +33,7 @@ void AccountMachine::restart() {
     program.emplace(AuthenticationPorts{m_client, m_store, m_authenticator, m_identity, checker,
                                         m_random, m_clock});
     run(program->restore());
-    run(program->loadProviders(true));
+    run(program->loadProviders(Loading::again));
 }
 
 bool AccountMachine::run(QCoro::Task<void> flow) {

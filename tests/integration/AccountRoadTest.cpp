@@ -159,7 +159,7 @@ public:
     }
 
     void seesItsOnlyMachine() {
-        ASSERT_TRUE(studio.run(studio.program->loadDevices(true)));
+        ASSERT_TRUE(studio.run(studio.program->loadDevices(Loading::again)));
         EXPECT_EQ(namesOfDevices(studio), std::vector{u"Studio, here"_qs});
     }
 
@@ -205,7 +205,7 @@ public:
     void hasTheFilterOfHandles() {
         using Verdict = HandleLocalVerdict;
         service.ageHandleFilter();
-        ASSERT_TRUE(studio.run(studio.program->primeHandleFilter(true)));
+        ASSERT_TRUE(studio.run(studio.program->primeHandleFilter(Loading::again)));
         ASSERT_TRUE(studio.checker.hasSnapshot());
         const auto version = studio.checker.snapshotVersion();
         const QString own = userOf(studio).handle;
@@ -213,7 +213,7 @@ public:
         EXPECT_EQ(studio.checker.verdict(own, u"x"_qs), Verdict::needsServerCheck);
         EXPECT_EQ(studio.checker.verdict(handle, own), Verdict::available);
         // The service keeps to it when asked again.
-        ASSERT_TRUE(studio.run(studio.program->primeHandleFilter(true)));
+        ASSERT_TRUE(studio.run(studio.program->primeHandleFilter(Loading::again)));
         EXPECT_EQ(studio.checker.snapshotVersion(), version);
     }
 
@@ -244,7 +244,7 @@ public:
         EXPECT_EQ(userOf(notebook).displayName, u"Countess Canary"_qs);
         EXPECT_EQ(userOf(notebook).handle, handle);
         EXPECT_TRUE(notebook.analyze(words, notebook.token()).value);
-        ASSERT_TRUE(notebook.run(notebook.program->loadDevices(true)));
+        ASSERT_TRUE(notebook.run(notebook.program->loadDevices(Loading::again)));
         EXPECT_THAT(namesOfDevices(notebook),
                     testing::UnorderedElementsAre(u"Notebook, here"_qs, u"Studio"_qs));
     }
@@ -289,7 +289,7 @@ public:
         ASSERT_TRUE(studio.program->isSignedIn());
         EXPECT_EQ(userOf(studio).displayName, ada.name);
         EXPECT_NE(userOf(studio).handle, handle);
-        ASSERT_TRUE(studio.run(studio.program->loadDevices(true)));
+        ASSERT_TRUE(studio.run(studio.program->loadDevices(Loading::again)));
         EXPECT_EQ(namesOfDevices(studio), std::vector{u"Studio, here"_qs});
         takeHandle(studio, handle);
     }

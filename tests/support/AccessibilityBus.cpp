@@ -22,7 +22,18 @@ std::int64_t onlyChild(std::int64_t processID) {
 
 } // namespace
 
-AccessibilityBus::AccessibilityBus() {
+AccessibilityBus::AccessibilityBus()
+    : m_own(std::make_unique<PrivateBus>())
+    , m_session(*m_own) {
+    start();
+}
+
+AccessibilityBus::AccessibilityBus(PrivateBus& session)
+    : m_session(session) {
+    start();
+}
+
+void AccessibilityBus::start() {
     auto environment = m_session.environment();
     environment.insert(u"GSETTINGS_BACKEND"_qs, u"memory"_qs); // no daemon here keeps settings
     m_launcher.setProcessEnvironment(environment);

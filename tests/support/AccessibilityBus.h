@@ -2,6 +2,8 @@
 
 #include "support/PrivateBus.h"
 
+#include <memory>
+
 namespace lumivane::test {
 
 /// A session bus with an accessibility bus beside it, as a desktop with assistive technology has
@@ -9,6 +11,9 @@ namespace lumivane::test {
 class AccessibilityBus {
 public:
     AccessibilityBus();
+
+    /// Beside a session bus that outlives it.
+    explicit AccessibilityBus(PrivateBus& session);
     ~AccessibilityBus();
 
     PrivateBus& session() { return m_session; }
@@ -29,7 +34,10 @@ public:
     void setEnabled(bool isEnabled);
 
 private:
-    PrivateBus m_session;
+    void start();
+
+    std::unique_ptr<PrivateBus> m_own; ///< where no other is given
+    PrivateBus& m_session;
     QProcess m_launcher;
     QString m_address;
     std::int64_t m_processID = 0;

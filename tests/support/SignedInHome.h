@@ -22,6 +22,9 @@ public:
     /// The service as a whole: health and analyses are up to the test.
     ScriptedHttpServer& service() { return m_accounts.http(); }
 
+    /// The session bus.
+    PrivateBus& bus() { return m_bus; }
+
     KeyringDaemon& keyring() { return m_keyring; }
 
 private:
