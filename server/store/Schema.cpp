@@ -173,6 +173,8 @@ CREATE TABLE reauth_proofs (
     expires_at BIGINT NOT NULL,
     used_at    BIGINT
 ))sql";
+// A proof that was used is deleted, with the account or before.
+constexpr const char* reauthProofsWithoutUse = "ALTER TABLE reauth_proofs DROP COLUMN used_at";
 constexpr const char* reauthProofsByAccount =
     "CREATE INDEX reauth_proofs_by_account ON reauth_proofs (account_id)";
 constexpr const char* reauthProofsBySession =
@@ -212,6 +214,7 @@ const std::vector<Migration>& migrations() {
              reauthProofs, reauthProofsByAccount, reauthProofsBySession, reauthProofsByExpiry,
              handleFilters}},
         {2, {refreshTokenLines, refreshTokenSupersession, refreshTokensToExchange}},
+        {3, {reauthProofsWithoutUse}},
     };
     // clang-format on
     return steps;
