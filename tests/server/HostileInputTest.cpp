@@ -174,7 +174,7 @@ TEST_F(HostileInputTest, EveryHostilePartOfAnAddressIsJustUnknown) {
         for (const std::string& segment :
              {std::string("canary"), std::string("canary'--"), std::string("%3Cscript%3Ecanary"),
               std::string(".."), std::string("canary%00"), std::string("canary/x"),
-              std::string(5000, 'a'), std::string("google?state=canary.%27&code=canary")}) {
+              std::string(5000, 'a'), std::string("nobody?state=canary.%27&code=canary")}) {
             const Endpoint endpoint{method, path, Caller::browser, {"name"}};
             TestClient client(port);
             std::string text = request(endpoint, bearer(token));
