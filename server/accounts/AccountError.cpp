@@ -18,4 +18,8 @@ Refusal storageUnavailable() {
     return {503, "storage_unavailable", "Accounts cannot be reached right now. Try again soon."};
 }
 
+void refuseRecord(std::string message) {
+    throw AccountError(Refusal{422, "invalid_request", std::move(message)});
+}
+
 } // namespace lumivane::service

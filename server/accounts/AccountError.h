@@ -26,4 +26,7 @@ Refusal insufficientScope();  ///< 403 "insufficient_scope": a ticket where a lo
 Refusal deviceRequired();     ///< 400 "device_required": no machine, or one not fully described
 Refusal storageUnavailable(); ///< 503 "storage_unavailable": the database cannot be used now
 
+/// Throws the refusal of a record with missing or wrong fields: 422 "invalid_request".
+[[noreturn]] void refuseRecord(std::string message);
+
 } // namespace lumivane::service

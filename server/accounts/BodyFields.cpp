@@ -7,10 +7,6 @@ namespace lumivane::service {
 
 namespace {
 
-[[noreturn]] void refuse(const std::string& message) {
-    throw AccountError(Refusal{422, "invalid_request", message});
-}
-
 boost::json::value parse(std::string_view body) {
     constexpr JsonLimits limits{4, 64, 64};
     try {
@@ -28,7 +24,7 @@ std::string quoted(const char* key) { return std::string("\"") + key + "\""; }
 BodyFields::BodyFields(std::string_view body)
     : m_document(parse(body)) {
     if (!m_document.is_object()) {
-        refuse("The body must be a JSON object.");
+        refuseRecord("The body must be a JSON object.");
     }
 }
 
@@ -38,14 +34,14 @@ std::optional<std::string> BodyFields::optionalText(const char* key, std::size_t
         return std::nullopt;
     }
     if (!member->is_string()) {
-        refuse(quoted(key) + " must be a string.");
+        refuseRecord(quoted(key) + " must be a string.");
     }
     const boost::json::string& text = member->get_string();
     if (text.size() > mostBytes) {
-        refuse(quoted(key) + " is too long.");
+        refuseRecord(quoted(key) + " is too long.");
     }
     if (text.find('\0') != boost::json::string::npos) {
-        refuse(quoted(key) + " holds a NUL character.");
+        refuseRecord(quoted(key) + " holds a NUL character.");
     }
     return std::string(text.data(), text.size());
 }
@@ -53,7 +49,7 @@ std::optional<std::string> BodyFields::optionalText(const char* key, std::size_t
 std::string BodyFields::text(const char* key, std::size_t mostBytes) const {
     auto text = optionalText(key, mostBytes);
     if (!text) {
-        refuse(quoted(key) + " is missing.");
+        refuseRecord(quoted(key) + " is missing.");
     }
     return std::move(*text);
 }

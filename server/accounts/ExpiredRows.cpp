@@ -64,17 +64,18 @@ boost::asio::awaitable<void> keepDeletingExpiredRows(Database& database, const W
                                                      std::chrono::milliseconds interval) {
     boost::asio::steady_timer timer(co_await boost::asio::this_coro::executor);
     for (;;) {
+        // Not at once: the clock of a machine that has just started may still be far ahead.
+        timer.expires_after(interval);
+        co_await timer.async_wait(boost::asio::use_awaitable);
         auto work = [&database, &clock] {
             try {
                 deleteExpiredRows(database, clock.now());
-            } catch (const StoreError&) {
+            } catch (const std::exception&) {
                 return;
             }
         };
         auto deleting = runOnWorkPool(pool, std::move(work));
         co_await std::move(deleting);
-        timer.expires_after(interval);
-        co_await timer.async_wait(boost::asio::use_awaitable);
     }
 }
 

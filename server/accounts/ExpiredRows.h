@@ -14,8 +14,8 @@ class Database;
 /// get in between. Blocks; any thread, several replicas at once. Throws StoreError.
 void deleteExpiredRows(Database& database, WallTime now);
 
-/// Does so now and every `interval`, for as long as the caller's executor runs; a database that
-/// cannot be used is tried again at the next turn. All must outlive it.
+/// Does so every `interval`, for the first time after one, for as long as the caller's executor
+/// runs; a database that cannot be used is tried again at the next turn. All must outlive it.
 boost::asio::awaitable<void> keepDeletingExpiredRows(Database& database, const WallClock& clock,
                                                      boost::asio::thread_pool& pool,
                                                      std::chrono::milliseconds interval);

@@ -58,7 +58,7 @@ std::variant<IssuedLogin, TakeoverOffer> SessionIssuer::signIn(soci::session& sq
     if (open) {
         endSession(sql, open->id, isOwn ? SessionEnd::replaced : SessionEnd::expired, now);
     }
-    return issue(sql, accountId, openSession(sql, accountId, device, now), now);
+    return issue(sql, accountId, openSession(sql, accountId, device, now), {}, now);
 }
 
 std::variant<IssuedLogin, TakeoverOffer, SessionOver>
@@ -68,7 +68,7 @@ SessionIssuer::extend(soci::session& sql, const std::string& sessionId, WallTime
         return SessionOver{};
     }
     if (!state->hasEnded) {
-        return issue(sql, state->accountId, sessionId, now);
+        return issue(sql, state->accountId, sessionId, newLine(sql, sessionId), now);
     }
     const auto holder = findOpenSession(sql, state->accountId, now);
     if (state->wasEvicted && holder && holder->isLive && holder->deviceId) {
@@ -78,12 +78,13 @@ SessionIssuer::extend(soci::session& sql, const std::string& sessionId, WallTime
 }
 
 IssuedLogin SessionIssuer::issue(soci::session& sql, const std::string& accountId,
-                                 const std::string& sessionId, WallTime now) const {
+                                 const std::string& sessionId, const TokenLine& line,
+                                 WallTime now) const {
     IssuedLogin login;
     login.tokens = tokensExpiring(m_settings, now);
     login.tokens.accessToken = makeToken();
     login.tokens.refreshToken = makeToken();
-    keepTokens(sql, sessionId, login.tokens);
+    keepTokens(sql, sessionId, login.tokens, line);
     login.user = loadUser(sql, accountId);
     return login;
 }

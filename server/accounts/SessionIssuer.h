@@ -13,6 +13,8 @@ class session;
 
 namespace lumivane::service {
 
+struct TokenLine;
+
 /// The session that a step belongs to has ended.
 struct SessionOver {
     bool wasEvicted = false; ///< because the account moved to another machine
@@ -35,7 +37,8 @@ public:
                                                     WallTime now) const;
 
     /// Fresh tokens for a session that goes on, after something was linked to its account. The
-    /// ones that it has stay good, so that a lost answer costs nothing. Where the account has moved
+    /// ones that it has stay good until the first of the fresh ones is exchanged, so that a lost
+    /// answer costs nothing. Where the account has moved
     /// to another machine meanwhile the answer says so, with a ticket that opens nothing: whoever
     /// was sent away logs in again to come back.
     std::variant<IssuedLogin, TakeoverOffer, SessionOver>
@@ -43,7 +46,7 @@ public:
 
 private:
     IssuedLogin issue(soci::session& sql, const std::string& accountId,
-                      const std::string& sessionId, WallTime now) const;
+                      const std::string& sessionId, const TokenLine& line, WallTime now) const;
     TakeoverOffer offer(soci::session& sql, const std::string& accountId, const std::string& holder,
                         WallTime now) const;
 

@@ -40,7 +40,8 @@ std::optional<OpenSession> findOpenSession(soci::session& sql, const std::string
     long long liveTokens = 0;
     const long long time = storedTime(now);
     sql << "SELECT s.id, s.device_id, (SELECT COUNT(*) FROM refresh_tokens t "
-           "WHERE t.session_id = s.id AND t.exchanged_at IS NULL AND t.expires_at > :now) "
+           "WHERE t.session_id = s.id AND t.exchanged_at IS NULL AND t.superseded_at IS NULL "
+           "AND t.expires_at > :now) "
            "FROM sessions s WHERE s.account_id = :account AND s.ended_at IS NULL",
         soci::use(time), soci::use(accountId), soci::into(open.id), soci::into(device, hasDevice),
         soci::into(liveTokens);
@@ -90,13 +91,25 @@ void keepAccessToken(soci::session& sql, const std::string& sessionId, const Iss
         soci::use(hash), soci::use(sessionId), soci::use(expiry);
 }
 
-void keepTokens(soci::session& sql, const std::string& sessionId, const IssuedTokens& tokens) {
+TokenLine newLine(soci::session& sql, const std::string& sessionId) {
+    TokenLine line;
+    sql << "SELECT COALESCE(MAX(line), 0) + 1 FROM refresh_tokens "
+           "WHERE session_id = :session AND exchanged_at IS NULL",
+        soci::use(sessionId), soci::into(line.number);
+    return line;
+}
+
+void keepTokens(soci::session& sql, const std::string& sessionId, const IssuedTokens& tokens,
+                const TokenLine& line) {
     const std::string refresh = tokenHash(tokens.refreshToken);
     const long long refreshExpiry = storedTime(tokens.refreshExpiresAt);
+    const long long supersededAt = storedTime(line.supersededAt.value_or(WallTime()));
+    soci::indicator isSuperseded = line.supersededAt ? soci::i_ok : soci::i_null;
     keepAccessToken(sql, sessionId, tokens);
-    sql << "INSERT INTO refresh_tokens (hash, session_id, expires_at) "
-           "VALUES (:hash, :session, :expiry)",
-        soci::use(refresh), soci::use(sessionId), soci::use(refreshExpiry);
+    sql << "INSERT INTO refresh_tokens (hash, session_id, expires_at, line, superseded_at) "
+           "VALUES (:hash, :session, :expiry, :line, :superseded)",
+        soci::use(refresh), soci::use(sessionId), soci::use(refreshExpiry), soci::use(line.number),
+        soci::use(supersededAt, isSuperseded);
 }
 
 std::optional<KnownDevice> findDevice(soci::session& sql, const std::string& accountId,

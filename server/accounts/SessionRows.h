@@ -46,8 +46,18 @@ std::string openSession(soci::session& sql, const std::string& accountId,
 /// Writes down an access token's hash and expiry, or its new expiry where the hash is there.
 void keepAccessToken(soci::session& sql, const std::string& sessionId, const IssuedTokens& tokens);
 
+/// Which of a session's chains of refresh tokens one belongs to. A client keeps one of them.
+struct TokenLine {
+    long long number = 0;                                ///< the higher the newer
+    std::optional<WallTime> supersededAt = std::nullopt; ///< when another one turned out to be it
+};
+
+/// A line above all that the session has.
+TokenLine newLine(soci::session& sql, const std::string& sessionId);
+
 /// Writes down the hashes of a session's new tokens.
-void keepTokens(soci::session& sql, const std::string& sessionId, const IssuedTokens& tokens);
+void keepTokens(soci::session& sql, const std::string& sessionId, const IssuedTokens& tokens,
+                const TokenLine& line = {});
 
 std::optional<KnownDevice> findDevice(soci::session& sql, const std::string& accountId,
                                       const std::string& deviceId);

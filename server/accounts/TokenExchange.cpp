@@ -25,11 +25,15 @@ struct KnownToken {
     std::string operationId; // empty until exchanged
     WallTime accessExpiresAt;
     WallTime successorExpiresAt;
-    bool isSuccessorUnused = false;
+    TokenLine line;
+    bool isSuccessorUnused = false; // and may still be used
 };
 
 // A client refreshes a token with less than a minute left, so it needs more than that.
 constexpr std::chrono::minutes leastTimeLeft{2};
+
+// For a request that was under way when the client went over to another line.
+constexpr std::chrono::minutes supersededGrace{10};
 
 // A refusal is returned and not thrown, since what it changed must last.
 enum class Refused { unauthorized, evicted };
@@ -46,23 +50,42 @@ std::optional<KnownToken> findToken(soci::session& sql, std::string hash) {
     soci::indicator operation = soci::i_null;
     soci::indicator access = soci::i_null;
     soci::indicator successor = soci::i_null;
+    long long supersededAt = 0;
+    soci::indicator isSuperseded = soci::i_null;
     sql << "SELECT t.session_id, s.account_id, s.device_id, s.end_reason, t.expires_at, "
-           "t.operation_id, t.access_expires_at, t.successor_expires_at, "
-           "(SELECT COUNT(*) FROM refresh_tokens n "
-           "WHERE n.hash = t.successor_hash AND n.exchanged_at IS NULL) "
+           "t.operation_id, t.access_expires_at, t.successor_expires_at, t.line, "
+           "t.superseded_at, (SELECT COUNT(*) FROM refresh_tokens n "
+           "WHERE n.hash = t.successor_hash AND n.exchanged_at IS NULL "
+           "AND n.superseded_at IS NULL) "
            "FROM refresh_tokens t JOIN sessions s ON s.id = t.session_id WHERE t.hash = :hash",
         soci::use(token.hash), soci::into(token.sessionId), soci::into(token.accountId),
         soci::into(token.deviceId, device), soci::into(token.endReason, reason), soci::into(expiry),
         soci::into(token.operationId, operation), soci::into(accessExpiry, access),
-        soci::into(successorExpiry, successor), soci::into(unusedSuccessors);
+        soci::into(successorExpiry, successor), soci::into(token.line.number),
+        soci::into(supersededAt, isSuperseded), soci::into(unusedSuccessors);
     if (!sql.got_data()) {
         return std::nullopt;
     }
     token.expiresAt = wallTime(expiry);
     token.accessExpiresAt = wallTime(accessExpiry);
     token.successorExpiresAt = wallTime(successorExpiry);
+    if (isSuperseded == soci::i_ok) {
+        token.line.supersededAt = wallTime(supersededAt);
+    }
     token.isSuccessorUnused = unusedSuccessors > 0;
     return token;
+}
+
+// The client holds one token at a time. Whoever exchanges one of a newer line, or one made later
+// than another, has let the other go: what comes of that one is not the client's.
+void supersedeOthers(soci::session& sql, const KnownToken& token, WallTime now) {
+    const long long time = storedTime(now);
+    const long long expiry = storedTime(token.expiresAt);
+    sql << "UPDATE refresh_tokens SET superseded_at = :now WHERE session_id = :session "
+           "AND exchanged_at IS NULL AND superseded_at IS NULL AND hash <> :hash "
+           "AND (line < :line OR expires_at < :expiry)",
+        soci::use(time), soci::use(token.sessionId), soci::use(token.hash),
+        soci::use(token.line.number), soci::use(expiry);
 }
 
 void keepExchange(soci::session& sql, const KnownToken& token, const RefreshRequest& request,
@@ -76,7 +99,10 @@ void keepExchange(soci::session& sql, const KnownToken& token, const RefreshRequ
            "access_expires_at = :access WHERE hash = :hash",
         soci::use(request.operationId), soci::use(time), soci::use(successor),
         soci::use(successorExpiry), soci::use(accessExpiry), soci::use(token.hash);
-    keepTokens(sql, token.sessionId, issued);
+    if (!token.line.supersededAt) {
+        supersedeOthers(sql, token, now);
+    }
+    keepTokens(sql, token.sessionId, issued, token.line);
     sql << "UPDATE devices SET last_seen_at = :now "
            "WHERE account_id = :account AND device_id = :device AND last_seen_at < :now2",
         soci::use(time), soci::use(token.accountId), soci::use(token.deviceId), soci::use(time);
@@ -112,7 +138,10 @@ std::optional<Refused> judge(soci::session& sql, const std::optional<KnownToken>
     if (token->expiresAt <= now) {
         return Refused::unauthorized;
     }
-    if (!token->operationId.empty() && token->operationId != request.operationId) {
+    const bool isReplayed =
+        !token->operationId.empty() && token->operationId != request.operationId;
+    const auto supersededAt = token->line.supersededAt;
+    if (isReplayed || (supersededAt && *supersededAt + supersededGrace <= now)) {
         endSession(sql, token->sessionId, SessionEnd::replayed, now);
         return Refused::unauthorized;
     }

@@ -30,7 +30,8 @@ public:
     /// tokens, which are derived and so need not be stored, and their expiries. An access token
     /// that is about to end begins its time anew, for a client that only now learns of it; not so
     /// once the new refresh token has been exchanged itself. The same token under another
-    /// operation was stolen from one side or the other, and ends its whole session.
+    /// operation was stolen from one side or the other, and ends its whole session. So does one
+    /// that comes ten minutes after the client went on with tokens of an extended login.
     /// Throws AccountError (unauthorized, device_evicted, rate_limited) and StoreError.
     IssuedLogin refresh(const RefreshRequest& request);
 

@@ -6,6 +6,7 @@
 #include "server/application/AnalysisRoutes.h"
 #include "server/application/ConfiguredEngine.h"
 #include "server/application/ConfiguredLogins.h"
+#include "server/application/EventLog.h"
 #include "server/application/OperationRoutes.h"
 #include "server/application/RouteRates.h"
 #include "server/http/HttpServer.h"
@@ -60,19 +61,25 @@ struct LumivaneService::Parts {
     Parts(asio::io_context& networkContext, const ServiceConfiguration& chosen, LogWriter log)
         : context(networkContext)
         , configuration(chosen)
-        , database(Database::open(databaseSettings(chosen.accounts)))
+        , events(log)
+        , database(Database::open(databaseSettings(chosen.accounts),
+                                  [this](const StoreError& error) { events.storeFailed(error); }))
         , accounts(makeAccountServices(*database, clock, sessionSettings(chosen.accounts),
                                        makeLimiter(chosen.accounts.refreshesPerMinute)))
         , profiles(*database, clock)
         , upstream(makeHttpUpstreamTransport())
-        , logins(makeConfiguredLogins(chosen, {*database, clock, *upstream, storePool},
-                                      sessionSettings(chosen.accounts)))
+        , logins(
+              makeConfiguredLogins(chosen,
+                                   {*database, clock, *upstream, storePool,
+                                    [this](const LoginEvent& event) { events.loginEnded(event); }},
+                                   sessionSettings(chosen.accounts)))
         , engine(makeConfiguredEngine(chosen, analysisPool))
         , sessions(*database, clock, storePool)
         , server(networkContext, Router(sessions, routes()), ServerLimits{}, std::move(log),
                  &metrics,
                  chosen.accounts.isBehindProxy ? ForwardedAddress::believed
                                                : ForwardedAddress::ignored) {
+        events.addTo(metrics);
         addLoad(metrics, "store", WorkLoad::of(storePool));
         addLoad(metrics, "analysis", WorkLoad::of(analysisPool));
     }
@@ -96,6 +103,7 @@ struct LumivaneService::Parts {
     ServiceConfiguration configuration;
     SystemWallClock clock;
     ServerMetrics metrics;
+    EventLog events;
     std::unique_ptr<Database> database;
     AccountServices accounts;
     ProfileServices profiles;
@@ -124,6 +132,9 @@ void LumivaneService::start() {
         address.reach = ListenAddress::Reach::anyAddress;
     }
     parts.server.listen(address);
+    if (parts.logins->providers().empty()) {
+        parts.events.noLogins();
+    }
     refreshHandleFilter(parts.profiles, parts.storePool);
     auto deleting =
         keepDeletingExpiredRows(*parts.database, parts.clock, parts.storePool, expiryInterval);

@@ -15,7 +15,7 @@ namespace lumivane::service {
 /// outlive the service.
 class LumivaneService {
 public:
-    /// Opens the database and brings its schema up to date. Throws ConfigurationError, TokenError
+    /// Opens the database and brings its schema up to date. Throws ConfigurationError
     /// and StoreError.
     LumivaneService(boost::asio::io_context& context, const ServiceConfiguration& configuration,
                     LogWriter log);

@@ -29,7 +29,7 @@ HttpResponse health(const LeetCodeReady& leetCodeReady) {
 bool asksDirectly(const HttpRequest& request) {
     boost::system::error_code error;
     const auto address = asio::ip::make_address(request.clientAddress, error);
-    return !error && address.is_loopback() && !request.head.forwardedFor;
+    return !error && address.is_loopback() && !request.head.hasProxyFields;
 }
 
 HttpResponse metricsText(const ServerMetrics& metrics, const HttpRequest& request) {

@@ -1,5 +1,7 @@
 #include "server/configuration/AccountConfiguration.h"
 
+#include "server/upstream/UpstreamUrl.h"
+
 #include <boost/url/parse.hpp>
 #include <boost/url/url_view.hpp>
 
@@ -10,10 +12,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::uint32_t mostPerMinute = 100'000;
-
-bool isLoopbackHost(std::string_view host) {
-    return host == "127.0.0.1" || host == "localhost" || host == "::1";
-}
 
 bool isOfOtherMachines(const std::string& origin) {
     return !isLoopbackHost(boost::urls::url_view(origin).host_address());

@@ -8,7 +8,7 @@
 namespace lumivane::service {
 
 Refusal unauthorized() {
-    return {401, "unauthorized", "The access token is missing or not valid. Sign in again."};
+    return {401, "unauthorized", "The access token is missing or not valid. Log in again."};
 }
 
 std::optional<std::string_view> bearerCredentials(std::string_view authorization) {

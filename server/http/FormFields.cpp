@@ -23,14 +23,6 @@ int hexDigit(char character) {
     return -1;
 }
 
-bool isUnreserved(char character) {
-    const bool isLetter =
-        (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-    const bool isDigit = character >= '0' && character <= '9';
-    return isLetter || isDigit ||
-           std::string_view("-._~").find(character) != std::string_view::npos;
-}
-
 bool isPlainUtf8(std::string_view text) {
     namespace utf = boost::locale::utf;
     const char* position = text.data();
@@ -71,6 +63,14 @@ std::optional<std::string> decoded(std::string_view text, std::size_t longest) {
 }
 
 } // namespace
+
+bool isUnreserved(char character) {
+    const bool isLetter =
+        (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
+    const bool isDigit = character >= '0' && character <= '9';
+    return isLetter || isDigit ||
+           std::string_view("-._~").find(character) != std::string_view::npos;
+}
 
 std::optional<FormFields> FormFields::decode(std::string_view text) {
     FormFields fields;

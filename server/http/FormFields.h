@@ -23,7 +23,10 @@ private:
     std::vector<std::pair<std::string, std::string>> m_fields;
 };
 
-/// Percent-encodes everything but letters, digits, "-", ".", "_" and "~": fit for a form, a query
+/// Letters, digits, "-", ".", "_" and "~": what stands for itself in every part of an address.
+bool isUnreserved(char character);
+
+/// Percent-encodes everything but unreserved characters: fit for a form, a query
 /// and a path segment.
 std::string percentEncoded(std::string_view text);
 

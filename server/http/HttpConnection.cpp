@@ -17,13 +17,15 @@ namespace {
 
 // Whatever a handler throws ends here, so that the race against the client's going away always
 // has a result and no text of an exception can reach a client.
-asio::awaitable<HttpResponse> handleSafely(const Route& route, HttpRequest request) {
+asio::awaitable<HttpResponse> handleSafely(const Route& route, HttpRequest request,
+                                           const LogWriter& log) {
     const std::string requestId = request.requestId;
     try {
         HttpResponse response = co_await route.handler(std::move(request));
         co_return response;
     } catch (const std::exception&) {
     }
+    log("internal error route=" + route.name + " request_id=" + requestId);
     co_return route.refusalForm(internalFailure(), requestId);
 }
 
@@ -169,7 +171,7 @@ HttpConnection::respondToAdmitted(HttpRequest request) {
 }
 
 asio::awaitable<std::optional<HttpResponse>> HttpConnection::handle(HttpRequest request) {
-    auto answer = handleSafely(*m_route, std::move(request));
+    auto answer = handleSafely(*m_route, std::move(request), m_shared.log);
     if (m_route->waiting == Waiting::brief) {
         std::optional<HttpResponse> response = co_await std::move(answer);
         co_return response;

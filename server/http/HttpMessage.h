@@ -27,6 +27,7 @@ struct RequestHead {
     std::optional<std::string> origin;          ///< none when absent, empty when sent repeatedly
     std::optional<std::string> cookie;          ///< none when absent or sent more than once
     std::optional<std::string> forwardedFor;    ///< X-Forwarded-For; none when absent
+    bool hasProxyFields = false;                ///< whether any field is there that proxies add
 };
 
 /// Who a valid access token stands for.

@@ -19,7 +19,7 @@ struct RequestLogEntry {
     std::string_view requestId;
 };
 
-/// Takes finished lines without a line end. Called on the network thread.
+/// Takes finished lines without a line end. Called on any thread.
 using LogWriter = std::function<void(const std::string& line)>;
 
 /// "request method=GET route=healthz status=200 duration_ms=0.412 request_id=..."

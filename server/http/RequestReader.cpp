@@ -73,6 +73,8 @@ std::optional<std::string> joinedField(const Fields& request, Name name) {
     return joined;
 }
 
+constexpr std::array proxyFields{"X-Forwarded-For", "Forwarded", "Via", "X-Real-IP"};
+
 RequestHead headOf(const Fields& request) {
     RequestHead head;
     head.method = methodOf(request.method());
@@ -87,6 +89,9 @@ RequestHead headOf(const Fields& request) {
     head.origin = plainField(request, http::field::origin);
     head.cookie = onlyField(request, http::field::cookie);
     head.forwardedFor = joinedField(request, "X-Forwarded-For");
+    head.hasProxyFields =
+        std::any_of(proxyFields.begin(), proxyFields.end(),
+                    [&](const char* name) { return request.find(name) != request.end(); });
     return head;
 }
 

@@ -1,6 +1,7 @@
 #include "server/http/Router.h"
 
 #include "server/http/ErrorEnvelope.h"
+#include "server/http/FormFields.h"
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/trim.hpp>
@@ -19,14 +20,6 @@ constexpr std::string_view parameterMark = "/{}";
 
 bool endsInParameter(const Route& route) { return route.path.ends_with(parameterMark); }
 
-bool isParameterCharacter(char character) {
-    const bool isLetter =
-        (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-    const bool isDigit = character >= '0' && character <= '9';
-    return isLetter || isDigit ||
-           std::string_view("-._~").find(character) != std::string_view::npos;
-}
-
 // The parameter that makes the route's path this one; none when no parameter does.
 std::optional<std::string_view> parameterIn(std::string_view path, const Route& route) {
     constexpr std::size_t longest = 128;
@@ -36,7 +29,7 @@ std::optional<std::string_view> parameterIn(std::string_view path, const Route& 
     }
     path.remove_prefix(fixed.size());
     if (path.empty() || path.size() > longest ||
-        !std::all_of(path.begin(), path.end(), isParameterCharacter)) {
+        !std::all_of(path.begin(), path.end(), isUnreserved)) {
         return std::nullopt;
     }
     return path;

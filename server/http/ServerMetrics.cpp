@@ -59,11 +59,16 @@ void ServerMetrics::addGauge(std::string name, std::string help, std::function<d
     m_gauges.push_back(Gauge{std::move(name), std::move(help), std::move(read)});
 }
 
+void ServerMetrics::addCounters(std::string name, std::string help, std::function<Counts()> read) {
+    m_counters.push_back(Counters{std::move(name), std::move(help), std::move(read)});
+}
+
 std::string ServerMetrics::text() const {
     std::string text;
     appendRequests(text);
     appendDurations(text);
     appendGauges(text);
+    appendCounters(text);
     return text;
 }
 
@@ -104,6 +109,15 @@ void ServerMetrics::appendGauges(std::string& text) const {
     for (const Gauge& gauge : m_gauges) {
         appendHead(text, gauge.name, gauge.help, "gauge");
         appendSample(text, gauge.name, "", number(gauge.read()));
+    }
+}
+
+void ServerMetrics::appendCounters(std::string& text) const {
+    for (const Counters& counters : m_counters) {
+        appendHead(text, counters.name, counters.help, "counter");
+        for (const auto& [labels, count] : counters.read()) {
+            appendSample(text, counters.name, labels, std::to_string(count));
+        }
     }
 }
 

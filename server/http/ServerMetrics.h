@@ -15,6 +15,9 @@ namespace lumivane::service {
 /// names of routes and classes of statuses, so nothing of a user can be among them.
 class ServerMetrics {
 public:
+    /// Totals by the text of their labels.
+    using Counts = std::map<std::string, std::uint64_t>;
+
     /// Counts a finished request. `routeName` is a route's fixed name or "none"; a status of 0
     /// stands for a client that left before its answer.
     void countRequest(std::string_view routeName, int status, std::chrono::microseconds duration);
@@ -22,6 +25,9 @@ public:
     /// A value that is read anew each time it is asked for. `name` and `help` are plain words;
     /// what `read` needs must outlive the last call of `text`.
     void addGauge(std::string name, std::string help, std::function<double()> read);
+
+    /// What somebody else counts, read anew each time: by label, as `provider="github"`. As above.
+    void addCounters(std::string name, std::string help, std::function<Counts()> read);
 
     /// Everything in the Prometheus text form, version 0.0.4.
     std::string text() const;
@@ -42,13 +48,21 @@ private:
         std::function<double()> read;
     };
 
+    struct Counters {
+        std::string name;
+        std::string help;
+        std::function<Counts()> read;
+    };
+
     void appendRequests(std::string& text) const;
     void appendDurations(std::string& text) const;
     void appendGauges(std::string& text) const;
+    void appendCounters(std::string& text) const;
 
     std::map<std::string, std::array<std::uint64_t, 6>, std::less<>> m_requests;
     std::map<std::string, Durations, std::less<>> m_durations;
     std::vector<Gauge> m_gauges;
+    std::vector<Counters> m_counters;
 };
 
 } // namespace lumivane::service

@@ -10,6 +10,7 @@
 #include <boost/algorithm/string/case_conv.hpp>
 #include <soci/soci.h>
 
+#include <algorithm>
 #include <locale>
 
 namespace lumivane::service {
@@ -99,6 +100,30 @@ bool hasProvider(soci::session& sql, const std::string& accountId, AuthProvider 
     return count > 0;
 }
 
+struct LinkedIdentity {
+    AuthProvider provider = AuthProvider::github;
+    bool isLocal = false;
+};
+
+std::vector<LinkedIdentity> identitiesOf(soci::session& sql, const std::string& accountId) {
+    std::vector<LinkedIdentity> identities;
+    const soci::rowset<soci::row> rows =
+        (sql.prepare << "SELECT provider, subject FROM identities WHERE account_id = :account",
+         soci::use(accountId));
+    for (const soci::row& row : rows) {
+        if (const auto provider = providerNamed(row.get<std::string>(0))) {
+            identities.push_back({*provider, isLocalSubject(row.get<std::string>(1))});
+        }
+    }
+    return identities;
+}
+
+bool isUsable(const LinkedIdentity& identity, const UsableLogins& usable) {
+    return identity.isLocal == usable.areLocal &&
+           std::find(usable.providers.begin(), usable.providers.end(), identity.provider) !=
+               usable.providers.end();
+}
+
 } // namespace
 
 std::optional<std::string> findAccountOf(soci::session& sql, AuthProvider provider,
@@ -140,19 +165,24 @@ Linking linkIdentity(soci::session& sql, const std::string& accountId, AuthProvi
     return Linking::linked;
 }
 
-Unlinking unlinkIdentity(soci::session& sql, const std::string& accountId, AuthProvider provider) {
-    if (!hasProvider(sql, accountId, provider)) {
+Unlinking unlinkIdentity(soci::session& sql, const std::string& accountId, AuthProvider provider,
+                         const UsableLogins& usable) {
+    const auto linked = identitiesOf(sql, accountId);
+    const auto isMeant = [provider](const LinkedIdentity& one) { return one.provider == provider; };
+    if (std::none_of(linked.begin(), linked.end(), isMeant)) {
         return Unlinking::unlinked;
     }
-    long long count = 0;
-    sql << "SELECT COUNT(*) FROM identities WHERE account_id = :account", soci::use(accountId),
-        soci::into(count);
-    if (count < 2) {
+    const auto remains = [&](const LinkedIdentity& one) {
+        return !isMeant(one) && isUsable(one, usable);
+    };
+    if (std::none_of(linked.begin(), linked.end(), remains)) {
         return Unlinking::lastIdentity;
     }
     const std::string providerName(rawValue(provider));
     sql << "DELETE FROM identities WHERE account_id = :account AND provider = :provider",
         soci::use(accountId), soci::use(providerName);
+    sql << "DELETE FROM takeover_tickets WHERE account_id = :account AND used_at IS NULL",
+        soci::use(accountId);
     return Unlinking::unlinked;
 }
 

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace soci {
 class session;
@@ -38,7 +39,17 @@ enum class Unlinking {
     lastIdentity ///< without it nobody could open the account
 };
 
-Unlinking unlinkIdentity(soci::session& sql, const std::string& accountId, AuthProvider provider);
+/// The logins that can be made at present. One of another provider opens nothing until it is
+/// configured again, nor does one of the other kind.
+struct UsableLogins {
+    std::vector<AuthProvider> providers;
+    bool areLocal = false; ///< over this service's own pages
+};
+
+/// Takes a provider's identity off, together with the tickets that logins have left, which may be
+/// its own.
+Unlinking unlinkIdentity(soci::session& sql, const std::string& accountId, AuthProvider provider,
+                         const UsableLogins& usable);
 
 /// Removes an account with everything that belongs to it.
 void deleteAccount(soci::session& sql, const std::string& accountId);

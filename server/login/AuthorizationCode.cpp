@@ -13,22 +13,39 @@ namespace {
 constexpr std::chrono::seconds providerPatience{15};
 constexpr std::size_t longestCode = 4096;
 
-ProviderAnswer readAnswer(const UpstreamReply& reply) {
-    if (reply.outcome == UpstreamReply::Outcome::untrusted ||
-        reply.outcome == UpstreamReply::Outcome::malformed) {
-        return LoginRefusal::failed;
+LoginFault faultOf(UpstreamReply::Outcome outcome) {
+    switch (outcome) {
+    case UpstreamReply::Outcome::unreachable:
+        return LoginFault::unreachable;
+    case UpstreamReply::Outcome::untrusted:
+        return LoginFault::untrusted;
+    case UpstreamReply::Outcome::timedOut:
+        return LoginFault::timedOut;
+    case UpstreamReply::Outcome::malformed:
+        return LoginFault::malformed;
+    case UpstreamReply::Outcome::answered:
+        break;
     }
-    const bool isBusy = reply.status >= 500 || reply.status == 429;
-    if (reply.outcome != UpstreamReply::Outcome::answered || isBusy) {
-        return LoginRefusal::unavailable;
+    return LoginFault::status;
+}
+
+bool isPassing(const UpstreamReply& reply) {
+    using Outcome = UpstreamReply::Outcome;
+    if (reply.outcome != Outcome::answered) {
+        return reply.outcome == Outcome::unreachable || reply.outcome == Outcome::timedOut;
     }
-    if (reply.status != 200) {
-        return LoginRefusal::failed;
+    return reply.status >= 500 || reply.status == 429;
+}
+
+ProviderAnswer readAnswer(const UpstreamReply& reply, LoginStage stage) {
+    if (reply.outcome != UpstreamReply::Outcome::answered || reply.status != 200) {
+        const auto refusal = isPassing(reply) ? LoginRefusal::unavailable : LoginRefusal::failed;
+        return LoginFailure{refusal, stage, faultOf(reply.outcome), reply.status};
     }
     try {
         return parseStrictly(reply.body);
     } catch (const JsonError&) {
-        return LoginRefusal::failed;
+        return LoginFailure{LoginRefusal::failed, stage, LoginFault::content, reply.status};
     }
 }
 
@@ -44,6 +61,42 @@ std::string_view rawValue(LoginRefusal refusal) {
         break;
     }
     return "server_error";
+}
+
+std::string_view rawValue(LoginStage stage) {
+    switch (stage) {
+    case LoginStage::callback:
+        return "callback";
+    case LoginStage::token:
+        return "token";
+    case LoginStage::keys:
+        return "keys";
+    case LoginStage::identity:
+        return "identity";
+    case LoginStage::user:
+        return "user";
+    case LoginStage::emails:
+        break;
+    }
+    return "emails";
+}
+
+std::string_view rawValue(LoginFault fault) {
+    switch (fault) {
+    case LoginFault::content:
+        return "content";
+    case LoginFault::status:
+        return "status";
+    case LoginFault::unreachable:
+        return "unreachable";
+    case LoginFault::untrusted:
+        return "untrusted";
+    case LoginFault::timedOut:
+        return "timed_out";
+    case LoginFault::malformed:
+        break;
+    }
+    return "malformed";
 }
 
 std::string formEncoded(const QueryItems& items) {
@@ -75,17 +128,17 @@ std::string AuthorizationCode::authorizationUrl(const LoginAttempt& attempt,
     return withQuery(m_server.authorizationUrl, items);
 }
 
-std::variant<std::string, LoginRefusal> AuthorizationCode::codeIn(const FormFields& fields) {
+std::variant<std::string, LoginFailure> AuthorizationCode::codeIn(const FormFields& fields) {
     if (const auto error = fields.find("error")) {
         if (*error == "access_denied") {
-            return LoginRefusal::denied;
+            return LoginFailure{LoginRefusal::denied};
         }
-        const bool isPassing = *error == "temporarily_unavailable";
-        return isPassing ? LoginRefusal::unavailable : LoginRefusal::failed;
+        const bool isOutage = *error == "temporarily_unavailable";
+        return LoginFailure{isOutage ? LoginRefusal::unavailable : LoginRefusal::failed};
     }
     const auto code = fields.find("code");
     if (!code || code->empty() || code->size() > longestCode) {
-        return LoginRefusal::failed;
+        return LoginFailure{};
     }
     return std::string(*code);
 }
@@ -102,38 +155,38 @@ asio::awaitable<ProviderAnswer> AuthorizationCode::exchange(std::string code, Qu
     request.headers.emplace_back("Content-Type", "application/x-www-form-urlencoded");
     request.headers.emplace_back("Accept", "application/json");
     request.body = formEncoded(more);
-    auto asking = ask(std::move(request), deadline);
+    auto asking = ask(std::move(request), LoginStage::token, deadline);
     ProviderAnswer answer = co_await std::move(asking);
     const auto* record = std::get_if<json::value>(&answer);
     // One provider says its errors with a status of success.
     if (record != nullptr && (!record->is_object() || record->get_object().contains("error"))) {
-        co_return LoginRefusal::failed;
+        co_return LoginFailure{LoginRefusal::failed, LoginStage::token, LoginFault::content, 200};
     }
     co_return answer;
 }
 
 asio::awaitable<ProviderAnswer> AuthorizationCode::fetch(UpstreamUrl url, std::string accessToken,
-                                                         MonotonicTime deadline) {
+                                                         LoginStage stage, MonotonicTime deadline) {
     UpstreamRequest request;
     request.url = std::move(url);
     request.headers.emplace_back("Accept", "application/json");
     request.headers.emplace_back("Authorization", "Bearer " + accessToken);
-    return ask(std::move(request), deadline);
+    return ask(std::move(request), stage, deadline);
 }
 
-asio::awaitable<ProviderAnswer> AuthorizationCode::fetchOpenly(UpstreamUrl url,
+asio::awaitable<ProviderAnswer> AuthorizationCode::fetchOpenly(UpstreamUrl url, LoginStage stage,
                                                                MonotonicTime deadline) {
     UpstreamRequest request;
     request.url = std::move(url);
     request.headers.emplace_back("Accept", "application/json");
-    return ask(std::move(request), deadline);
+    return ask(std::move(request), stage, deadline);
 }
 
-asio::awaitable<ProviderAnswer> AuthorizationCode::ask(UpstreamRequest request,
+asio::awaitable<ProviderAnswer> AuthorizationCode::ask(UpstreamRequest request, LoginStage stage,
                                                        MonotonicTime deadline) {
     auto sending = m_transport.send(std::move(request), deadline);
     const UpstreamReply reply = co_await std::move(sending);
-    co_return readAnswer(reply);
+    co_return readAnswer(reply, stage);
 }
 
 } // namespace lumivane::service

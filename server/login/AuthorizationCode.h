@@ -21,7 +21,7 @@ struct AuthorizationServer {
 };
 
 /// What a provider answered: JSON, or why there is none.
-using ProviderAnswer = std::variant<boost::json::value, LoginRefusal>;
+using ProviderAnswer = std::variant<boost::json::value, LoginFailure>;
 
 using QueryItems = std::vector<std::pair<std::string, std::string>>;
 
@@ -43,21 +43,23 @@ public:
     std::string authorizationUrl(const LoginAttempt& attempt, const QueryItems& more) const;
 
     /// The code that the browser brought back, or why there is none.
-    static std::variant<std::string, LoginRefusal> codeIn(const FormFields& fields);
+    static std::variant<std::string, LoginFailure> codeIn(const FormFields& fields);
 
     /// Changes the code for the provider's token record, an object without an "error".
     boost::asio::awaitable<ProviderAnswer> exchange(std::string code, QueryItems more,
                                                     MonotonicTime deadline);
 
-    /// Reads a record as the bearer of a token.
+    /// Reads a record as the bearer of a token. `stage` is for those who look into a failure.
     boost::asio::awaitable<ProviderAnswer> fetch(UpstreamUrl url, std::string accessToken,
-                                                 MonotonicTime deadline);
+                                                 LoginStage stage, MonotonicTime deadline);
 
     /// Reads a record that is there for everyone.
-    boost::asio::awaitable<ProviderAnswer> fetchOpenly(UpstreamUrl url, MonotonicTime deadline);
+    boost::asio::awaitable<ProviderAnswer> fetchOpenly(UpstreamUrl url, LoginStage stage,
+                                                       MonotonicTime deadline);
 
 private:
-    boost::asio::awaitable<ProviderAnswer> ask(UpstreamRequest request, MonotonicTime deadline);
+    boost::asio::awaitable<ProviderAnswer> ask(UpstreamRequest request, LoginStage stage,
+                                               MonotonicTime deadline);
 
     AuthorizationServer m_server;
     UpstreamTransport& m_transport;

@@ -9,8 +9,6 @@ namespace lumivane::service::BrowserEndpoints {
 
 namespace {
 
-constexpr std::string_view programAddress = "com.marnoth.lumivane.oauth://callback";
-
 HttpResponse trouble(int status, std::string_view title, std::string_view words) {
     return htmlResponse(troublePage(status, title, words));
 }
@@ -49,6 +47,7 @@ struct Visit {
     LoginTransaction transaction;
     LoginAttempt attempt;
     IdentityProvider* provider = nullptr;
+    std::string requestId;
 };
 
 std::string headerText(const std::optional<std::string>& header) { return header.value_or(""); }
@@ -75,7 +74,7 @@ std::optional<HttpResponse> objection(const LoginService& service,
         return expired();
     }
     // A local page believes what this machine's user says, and a proxy brings somebody else.
-    if (provider->answersBy() == AnswersBy::form && head.forwardedFor) {
+    if (provider->answersBy() == AnswersBy::form && head.hasProxyFields) {
         return misdirected();
     }
     if (transaction->browserHash == usedBrowser) {
@@ -123,12 +122,13 @@ HttpResponse beginning(const LoginService& service, const Visit& visit, const st
     return response;
 }
 
-HttpResponse returning(const LoginService& service, const Visit& visit, std::string_view name,
+HttpResponse returning(const LoginService& service, const Visit& visit, BrowserEnd end,
                        std::string_view value, std::vector<std::string> cookies) {
-    std::string url(programAddress);
-    url.append("?transaction_id=").append(percentEncoded(visit.transaction.id));
+    const std::string_view name = end == BrowserEnd::confirmed ? "handoff_code" : "error";
+    std::string url(programScheme);
+    url.append("//callback?transaction_id=").append(percentEncoded(visit.transaction.id));
     url.append("&").append(name).append("=").append(percentEncoded(value));
-    HttpResponse response = htmlResponse(returnPage(url, name == "handoff_code"));
+    HttpResponse response = htmlResponse(returnPage(url, end));
     response.headers.emplace_back("Location", std::move(url));
     for (std::string& cookie : cookies) {
         addCookie(response, std::move(cookie));
@@ -136,6 +136,25 @@ HttpResponse returning(const LoginService& service, const Visit& visit, std::str
     addCookie(response, setCookie(browserCookieName(visit.transaction.id), "", {},
                                   service.origin().cookieScope()));
     return response;
+}
+
+// The login that a request goes on with, or what is said instead.
+boost::asio::awaitable<std::variant<Visit, HttpResponse>> visitOf(LoginService& service,
+                                                                  std::string id, RequestHead head,
+                                                                  std::string requestId,
+                                                                  std::string base) {
+    auto loading = load(service, std::move(id));
+    std::optional<LoginTransaction> transaction = co_await std::move(loading);
+    if (auto refused = objection(service, transaction, head)) {
+        co_return *std::move(refused);
+    }
+    const auto secret = secretOf(*transaction, head);
+    if (!secret) {
+        co_return otherBrowser();
+    }
+    Visit visit = visitFor(service, *std::move(transaction), *secret, head, base);
+    visit.requestId = std::move(requestId);
+    co_return visit;
 }
 
 // From here on the way through is used up, so that nothing can be brought back twice.
@@ -148,8 +167,12 @@ boost::asio::awaitable<HttpResponse> finish(LoginService& service, Visit visit, 
     }
     auto finishing = visit.provider->finish(visit.attempt, std::move(fields));
     LoginFinish finish = co_await std::move(finishing);
-    if (const auto* refusal = std::get_if<LoginRefusal>(&finish.result)) {
-        co_return returning(service, visit, "error", rawValue(*refusal), std::move(finish.cookies));
+    const auto* failure = std::get_if<LoginFailure>(&finish.result);
+    service.report({visit.provider->provider(),
+                    failure != nullptr ? std::optional(*failure) : std::nullopt, visit.requestId});
+    if (failure != nullptr) {
+        co_return returning(service, visit, BrowserEnd::notFinished, rawValue(failure->refusal),
+                            std::move(finish.cookies));
     }
     const std::string handoff = makeToken();
     auto work = [id = visit.transaction.id, identity = std::get<ProvedIdentity>(finish.result),
@@ -157,7 +180,7 @@ boost::asio::awaitable<HttpResponse> finish(LoginService& service, Visit visit, 
                     soci::session& sql) { keepProvedIdentity(sql, id, identity, hash, expiry); };
     auto keeping = service.inDatabase(std::move(work));
     co_await std::move(keeping);
-    co_return returning(service, visit, "handoff_code", handoff, std::move(finish.cookies));
+    co_return returning(service, visit, BrowserEnd::confirmed, handoff, std::move(finish.cookies));
 }
 
 } // namespace
@@ -199,16 +222,12 @@ Answer submit(LoginService& service, HttpRequest request) {
     if (!base) {
         co_return misdirected();
     }
-    auto loading = load(service, request.pathParameter);
-    std::optional<LoginTransaction> transaction = co_await std::move(loading);
-    if (auto refused = objection(service, transaction, request.head)) {
-        co_return *std::move(refused);
+    auto visiting = visitOf(service, request.pathParameter, request.head, request.requestId, *base);
+    auto found = co_await std::move(visiting);
+    if (auto* refused = std::get_if<HttpResponse>(&found)) {
+        co_return std::move(*refused);
     }
-    const auto secret = secretOf(*transaction, request.head);
-    if (!secret) {
-        co_return otherBrowser();
-    }
-    Visit visit = visitFor(service, *std::move(transaction), *secret, request.head, *base);
+    Visit visit = std::get<Visit>(std::move(found));
     const bool isOurForm =
         fields && visit.provider->answersBy() == AnswersBy::form &&
         equalInConstantTime(fields->find("form_token").value_or(""), visit.attempt.formToken);
@@ -233,16 +252,12 @@ Answer comeBack(LoginService& service, HttpRequest request) {
     if (!id || request.head.method == HttpMethod::head) {
         co_return notUnderstood();
     }
-    auto loading = load(service, *id);
-    std::optional<LoginTransaction> transaction = co_await std::move(loading);
-    if (auto refused = objection(service, transaction, request.head)) {
-        co_return *std::move(refused);
+    auto visiting = visitOf(service, *id, request.head, request.requestId, *base);
+    auto found = co_await std::move(visiting);
+    if (auto* refused = std::get_if<HttpResponse>(&found)) {
+        co_return std::move(*refused);
     }
-    const auto secret = secretOf(*transaction, request.head);
-    if (!secret) {
-        co_return otherBrowser();
-    }
-    Visit visit = visitFor(service, *std::move(transaction), *secret, request.head, *base);
+    Visit visit = std::get<Visit>(std::move(found));
     const bool isOurs = visit.provider->answersBy() == AnswersBy::redirect &&
                         request.pathParameter == rawValue(visit.transaction.provider) &&
                         equalInConstantTime(state, visit.attempt.state);

@@ -40,27 +40,27 @@ asio::awaitable<OAuthProvider::Proof> FacebookProvider::identify(json::object to
                                                                  MonotonicTime deadline) {
     const auto token = accessTokenIn(tokens);
     if (!token) {
-        co_return LoginRefusal::failed;
+        co_return unbelievable(LoginStage::token);
     }
     // A stolen token is of no use without the proof that the secret is known.
     const std::string proof = hmacSha256Hex(flow().server().clientSecret, *token);
     UpstreamUrl url = m_userUrl;
     const QueryItems items{{"fields", "id,name,email"}, {"appsecret_proof", proof}};
     url.target = withQuery(url.target, items);
-    auto asking = flow().fetch(url, *token, deadline);
+    auto asking = flow().fetch(url, *token, LoginStage::user, deadline);
     const ProviderAnswer answer = co_await std::move(asking);
-    if (const auto* refusal = std::get_if<LoginRefusal>(&answer)) {
-        co_return *refusal;
+    if (const auto* failure = std::get_if<LoginFailure>(&answer)) {
+        co_return *failure;
     }
     const auto& record = std::get<json::value>(answer);
     if (!record.is_object()) {
-        co_return LoginRefusal::failed;
+        co_return unbelievable(LoginStage::user);
     }
     const json::object& user = record.get_object();
     ProvedIdentity identity;
     identity.subject = keepable(textField(user, "id").value_or(""), longestSubject);
     if (identity.subject.empty()) {
-        co_return LoginRefusal::failed;
+        co_return unbelievable(LoginStage::user);
     }
     const std::string email = keepable(textField(user, "email").value_or(""), longestEmail);
     if (!email.empty()) {

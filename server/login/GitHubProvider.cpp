@@ -73,30 +73,42 @@ void takePrimaryEmail(const json::value& emails, ProvedIdentity& identity) {
     }
 }
 
+// GitHub says with 403 that it has been asked too often.
+LoginFailure judged(LoginFailure failure) {
+    if (failure.status == 403) {
+        failure.refusal = LoginRefusal::unavailable;
+    }
+    return failure;
+}
+
+// Only a user of whom GitHub knows no address has none. Whatever else it says in place of one could
+// make a second account for the same person.
+bool hasNoEmails(const ProviderAnswer& answer) {
+    const auto* failure = std::get_if<LoginFailure>(&answer);
+    return failure != nullptr && failure->status == 404;
+}
+
 asio::awaitable<OAuthProvider::Proof> GitHubProvider::identify(json::object tokens, LoginAttempt,
                                                                MonotonicTime deadline) {
     const auto token = accessTokenIn(tokens);
     if (!token) {
-        co_return LoginRefusal::failed;
+        co_return unbelievable(LoginStage::token);
     }
-    auto asking = flow().fetch(m_userUrl, *token, deadline);
+    auto asking = flow().fetch(m_userUrl, *token, LoginStage::user, deadline);
     const ProviderAnswer user = co_await std::move(asking);
-    if (const auto* refusal = std::get_if<LoginRefusal>(&user)) {
-        co_return *refusal;
+    if (const auto* failure = std::get_if<LoginFailure>(&user)) {
+        co_return judged(*failure);
     }
     auto identity = identityIn(user);
     if (!identity) {
-        co_return LoginRefusal::failed;
+        co_return unbelievable(LoginStage::user);
     }
-    auto askingForEmails = flow().fetch(m_emailsUrl, *token, deadline);
+    auto askingForEmails = flow().fetch(m_emailsUrl, *token, LoginStage::emails, deadline);
     const ProviderAnswer emails = co_await std::move(askingForEmails);
-    const auto* refusal = std::get_if<LoginRefusal>(&emails);
-    if (refusal != nullptr && *refusal == LoginRefusal::unavailable) {
-        // Without the address the login could make a second account for the same person.
-        co_return *refusal;
-    }
-    if (refusal == nullptr) {
-        takePrimaryEmail(std::get<json::value>(emails), *identity);
+    if (const auto* record = std::get_if<json::value>(&emails)) {
+        takePrimaryEmail(*record, *identity);
+    } else if (!hasNoEmails(emails)) {
+        co_return judged(std::get<LoginFailure>(emails));
     }
     co_return *std::move(identity);
 }

@@ -53,7 +53,7 @@ private:
         return attempt.intent == AuthIntent::deleteReauth && m_issuer != googleItself;
     }
 
-    asio::awaitable<std::optional<LoginRefusal>> addMissing(json::object& claims, std::string token,
+    asio::awaitable<std::optional<LoginFailure>> addMissing(json::object& claims, std::string token,
                                                             MonotonicTime deadline);
 
     std::string m_issuer;
@@ -89,18 +89,18 @@ void take(const json::object& from, json::object& to) {
     }
 }
 
-asio::awaitable<std::optional<LoginRefusal>>
+asio::awaitable<std::optional<LoginFailure>>
 GoogleProvider::addMissing(json::object& claims, std::string token, MonotonicTime deadline) {
-    auto asking = flow().fetch(m_userUrl, std::move(token), deadline);
+    auto asking = flow().fetch(m_userUrl, std::move(token), LoginStage::user, deadline);
     const ProviderAnswer answer = co_await std::move(asking);
-    if (const auto* refusal = std::get_if<LoginRefusal>(&answer)) {
-        co_return *refusal;
+    if (const auto* failure = std::get_if<LoginFailure>(&answer)) {
+        co_return *failure;
     }
     const auto& user = std::get<json::value>(answer);
     const bool isSame = user.is_object() && textField(user.get_object(), "sub").has_value() &&
                         textField(user.get_object(), "sub") == textField(claims, "sub");
     if (!isSame) {
-        co_return LoginRefusal::failed;
+        co_return unbelievable(LoginStage::user);
     }
     take(user.get_object(), claims);
     co_return std::nullopt;
@@ -111,12 +111,12 @@ GoogleProvider::identify(json::object tokens, LoginAttempt attempt, MonotonicTim
     const auto token = accessTokenIn(tokens);
     const auto idToken = textField(tokens, "id_token");
     if (!token || !idToken) {
-        co_return LoginRefusal::failed;
+        co_return unbelievable(LoginStage::token);
     }
-    auto asking = flow().fetchOpenly(m_keysUrl, deadline);
+    auto asking = flow().fetchOpenly(m_keysUrl, LoginStage::keys, deadline);
     const ProviderAnswer keys = co_await std::move(asking);
-    if (const auto* refusal = std::get_if<LoginRefusal>(&keys)) {
-        co_return *refusal;
+    if (const auto* failure = std::get_if<LoginFailure>(&keys)) {
+        co_return *failure;
     }
     IdTokenRules rules;
     rules.issuer = m_issuer;
@@ -128,18 +128,18 @@ GoogleProvider::identify(json::object tokens, LoginAttempt attempt, MonotonicTim
     }
     auto claims = claimsOfIdToken(*idToken, std::get<json::value>(keys), rules);
     if (!claims) {
-        co_return LoginRefusal::failed;
+        co_return unbelievable(LoginStage::identity);
     }
     if (!claims->contains("email") || !claims->contains("name")) {
         auto adding = addMissing(*claims, *token, deadline);
-        const std::optional<LoginRefusal> refusal = co_await std::move(adding);
-        if (refusal) {
-            co_return *refusal;
+        const std::optional<LoginFailure> failure = co_await std::move(adding);
+        if (failure) {
+            co_return *failure;
         }
     }
     ProvedIdentity identity = identityFrom(*claims);
     if (identity.subject.empty()) {
-        co_return LoginRefusal::failed;
+        co_return unbelievable(LoginStage::identity);
     }
     co_return identity;
 }

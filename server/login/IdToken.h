@@ -16,7 +16,7 @@ struct IdTokenRules {
     std::string audience; ///< the client identifier
     std::string nonce;    ///< the one that this login was begun with
     std::int64_t now = 0; ///< Unix seconds
-    /// The user must have logged in at the provider since then, as far as the token says when.
+    /// The user must have logged in at the provider since then, and the token must say so.
     std::optional<std::int64_t> authenticatedSince = std::nullopt;
 };
 

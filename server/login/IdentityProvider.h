@@ -34,6 +34,38 @@ enum class LoginRefusal {
 /// The word that the program gets in place of a code.
 std::string_view rawValue(LoginRefusal refusal);
 
+/// How far a login came.
+enum class LoginStage {
+    callback, ///< what the browser brought back
+    token,    ///< the exchange of the code
+    keys,     ///< the provider's keys
+    identity, ///< the identity token
+    user,     ///< the record of the user
+    emails    ///< the record of the addresses
+};
+
+std::string_view rawValue(LoginStage stage);
+
+/// What was wrong there.
+enum class LoginFault {
+    content, ///< something was said that is a refusal or cannot be believed
+    status,  ///< the status of the answer
+    unreachable,
+    untrusted,
+    timedOut,
+    malformed
+};
+
+std::string_view rawValue(LoginFault fault);
+
+/// A login that came to nothing, as far as the operator of the service may know of it.
+struct LoginFailure {
+    LoginRefusal refusal = LoginRefusal::failed;
+    LoginStage stage = LoginStage::callback;
+    LoginFault fault = LoginFault::content;
+    int status = 0; ///< of the provider's answer; 0 where there was none
+};
+
 /// One user's way through one login. All its secrets follow from the one that the browser's cookie
 /// holds, so that a copy of the database opens no login.
 struct LoginAttempt {
@@ -57,7 +89,7 @@ using LoginStep = std::variant<LoginRedirect, HtmlPage>;
 
 /// What a provider says in the end, and cookies to set beside it.
 struct LoginFinish {
-    std::variant<ProvedIdentity, LoginRefusal> result;
+    std::variant<ProvedIdentity, LoginFailure> result;
     std::vector<std::string> cookies;
 };
 

@@ -6,6 +6,7 @@
 #include "server/login/JsonFields.h"
 #include "server/login/LoginCrypto.h"
 #include "server/login/LoginPages.h"
+#include "server/profile/ProfileRecords.h"
 
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/json/serialize.hpp>
@@ -23,7 +24,6 @@ namespace {
 constexpr std::string_view subjectPrefix = "local:";
 constexpr std::string_view cookieName = "lumivane_local_identity";
 constexpr std::chrono::hours cookieAge{24 * 365};
-constexpr std::size_t longestName = 80;
 constexpr std::size_t longestEmail = 254;
 
 struct Entry {
@@ -53,8 +53,9 @@ Entry judged(std::string_view name, std::string_view email) {
     entry.identity = {std::string(trimmed(name)), std::string(trimmed(email))};
     if (entry.identity.name.empty() || !isPlain(entry.identity.name)) {
         entry.nameProblem = "Enter a name.";
-    } else if (countCodePoints(entry.identity.name) > longestName) {
-        entry.nameProblem = "Use a name of at most 80 characters.";
+    } else if (countCodePoints(entry.identity.name) > displayNameMaximumLength) {
+        entry.nameProblem =
+            "Use a name of at most " + std::to_string(displayNameMaximumLength) + " characters.";
     }
     if (!isEmail(entry.identity.email)) {
         entry.emailProblem = "Enter an email such as name@example.org.";
@@ -152,7 +153,7 @@ asio::awaitable<LoginFinish> LocalIdentityProvider::finish(LoginAttempt attempt,
     LoginFinish finish;
     const std::string action = textOf(fields, "action");
     if (action == "cancel") {
-        finish.result = LoginRefusal::denied;
+        finish.result = LoginFailure{LoginRefusal::denied};
         co_return finish;
     }
     const auto remembered = rememberedIn(attempt.cookies);

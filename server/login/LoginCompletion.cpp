@@ -4,7 +4,6 @@
 #include "server/accounts/SessionRows.h"
 #include "server/accounts/Tokens.h"
 #include "server/accounts/WireTime.h"
-#include "server/login/AccountDirectory.h"
 #include "server/login/LoginCrypto.h"
 
 #include <boost/json/object.hpp>
@@ -51,7 +50,7 @@ Completion endOf(const SessionOver& over) {
 
 } // namespace
 
-Refusal loginOver() { return {401, "unauthorized", "This login is over. Please log in again."}; }
+Refusal loginOver() { return {401, "unauthorized", "This login is over. Log in again."}; }
 
 std::string encodeReauthProof(const ReauthProof& proof) {
     boost::json::object record;
@@ -140,12 +139,14 @@ Completion LoginCompletion::prove(soci::session& sql, const LoginTransaction& tr
     return proof;
 }
 
-std::variant<UserSummary, Refusal>
-LoginCompletion::unlink(soci::session& sql, const Principal& principal, AuthProvider provider) {
+std::variant<UserSummary, Refusal> LoginCompletion::unlink(soci::session& sql,
+                                                           const Principal& principal,
+                                                           AuthProvider provider,
+                                                           const UsableLogins& usable) {
     if (!claimAccount(sql, principal.accountId)) {
         return loginOver();
     }
-    if (unlinkIdentity(sql, principal.accountId, provider) == Unlinking::lastIdentity) {
+    if (unlinkIdentity(sql, principal.accountId, provider, usable) == Unlinking::lastIdentity) {
         return Refusal{409, "last_identity",
                        "That is the only login on your account. Link another one first."};
     }
@@ -161,11 +162,10 @@ std::optional<Refusal> LoginCompletion::deleteAccount(soci::session& sql,
     const std::string hash = tokenHash(proof);
     const long long time = storedTime(now);
     soci::statement use =
-        (sql.prepare << "UPDATE reauth_proofs SET used_at = :now WHERE hash = :hash "
-                        "AND account_id = :account AND session_id = :session "
-                        "AND used_at IS NULL AND expires_at > :time",
-         soci::use(time), soci::use(hash), soci::use(principal.accountId),
-         soci::use(principal.sessionId), soci::use(time));
+        (sql.prepare << "DELETE FROM reauth_proofs WHERE hash = :hash AND account_id = :account "
+                        "AND session_id = :session AND expires_at > :time",
+         soci::use(hash), soci::use(principal.accountId), soci::use(principal.sessionId),
+         soci::use(time));
     use.execute(true);
     if (use.get_affected_rows() != 1) {
         return otherAccount();

@@ -2,6 +2,7 @@
 
 #include "server/accounts/SessionIssuer.h"
 #include "server/http/Authorizer.h"
+#include "server/login/AccountDirectory.h"
 #include "server/login/LoginRequests.h"
 #include "server/login/LoginTransactions.h"
 
@@ -31,9 +32,11 @@ public:
     /// verifier of its login; a wrong verifier uses it up as well.
     Completion complete(soci::session& sql, const CompleteRequest& request, WallTime now) const;
 
-    /// Takes a provider off an account: the user as they are then.
+    /// Takes a provider off an account that another one of `usable` can still open: the user as
+    /// they are then.
     static std::variant<UserSummary, Refusal> unlink(soci::session& sql, const Principal& principal,
-                                                     AuthProvider provider);
+                                                     AuthProvider provider,
+                                                     const UsableLogins& usable);
 
     /// Deletes the account for a proof of this very session. None when it is gone.
     static std::optional<Refusal> deleteAccount(soci::session& sql, const Principal& principal,

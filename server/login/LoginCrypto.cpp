@@ -17,10 +17,6 @@ namespace {
 constexpr std::string_view alphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
 
-const unsigned char* bytesOf(std::string_view text) {
-    return reinterpret_cast<const unsigned char*>(text.data());
-}
-
 std::string digest(std::string_view text) {
     std::array<unsigned char, SHA256_DIGEST_LENGTH> result{};
     SHA256(bytesOf(text), text.size(), result.data());

@@ -18,6 +18,11 @@ std::string hmacSha256Hex(std::string_view key, std::string_view text);
 /// Without padding; none for anything that is no base64url.
 std::optional<std::string> base64UrlDecode(std::string_view text);
 
+/// The same bytes as the cryptography library takes them.
+inline const unsigned char* bytesOf(std::string_view text) {
+    return reinterpret_cast<const unsigned char*>(text.data());
+}
+
 /// Compares in a time that depends on the lengths alone.
 bool equalInConstantTime(std::string_view left, std::string_view right);
 

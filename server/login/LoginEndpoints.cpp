@@ -103,8 +103,9 @@ HttpResponse unlink(LoginService& service, const HttpRequest& request) {
         throw AccountError(Refusal{404, "not_found", "There is nothing at this address."});
     }
     const Principal principal = request.principal.value();
-    const auto outcome = service.transact([&principal, provider](soci::session& sql) {
-        return LoginCompletion::unlink(sql, principal, *provider);
+    const UsableLogins usable = service.usableLogins();
+    const auto outcome = service.transact([&principal, provider, &usable](soci::session& sql) {
+        return LoginCompletion::unlink(sql, principal, *provider, usable);
     });
     if (const auto* refusal = std::get_if<Refusal>(&outcome)) {
         throw AccountError(*refusal);

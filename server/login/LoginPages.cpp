@@ -1,5 +1,7 @@
 #include "server/login/LoginPages.h"
 
+#include "server/profile/ProfileRecords.h"
+
 namespace lumivane::service {
 
 namespace {
@@ -44,8 +46,6 @@ summary { cursor: pointer; font-weight: 600; margin: 1rem 0; }
 .cancel { margin: 1rem 0 0; }
 )";
 
-constexpr const char* programSource = "com.marnoth.lumivane.oauth:";
-
 HtmlPage document(int status, std::string_view title, std::string_view content) {
     HtmlPage page;
     page.status = status;
@@ -81,8 +81,8 @@ std::string titleOf(const LocalIdentityForm& form) {
 std::string wordsOf(const LocalIdentityForm& form) {
     const std::string name(title(form.provider));
     if (form.intent == AuthIntent::deleteReauth) {
-        return "Your Lumivane account will be deleted once you have confirmed. Use the same name "
-               "and email that you log in with as " +
+        return "Your Lumivane account will be deleted once you have confirmed. Enter the "
+               "email that you use for " +
                name + ".";
     }
     return "This service has no connection to " + name +
@@ -121,7 +121,7 @@ std::string rememberedPart(const LocalIdentityForm& form) {
     std::string result = formHead(form) + "<div class=\"remembered\">\n";
     result += button("remembered",
                      "Continue as " + form.remembered->name + " (" + form.remembered->email + ")");
-    return result + "</div>\n</form>\n<details>\n<summary>Use another name</summary>\n";
+    return result + "</div>\n</form>\n<details>\n<summary>Use another identity</summary>\n";
 }
 
 std::string cancelButton() {
@@ -130,8 +130,10 @@ std::string cancelButton() {
 
 std::string entryPart(const LocalIdentityForm& form, bool hasCancel) {
     std::string result = formHead(form);
-    result += field("name", "Name", "type=\"text\" autocomplete=\"name\" maxlength=\"80\"",
-                    form.entered.name, form.nameProblem);
+    const std::string most = std::to_string(displayNameMaximumLength);
+    result +=
+        field("name", "Name", "type=\"text\" autocomplete=\"name\" maxlength=\"" + most + "\"",
+              form.entered.name, form.nameProblem);
     result += field("email", "Email", "type=\"email\" autocomplete=\"email\" maxlength=\"254\"",
                     form.entered.email, form.emailProblem);
     result += "<div class=\"choice\">\n<input type=\"checkbox\" id=\"remember\" name=\"remember\" "
@@ -139,7 +141,7 @@ std::string entryPart(const LocalIdentityForm& form, bool hasCancel) {
     result += form.remembers ? " checked>\n" : ">\n";
     result += "<label for=\"remember\">Remember me in this browser</label>\n</div>\n"
               "<div class=\"actions\">\n";
-    result += button("continue", "Continue");
+    result += button("continue", form.intent == AuthIntent::deleteReauth ? "Confirm" : "Continue");
     return result + (hasCancel ? cancelButton() : "") + "</div>\n</form>\n";
 }
 
@@ -160,7 +162,7 @@ HtmlPage localIdentityPage(const LocalIdentityForm& form) {
     }
     HtmlPage page = document(hasProblem ? 422 : 200, words, content);
     // The answer to the form leads on to the program, which counts as the form going there.
-    page.formTargets.emplace_back(programSource);
+    page.formTargets.emplace_back(programScheme);
     return page;
 }
 
@@ -168,8 +170,9 @@ HtmlPage troublePage(int status, std::string_view title, std::string_view words)
     return document(status, title, element("h1", title) + element("p", words));
 }
 
-HtmlPage returnPage(std::string_view programUrl, bool isLoggedIn) {
-    const std::string_view words = isLoggedIn ? "You are logged in" : "The login was not finished";
+HtmlPage returnPage(std::string_view programUrl, BrowserEnd end) {
+    const std::string_view words =
+        end == BrowserEnd::confirmed ? "The login was confirmed" : "The login was not finished";
     std::string content = element("h1", words);
     content += element("p", "Go back to Lumivane. You can close this page.");
     content +=

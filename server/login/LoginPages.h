@@ -36,7 +36,13 @@ HtmlPage localIdentityPage(const LocalIdentityForm& form);
 /// A page that says why a login cannot go on and what to do.
 HtmlPage troublePage(int status, std::string_view title, std::string_view words);
 
+/// How a login ended as far as the browser knows: what comes of it is up to the program.
+enum class BrowserEnd { confirmed, notFinished };
+
 /// The page behind a redirect to the program, for a browser that does not follow it by itself.
-HtmlPage returnPage(std::string_view programUrl, bool isLoggedIn);
+HtmlPage returnPage(std::string_view programUrl, BrowserEnd end);
+
+/// The scheme of the addresses that lead back to the program, with its colon.
+constexpr std::string_view programScheme = "com.marnoth.lumivane.oauth:";
 
 } // namespace lumivane::service

@@ -29,10 +29,6 @@ bool isVerifier(std::string_view text) {
            std::all_of(text.begin(), text.end(), isFit);
 }
 
-[[noreturn]] void refuse(const char* message) {
-    throw AccountError(Refusal{422, "invalid_request", message});
-}
-
 } // namespace
 
 bool isServiceToken(std::string_view text) {
@@ -44,18 +40,18 @@ TransactionRequest decodeTransactionRequest(std::string_view body) {
     const BodyFields fields(body);
     const auto provider = providerNamed(fields.text("provider", mostBytes));
     if (!provider) {
-        refuse(R"("provider" must be "google", "facebook" or "github".)");
+        refuseRecord(R"("provider" must be "google", "facebook" or "github".)");
     }
     const auto intent = authIntentNamed(fields.text("intent", mostBytes));
     if (!intent) {
-        refuse(R"("intent" must be "sign_in", "link" or "delete_reauth".)");
+        refuseRecord(R"("intent" must be "sign_in", "link" or "delete_reauth".)");
     }
     if (fields.text("code_challenge_method", mostBytes) != "S256") {
-        refuse(R"("code_challenge_method" must be "S256".)");
+        refuseRecord(R"("code_challenge_method" must be "S256".)");
     }
     std::string challenge = fields.text("code_challenge", mostBytes);
     if (challenge.size() != tokenLength || !isServiceToken(challenge)) {
-        refuse(R"("code_challenge" must be a SHA-256 in base64url without padding.)");
+        refuseRecord(R"("code_challenge" must be a SHA-256 in base64url without padding.)");
     }
     return {*provider, *intent, std::move(challenge)};
 }
@@ -68,13 +64,13 @@ CompleteRequest decodeCompleteRequest(std::string_view body) {
     request.codeVerifier = fields.text("code_verifier", mostBytes);
     request.device = decodeDevice(fields);
     if (!isServiceToken(request.transactionId)) {
-        refuse(R"("transaction_id" is none of this service.)");
+        refuseRecord(R"("transaction_id" is none of this service.)");
     }
     if (!isServiceToken(request.handoffCode)) {
-        refuse(R"("handoff_code" is none of this service.)");
+        refuseRecord(R"("handoff_code" is none of this service.)");
     }
     if (!isVerifier(request.codeVerifier)) {
-        refuse(R"("code_verifier" must have 43 to 128 unreserved characters.)");
+        refuseRecord(R"("code_verifier" must have 43 to 128 unreserved characters.)");
     }
     return request;
 }
@@ -82,7 +78,7 @@ CompleteRequest decodeCompleteRequest(std::string_view body) {
 std::string decodeDeleteRequest(std::string_view body) {
     std::string proof = BodyFields(body).text("reauth_proof", mostBytes);
     if (!isServiceToken(proof)) {
-        refuse(R"("reauth_proof" is none of this service.)");
+        refuseRecord(R"("reauth_proof" is none of this service.)");
     }
     return proof;
 }

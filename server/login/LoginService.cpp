@@ -3,11 +3,13 @@
 #include "server/login/LocalIdentityProvider.h"
 #include "server/login/OAuthProviders.h"
 
+#include <algorithm>
+
 namespace lumivane::service {
 
 LoginService::LoginService(LoginDependencies dependencies, SessionIssuer issuer,
                            const LoginSettings& settings, LoginLifetimes lifetimes)
-    : m_dependencies(dependencies)
+    : m_dependencies(std::move(dependencies))
     , m_lifetimes(lifetimes)
     , m_completion(issuer, lifetimes)
     , m_origin(settings.publicUrl) {
@@ -20,7 +22,7 @@ LoginService::LoginService(LoginDependencies dependencies, SessionIssuer issuer,
             throw LoginSettingsError("a provider is set up twice");
         }
         m_providers.push_back(
-            makeOAuthProvider(provider, dependencies.upstream, dependencies.clock));
+            makeOAuthProvider(provider, m_dependencies.upstream, m_dependencies.clock));
     }
     if (settings.providers.empty() && settings.isLoopbackOnly && m_origin.isOfThisMachine()) {
         for (const AuthProvider provider : allProviders) {
@@ -37,6 +39,15 @@ std::vector<AuthProvider> LoginService::providers() const {
         }
     }
     return result;
+}
+
+UsableLogins LoginService::usableLogins() const {
+    UsableLogins usable;
+    usable.providers = providers();
+    usable.areLocal = std::any_of(m_providers.begin(), m_providers.end(), [](const auto& one) {
+        return one->answersBy() == AnswersBy::form;
+    });
+    return usable;
 }
 
 IdentityProvider* LoginService::find(AuthProvider provider) const {

@@ -10,10 +10,18 @@
 #include "server/upstream/UpstreamTransport.h"
 #include "server/work/WorkPool.h"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
 namespace lumivane::service {
+
+/// One login that came back from its provider, for those who watch the service.
+struct LoginEvent {
+    AuthProvider provider = AuthProvider::github;
+    std::optional<LoginFailure> failure; ///< none where the user has proved who they are
+    std::string requestId;
+};
 
 /// What logins stand on. All of it must outlive the service.
 struct LoginDependencies {
@@ -21,6 +29,8 @@ struct LoginDependencies {
     const WallClock& clock;
     UpstreamTransport& upstream;
     boost::asio::thread_pool& pool;
+    /// Told of every login on the network thread.
+    std::function<void(const LoginEvent&)> report = [](const LoginEvent&) {};
 };
 
 /// What all of a login's endpoints share: providers, settings and the way to the database. Never
@@ -35,6 +45,8 @@ public:
     /// In the order of the set.
     std::vector<AuthProvider> providers() const;
 
+    UsableLogins usableLogins() const;
+
     /// None for one that nobody can log in with here.
     IdentityProvider* find(AuthProvider provider) const;
 
@@ -43,6 +55,8 @@ public:
     const LoginCompletion& completion() const { return m_completion; }
 
     const LoginLifetimes& lifetimes() const { return m_lifetimes; }
+
+    void report(const LoginEvent& event) const { m_dependencies.report(event); }
 
     WallTime now() const { return m_dependencies.clock.now(); }
 

@@ -30,7 +30,7 @@ AuthorizationServer serverOf(const ProviderSettings& settings, UpstreamUrl token
             std::move(tokenUrl)};
 }
 
-LoginFinish ended(std::variant<ProvedIdentity, LoginRefusal> result) {
+LoginFinish ended(std::variant<ProvedIdentity, LoginFailure> result) {
     LoginFinish finish;
     finish.result = std::move(result);
     return finish;
@@ -79,17 +79,17 @@ QueryItems OAuthProvider::proofKeyItems(const LoginAttempt& attempt) {
 asio::awaitable<LoginFinish> OAuthProvider::finish(LoginAttempt attempt, FormFields fields) {
     auto code = AuthorizationCode::codeIn(fields);
     if (!isFromHere(fields)) {
-        co_return ended(LoginRefusal::failed);
+        co_return ended(LoginFailure{});
     }
-    if (const auto* refusal = std::get_if<LoginRefusal>(&code)) {
-        co_return ended(*refusal);
+    if (const auto* failure = std::get_if<LoginFailure>(&code)) {
+        co_return ended(*failure);
     }
     const MonotonicTime deadline = providerDeadline();
     auto exchanging =
         m_flow.exchange(std::get<std::string>(std::move(code)), tokenItems(attempt), deadline);
     ProviderAnswer tokens = co_await std::move(exchanging);
-    if (const auto* refusal = std::get_if<LoginRefusal>(&tokens)) {
-        co_return ended(*refusal);
+    if (const auto* failure = std::get_if<LoginFailure>(&tokens)) {
+        co_return ended(*failure);
     }
     json::object record = std::move(std::get<json::value>(tokens).get_object());
     auto identifying = identify(std::move(record), std::move(attempt), deadline);

@@ -20,7 +20,7 @@ public:
     boost::asio::awaitable<LoginFinish> finish(LoginAttempt attempt, FormFields fields) override;
 
 protected:
-    using Proof = std::variant<ProvedIdentity, LoginRefusal>;
+    using Proof = std::variant<ProvedIdentity, LoginFailure>;
 
     /// What this provider is told beside the usual.
     virtual QueryItems authorizationItems(const LoginAttempt& attempt) const = 0;
@@ -34,6 +34,11 @@ protected:
     virtual bool isFromHere(const FormFields& fields) const;
 
     AuthorizationCode& flow() { return m_flow; }
+
+    /// A record or token that was had and cannot be believed.
+    static LoginFailure unbelievable(LoginStage stage) {
+        return LoginFailure{LoginRefusal::failed, stage, LoginFault::content, 0};
+    }
 
     /// An address of the settings. Throws LoginSettingsError.
     static UpstreamUrl address(const std::string& url, std::string_view name);

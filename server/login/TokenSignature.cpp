@@ -38,10 +38,6 @@ using Builder = Owned<OSSL_PARAM_BLD, OSSL_PARAM_BLD_free>;
 using Parameters = Owned<OSSL_PARAM, OSSL_PARAM_free>;
 using Number = Owned<BIGNUM, BN_free>;
 
-const unsigned char* bytesOf(std::string_view text) {
-    return reinterpret_cast<const unsigned char*>(text.data());
-}
-
 Number numberOf(std::string_view bytes) {
     return Number(BN_bin2bn(bytesOf(bytes), static_cast<int>(bytes.size()), nullptr));
 }

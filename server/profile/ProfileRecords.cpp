@@ -15,10 +15,6 @@ namespace {
 // Room for white space that is trimmed, and for characters of four bytes.
 constexpr std::size_t textBytes = 1024;
 
-[[noreturn]] void refuse(const char* message) {
-    throw AccountError(Refusal{422, "invalid_request", message});
-}
-
 bool breaksTheLine(char32_t codePoint) {
     const bool isControl = codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
     return isControl || codePoint == 0x2028 || codePoint == 0x2029;
@@ -36,7 +32,7 @@ bool isOneLine(std::string_view text) {
 std::string acceptableHandle(const std::string& text) {
     std::string handle(normaliseHandle(text));
     if (!isWellFormedHandle(handle)) {
-        refuse("A handle has 2 to 39 letters, digits, dots, hyphens or underscores.");
+        refuseRecord("A handle has 2 to 39 letters, digits, dots, hyphens or underscores.");
     }
     if (isReservedHandle(handle)) {
         throw AccountError(Refusal{409, "handle_reserved", "That handle is reserved."});
@@ -47,7 +43,7 @@ std::string acceptableHandle(const std::string& text) {
 std::string acceptableName(const std::string& text) {
     auto name = displayNameFrom(text);
     if (!name) {
-        refuse("A name has 1 to 60 characters in one line.");
+        refuseRecord("A name has 1 to 60 characters in one line.");
     }
     return std::move(*name);
 }
@@ -80,7 +76,7 @@ ProfileChange decodeProfileChange(std::string_view body) {
     const auto handle = fields.optionalText("handle", textBytes);
     const auto displayName = fields.optionalText("display_name", textBytes);
     if (!handle && !displayName) {
-        refuse("\"handle\" or \"display_name\" is needed.");
+        refuseRecord("\"handle\" or \"display_name\" is needed.");
     }
     ProfileChange change;
     if (displayName) {

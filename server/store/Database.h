@@ -11,6 +11,10 @@
 
 namespace lumivane::service {
 
+/// Is told of every failure but a conflict, which is an answer and no trouble of the database's. On
+/// the thread of the failed call; must not throw.
+using StoreWatcher = std::function<void(const StoreError&)>;
+
 /// The one thing that replicas share: a SQLite file or a PostgreSQL database with one schema.
 ///
 /// Every call blocks, so it is made on a work pool and never on the network thread:
@@ -29,10 +33,11 @@ class Database {
 public:
     /// Connects and brings the schema up to this version; safe when several replicas start at
     /// once. Throws StoreError.
-    static std::unique_ptr<Database> open(const DatabaseSettings& settings);
+    static std::unique_ptr<Database> open(const DatabaseSettings& settings,
+                                          StoreWatcher watcher = {});
 
     /// For the one above, and for tests that bring an engine of their own.
-    explicit Database(std::unique_ptr<StoreEngine> engine);
+    explicit Database(std::unique_ptr<StoreEngine> engine, StoreWatcher watcher = {});
 
     /// Runs `work(soci::session&)` in one transaction and gives what it returned, once that is
     /// safe on disk. Throws StoreError, and whatever `work` throws.
@@ -49,20 +54,24 @@ public:
     }
 
 private:
+    /// Runs one call, and tells the watcher where the database failed in it.
+    void watched(void (StoreEngine::*mode)(const StoreWork&), const StoreWork& work);
+
     template <typename Work>
     auto run(void (StoreEngine::*mode)(const StoreWork&), Work work)
         -> std::invoke_result_t<Work&, soci::session&> {
         using Result = std::invoke_result_t<Work&, soci::session&>;
         if constexpr (std::is_void_v<Result>) {
-            ((*m_engine).*mode)([&work](soci::session& sql) { work(sql); });
+            watched(mode, [&work](soci::session& sql) { work(sql); });
         } else {
             std::optional<Result> result;
-            ((*m_engine).*mode)([&](soci::session& sql) { result.emplace(work(sql)); });
+            watched(mode, [&](soci::session& sql) { result.emplace(work(sql)); });
             return std::move(*result);
         }
     }
 
     std::unique_ptr<StoreEngine> m_engine;
+    StoreWatcher m_watcher;
 };
 
 } // namespace lumivane::service

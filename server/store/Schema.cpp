@@ -90,6 +90,17 @@ constexpr const char* refreshTokensBySession =
 constexpr const char* refreshTokensByExpiry =
     "CREATE INDEX refresh_tokens_by_expiry ON refresh_tokens (expires_at)";
 
+// A session whose login was extended has tokens of several lines, of which the client keeps one. A
+// new line is numbered above the others; superseded_at is when the client turned out to have kept
+// another one.
+constexpr const char* refreshTokenLines =
+    "ALTER TABLE refresh_tokens ADD COLUMN line BIGINT NOT NULL DEFAULT 0";
+constexpr const char* refreshTokenSupersession =
+    "ALTER TABLE refresh_tokens ADD COLUMN superseded_at BIGINT";
+constexpr const char* refreshTokensToExchange =
+    "CREATE INDEX refresh_tokens_to_exchange ON refresh_tokens (session_id) "
+    "WHERE exchanged_at IS NULL";
+
 constexpr const char* accessTokens = R"sql(
 CREATE TABLE access_tokens (
     hash       TEXT PRIMARY KEY,
@@ -162,6 +173,8 @@ CREATE TABLE reauth_proofs (
     expires_at BIGINT NOT NULL,
     used_at    BIGINT
 ))sql";
+// A proof that was used is deleted, with the account or before.
+constexpr const char* reauthProofsWithoutUse = "ALTER TABLE reauth_proofs DROP COLUMN used_at";
 constexpr const char* reauthProofsByAccount =
     "CREATE INDEX reauth_proofs_by_account ON reauth_proofs (account_id)";
 constexpr const char* reauthProofsBySession =
@@ -200,6 +213,8 @@ const std::vector<Migration>& migrations() {
              takeoverTicketsByExpiry,
              reauthProofs, reauthProofsByAccount, reauthProofsBySession, reauthProofsByExpiry,
              handleFilters}},
+        {2, {refreshTokenLines, refreshTokenSupersession, refreshTokensToExchange}},
+        {3, {reauthProofsWithoutUse}},
     };
     // clang-format on
     return steps;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <stdexcept>
+#include <string_view>
 
 namespace lumivane::service {
 
@@ -24,5 +25,8 @@ public:
 private:
     Case m_case;
 };
+
+/// One word for a log.
+std::string_view rawValue(StoreError::Case errorCase);
 
 } // namespace lumivane::service

@@ -165,6 +165,25 @@ TEST_P(DatabaseTest, OpeningAgainKeepsWhatIsThereAndTakesNoStepTwice) {
               static_cast<long long>(migrations().size()));
 }
 
+TEST_P(DatabaseTest, AFailureIsToldAndAConflictIsNone) {
+    std::vector<Case> told;
+    const auto watched = Database::open(store().settings(), [&told](const StoreError& error) {
+        told.push_back(error.errorCase());
+    });
+    const auto add = [](soci::session& sql) {
+        sql << "INSERT INTO service_secrets VALUES ('name', 'value')";
+    };
+    watched->transact(add);
+    EXPECT_EQ(caseOf([&] { watched->transact(add); }), Case::conflict);
+    EXPECT_TRUE(told.empty());
+
+    store().breakDown();
+    const auto failure = caseOf([&] { watched->transact(add); });
+    EXPECT_EQ(failure, Case::unavailable);
+    ASSERT_FALSE(told.empty());
+    EXPECT_EQ(told.back(), failure);
+}
+
 TEST_P(DatabaseTest, ADatabaseOfANewerVersionIsRefused) {
     store().execute("INSERT INTO schema_migrations (version, applied_at) VALUES (9999, 1)");
 
@@ -214,7 +233,7 @@ TEST_P(DatabaseTest, AnAccountTakesEveryRowOfItAlong) {
                     "VALUES ('r', 's', 1)");
     store().execute("INSERT INTO takeover_tickets (hash, account_id, expires_at) "
                     "VALUES ('t', 'a', 1)");
-    store().execute("INSERT INTO reauth_proofs VALUES ('p', 'a', 's', 1, NULL)");
+    store().execute("INSERT INTO reauth_proofs VALUES ('p', 'a', 's', 1)");
     store().execute("INSERT INTO login_transactions (id, provider, intent, code_challenge, "
                     "session_id, account_id, state_hash, created_at, expires_at) "
                     "VALUES ('l', 'github', 'link', 'c', 's', 'a', 'h', 1, 1)");

@@ -1,106 +1,14 @@
 #include "server/AccountFixture.h"
+#include "server/HostileRequests.h"
 #include "server/ServiceProcess.h"
 #include "server/TemporaryFolder.h"
 #include "server/TestClient.h"
 
-#include <boost/json/parse.hpp>
-
 #include <csignal>
+#include <map>
+#include <set>
 
-namespace lumivane::service {
-
-using test::ServiceProcess;
-using test::TemporaryFolder;
-using test::TestClient;
-using test::TestResponse;
-
-namespace {
-
-// Stands in every hostile text; nothing of it may come back or reach a log.
-constexpr auto canary = "canary";
-
-struct Endpoint {
-    const char* method;
-    const char* path;
-    bool isClosed;                   // to whoever has no session
-    std::vector<const char*> fields; // of a JSON body; none: no body is taken
-};
-
-const std::vector<Endpoint>& endpoints() {
-    static const std::vector<Endpoint> all{
-        {"GET", "/healthz", false, {}},
-        {"GET", "/metrics", false, {}},
-        {"POST", "/v1/analyze", true, {"screen_text", "preset", "client_version"}},
-        {"POST", "/v1/auth/refresh", false, {"refresh_token", "operation_id"}},
-        {"POST", "/v1/auth/revoke", false, {"refresh_token"}},
-        {"POST", "/v1/auth/logout", true, {}},
-        {"GET", "/v1/auth/me", true, {}},
-        {"GET", "/v1/auth/devices", true, {}},
-        {"POST",
-         "/v1/auth/takeover",
-         false,
-         {"device_id", "device_name", "device_kind", "device_os"}},
-        {"PATCH", "/v1/auth/profile", true, {"handle", "display_name"}},
-        {"POST", "/v1/auth/handles/availability", true, {"handle"}},
-        {"GET", "/v1/auth/handles/filter", true, {}}};
-    return all;
-}
-
-std::string request(const Endpoint& endpoint, const std::string& headers,
-                    const std::string& body = "") {
-    std::string text = std::string(endpoint.method) + " " + endpoint.path + " HTTP/1.1\r\n";
-    text += "Host: localhost\r\n" + headers;
-    if (!endpoint.fields.empty()) {
-        text += "Content-Type: application/json\r\n";
-    }
-    return text + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-}
-
-std::string bearer(const std::string& token) { return "Authorization: Bearer " + token + "\r\n"; }
-
-std::vector<std::string> hostileTexts() {
-    return {"canary' OR '1'='1",
-            "canary'; DROP TABLE accounts; --",
-            "<script>alert('canary')</script>",
-            "canary\\u0000end",
-            "canary\\ud83d\\ude00\\u202e",
-            "../../canary",
-            "canary%00%0d%0aX-Canary: 1",
-            "${jndi:canary}",
-            std::string("canary") + std::string(4000, 'A')};
-}
-
-// Broken as JSON, as UTF-8, or as a record.
-std::vector<std::string> hostileBodies(const Endpoint& endpoint) {
-    const std::string key = std::string("\"") + endpoint.fields.front() + "\":";
-    std::string every = "{";
-    for (const char* field : endpoint.fields) {
-        every += (every.size() > 1 ? ",\"" : "\"") + std::string(field) + "\":[\"canary\"]";
-    }
-    return {"",
-            "{",
-            "canary",
-            "[]",
-            "null",
-            "\"canary\"",
-            "{}{}",
-            "{} canary",
-            "{" + key + "null}",
-            "{" + key + "7}",
-            "{" + key + "{}}",
-            every + "}",
-            "{" + key + "\"canary\"," + key + "\"canary\"}",
-            "{" + key + "\"\xff\"}",
-            "{" + key + "\"\xED\xA0\x80\"}",
-            "{" + key + "\"\\ud800\"}",
-            "{" + key + "NaN}",
-            "{" + key + "1e999999}",
-            std::string(10'000, '['),
-            "{\"a\":" + std::string(200, '[') + std::string(200, ']') + "}",
-            "{" + key + "\"" + std::string(12'000, 'x') + "\"}"};
-}
-
-} // namespace
+namespace lumivane::service::test {
 
 class HostileInputTest : public testing::Test {
 protected:
@@ -109,17 +17,35 @@ protected:
         DatabaseSettings settings;
         settings.location =
             (folder.path() / ".local/share/lumivane-service/service.sqlite3").string();
-        const auto database = Database::open(settings);
-        test::storeAccount(*database, "ada");
-        const SystemWallClock clock;
-        const auto login = test::signIn(*database, "ada", test::laptop, clock.now());
+        database = Database::open(settings);
+        storeAccount(*database, "ada");
+        storeAccount(*database, "bob");
+        const auto login = signIn(*database, "ada", laptop, clock.now());
         token = std::get<IssuedLogin>(login).tokens.accessToken;
+    }
+
+    // Leave to move another account to one more machine.
+    std::string ticket() {
+        for (;;) {
+            DeviceRegistration machine = tablet;
+            machine.identifier += std::to_string(++machines);
+            const auto login = signIn(*database, "bob", machine, clock.now());
+            if (const auto* offer = std::get_if<TakeoverOffer>(&login)) {
+                return offer->ticket;
+            }
+        }
+    }
+
+    std::string bearerFor(const Endpoint& endpoint) {
+        const bool isTakeover = std::string_view(endpoint.path).ends_with("takeover");
+        return bearer(isTakeover ? ticket() : token);
     }
 
     void expectEnvelope(const TestResponse& response, const std::string& what) {
         EXPECT_GE(response.status, 400) << what;
         EXPECT_LT(response.status, 500) << what;
-        EXPECT_NE(response.errorCode(), "") << what;
+        const bool isPage = response.body.starts_with("<!DOCTYPE html>");
+        EXPECT_TRUE(isPage || !response.errorCode().empty()) << what;
         EXPECT_EQ(response.body.find(canary), std::string::npos) << what;
     }
 
@@ -152,13 +78,30 @@ protected:
                             {"LUMIVANE_SERVICE_PORT", "0"},
                             {"LUMIVANE_SERVICE_LOGINS_PER_MINUTE", "0"},
                             {"LUMIVANE_SERVICE_HANDLES_PER_MINUTE", "0"}}};
+    std::unique_ptr<Database> database;
+    const SystemWallClock clock;
     std::uint16_t port = 0;
     std::string token;
+    int machines = 0;
 };
+
+TEST_F(HostileInputTest, NoOperationIsLeftOut) {
+    std::set<std::string> tried;
+    for (const Endpoint& endpoint : endpoints()) {
+        std::string path = endpoint.path;
+        for (const auto& [prefix, parameter] : {std::pair("/v1/auth/identities/", "{provider}"),
+                                                std::pair("/v1/auth/callback/", "{provider}"),
+                                                std::pair("/v1/auth/login/", "{transaction_id}")}) {
+            path = path.starts_with(prefix) ? std::string(prefix) + parameter : path;
+        }
+        tried.insert(std::string(endpoint.method) + " " + path);
+    }
+    EXPECT_EQ(tried, describedOperations());
+}
 
 TEST_F(HostileInputTest, EveryBodyThatIsNoRecordGetsItsEnvelope) {
     for (const Endpoint& endpoint : endpoints()) {
-        if (endpoint.fields.empty()) {
+        if (!endpoint.takesJson()) {
             continue;
         }
         for (const std::string& body : hostileBodies(endpoint)) {
@@ -174,13 +117,31 @@ TEST_F(HostileInputTest, EveryBodyThatIsNoRecordGetsItsEnvelope) {
     expectUnharmed();
 }
 
+TEST_F(HostileInputTest, EveryBodyThatIsNoFormGetsItsPage) {
+    for (const Endpoint& endpoint : endpoints()) {
+        if (endpoint.caller != Caller::browser || endpoint.fields.empty()) {
+            continue;
+        }
+        for (const std::string& body : hostileForms()) {
+            TestClient client(port);
+            const auto response = client.ask(request(endpoint, "", body));
+            expectEnvelope(response, body.substr(0, 60));
+            EXPECT_TRUE(response.body.starts_with("<!DOCTYPE html>")) << body.substr(0, 60);
+        }
+    }
+    expectUnharmed();
+}
+
 TEST_F(HostileInputTest, EveryHostileTextInEveryFieldIsJustAText) {
     for (const Endpoint& endpoint : endpoints()) {
         for (const char* field : endpoint.fields) {
+            if (!endpoint.takesJson()) {
+                continue;
+            }
             for (const std::string& text : hostileTexts()) {
-                const std::string body = std::string("{\"") + field + "\":\"" + text + "\"}";
+                const std::string body = bodyWith(endpoint, field, text);
                 TestClient client(port);
-                const auto response = client.ask(request(endpoint, bearer(token), body));
+                const auto response = client.ask(request(endpoint, bearerFor(endpoint), body));
                 const std::string what = std::string(endpoint.path) + " " + field;
                 EXPECT_NE(response.status, 0) << what;
                 EXPECT_LT(response.status, 500) << what;
@@ -194,17 +155,47 @@ TEST_F(HostileInputTest, EveryHostileTextInEveryFieldIsJustAText) {
             }
         }
     }
-    const auto kept = [this] {
-        TestClient client(port);
-        const Endpoint me{"GET", "/v1/auth/me", true, {}};
-        return client.ask(request(me, bearer(token))).status;
-    };
-    EXPECT_EQ(kept(), 200);
+    expectUnharmed();
+}
+
+TEST_F(HostileInputTest, WithGoodTextsAloneEveryBodyIsTaken) {
+    // Or else a hostile text beside them would be refused for their sake.
+    const std::map<std::string, int> expected{
+        {"/v1/analyze", 200},      {"/v1/auth/transactions", 200}, {"/v1/auth/complete", 401},
+        {"/v1/auth/refresh", 401}, {"/v1/auth/revoke", 204},       {"/v1/auth/takeover", 200},
+        {"/v1/auth/profile", 200}};
+    for (const Endpoint& endpoint : endpoints()) {
+        if (const auto found = expected.find(endpoint.path); found != expected.end()) {
+            TestClient client(port);
+            const auto response =
+                client.ask(request(endpoint, bearerFor(endpoint), bodyWith(endpoint, "", "")));
+            EXPECT_EQ(response.status, found->second) << endpoint.path << response.body;
+        }
+    }
+    expectUnharmed();
+}
+
+TEST_F(HostileInputTest, EveryHostilePartOfAnAddressIsJustUnknown) {
+    for (const auto& [method, path] :
+         {std::pair("DELETE", "/v1/auth/identities/"), std::pair("GET", "/v1/auth/login/"),
+          std::pair("POST", "/v1/auth/login/"), std::pair("GET", "/v1/auth/callback/")}) {
+        for (const std::string& segment :
+             {std::string("canary"), std::string("canary'--"), std::string("%3Cscript%3Ecanary"),
+              std::string(".."), std::string("canary%00"), std::string("canary/x"),
+              std::string(5000, 'a'), std::string("nobody?state=canary.%27&code=canary")}) {
+            const Endpoint endpoint{method, path, Caller::browser, {"name"}};
+            TestClient client(port);
+            std::string text = request(endpoint, bearer(token));
+            text.insert(text.find(" HTTP/1.1"), segment);
+            expectEnvelope(client.ask(text), path + segment.substr(0, 40));
+        }
+    }
+    expectUnharmed();
 }
 
 TEST_F(HostileInputTest, EveryClosedRouteRefusesEveryOtherToken) {
     for (const Endpoint& endpoint : endpoints()) {
-        if (!endpoint.isClosed) {
+        if (endpoint.caller != Caller::session) {
             continue;
         }
         for (const std::string& header :
@@ -235,8 +226,10 @@ TEST_F(HostileInputTest, EveryRouteRefusesOtherMethodsAndOtherContent) {
         if (endpoint.fields.empty()) {
             continue;
         }
-        for (const char* type : {"text/plain", "application/x-www-form-urlencoded",
-                                 "application/json; charset=utf-16", "multipart/form-data"}) {
+        const bool isForm = endpoint.caller == Caller::browser;
+        for (const char* type :
+             {"text/plain", isForm ? "application/json" : "application/x-www-form-urlencoded",
+              "application/json; charset=utf-16", "multipart/form-data"}) {
             TestClient fresh(port);
             const std::string text = std::string(endpoint.method) + " " + endpoint.path +
                                      " HTTP/1.1\r\nHost: x\r\n" + bearer(token) +
@@ -255,15 +248,20 @@ TEST_F(HostileInputTest, FloodsOfHeadersAndEndlessChunksEnd) {
             text += "X-Canary-" + std::to_string(line) + ": canary\r\n";
         }
         EXPECT_EQ(flood.ask(text).status, 431) << endpoint.path;
-        if (endpoint.fields.empty() || std::string_view(endpoint.path) == "/v1/analyze") {
+        if (endpoint.fields.empty()) {
             continue;
         }
+        const bool isLarge = std::string_view(endpoint.path) == "/v1/analyze";
+        const std::string piece = isLarge
+                                      ? "100000\r\n" + std::string(1024UL * 1024UL, ' ') + "\r\n"
+                                      : "400\r\n" + std::string(1024, ' ') + "\r\n";
         TestClient endless(port);
         std::string stream = std::string(endpoint.method) + " " + endpoint.path +
                              " HTTP/1.1\r\nHost: x\r\n" + bearer(token) +
-                             "Content-Type: application/json\r\nTransfer-Encoding: chunked\r\n\r\n";
-        for (int chunk = 0; chunk < 100; ++chunk) {
-            stream += "400\r\n" + std::string(1024, ' ') + "\r\n";
+                             "Content-Type: " + contentType(endpoint) +
+                             "\r\nTransfer-Encoding: chunked\r\n\r\n";
+        for (int chunk = 0; chunk < (isLarge ? 21 : 100); ++chunk) {
+            stream += piece;
         }
         EXPECT_EQ(endless.ask(stream).status, 413) << endpoint.path;
     }
@@ -298,4 +296,4 @@ TEST_F(HostileInputTest, AddressesThatLeadElsewhereAreNothing) {
     expectUnharmed();
 }
 
-} // namespace lumivane::service
+} // namespace lumivane::service::test

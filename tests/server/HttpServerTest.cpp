@@ -205,6 +205,9 @@ TEST(HttpServer, AnEngineThatFailsBecomesAnEnvelope) {
     EXPECT_EQ(failed.errorCode(), "internal_error");
     EXPECT_EQ(failed.body.find("canary"), std::string::npos);
     EXPECT_EQ(client.ask(healthRequest).status, 200);
+    EXPECT_NE(server.log().find("internal error route=analyze request_id=" +
+                                failed.headers.at("x-request-id") + "\n"),
+              std::string::npos);
 }
 
 TEST(HttpServer, AClientThatGoesAwayCancelsItsAnalysis) {

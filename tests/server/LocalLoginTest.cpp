@@ -108,6 +108,18 @@ TEST_P(LocalLoginTest, WhatIsMissingIsAskedForAgainAndTheRestKept) {
     EXPECT_EQ(again.status, 302);
 }
 
+TEST_P(LocalLoginTest, ANameThatTheAccountWouldCutIsNotTaken) {
+    const ProgramLogin login = program().begin("github");
+    TestBrowser visitor = browser();
+    const TestResponse page =
+        submit(visitor, login, {{"name", std::string(61, 'a')}, {"email", "ada@example.org"}});
+    EXPECT_EQ(page.status, 422);
+    EXPECT_THAT(page.body, HasSubstr("Use a name of at most 60 characters."));
+    EXPECT_EQ(
+        submit(visitor, login, {{"name", std::string(60, 'a')}, {"email", "a@b.example"}}).status,
+        302);
+}
+
 TEST_P(LocalLoginTest, ARememberedNameIsOneButton) {
     TestBrowser visitor = browser();
     const ProgramLogin first = program().begin("github");
@@ -174,6 +186,18 @@ TEST_P(LocalLoginTest, WhoComesThroughAProxyIsNotBelieved) {
                             {"action", "continue"}};
     EXPECT_EQ(visitor.post(login.path, fields).status, 421);
     EXPECT_EQ(store().number("SELECT COUNT(*) FROM login_transactions WHERE subject IS NULL"), 1);
+}
+
+TEST_P(LocalLoginTest, EveryFieldThatAProxyAddsGivesItAway) {
+    for (const char* field : {"X-Forwarded-For: 192.0.2.1", "Forwarded: for=192.0.2.1",
+                              "Via: 1.1 proxy.example", "X-Real-IP: 192.0.2.1"}) {
+        const ProgramLogin login = program().begin("github");
+        TestClient client(server->port());
+        const TestResponse page = client.ask(
+            "GET " + login.path + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server->port()) +
+            "\r\n" + field + "\r\n\r\n");
+        EXPECT_EQ(page.status, 421) << field;
+    }
 }
 
 TEST_P(LocalLoginTest, NothingOfAUserIsLogged) {

@@ -14,11 +14,15 @@ namespace lumivane::service::test {
 
 namespace json = boost::json;
 
-LoginServer::LoginServer(TestStore& store, const WallClock& clock, const LoginSettings& settings,
+LoginServer::LoginServer(Database& database, const WallClock& clock, const LoginSettings& settings,
                          std::shared_ptr<RateLimiter> limiter)
-    : m_service(LoginDependencies{store.database(), clock, *m_upstream, m_pool},
+    : m_service(LoginDependencies{database, clock, *m_upstream, m_pool,
+                                  [this](const LoginEvent& event) {
+                                      const std::lock_guard lock(m_mutex);
+                                      m_events.push_back(event);
+                                  }},
                 SessionIssuer(SessionSettings()), settings)
-    , m_authorizer(store.database(), clock, m_pool)
+    , m_authorizer(database, clock, m_pool)
     , m_server(m_context, Router(m_authorizer, routes(std::move(limiter))), ServerLimits(),
                [this](const std::string& line) {
                    const std::lock_guard lock(m_mutex);
@@ -47,6 +51,11 @@ std::vector<Route> LoginServer::routes(std::shared_ptr<RateLimiter> limiter) {
 std::string LoginServer::log() {
     const std::lock_guard lock(m_mutex);
     return m_log;
+}
+
+std::vector<LoginEvent> LoginServer::events() {
+    const std::lock_guard lock(m_mutex);
+    return m_events;
 }
 
 TestResponse TestBrowser::post(const std::string& target, const TextFields& fields) {
@@ -175,7 +184,7 @@ std::string pathOfUrl(const std::string& url) {
 LoginTest::LoginTest() { settings.isLoopbackOnly = true; }
 
 void LoginTest::start() {
-    server = std::make_unique<LoginServer>(store(), clock(), settings, limiter);
+    server = std::make_unique<LoginServer>(database(), clock(), settings, limiter);
 }
 
 std::string LoginTest::handoffFor(const ProgramLogin& login, const std::string& name,

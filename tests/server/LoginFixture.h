@@ -21,7 +21,7 @@ using TextFields = std::vector<std::pair<std::string, std::string>>;
 /// The server with the routes of logging in and the real authorizer, on a free loopback port.
 class LoginServer {
 public:
-    LoginServer(TestStore& store, const WallClock& clock, const LoginSettings& settings,
+    LoginServer(Database& database, const WallClock& clock, const LoginSettings& settings,
                 std::shared_ptr<RateLimiter> limiter);
     ~LoginServer();
 
@@ -31,16 +31,20 @@ public:
 
     LoginService& service() { return m_service; }
 
+    /// The logins that came back to the service so far.
+    std::vector<LoginEvent> events();
+
 private:
     std::vector<Route> routes(std::shared_ptr<RateLimiter> limiter);
 
     boost::asio::io_context m_context{1};
     boost::asio::thread_pool m_pool{4};
     std::unique_ptr<UpstreamTransport> m_upstream = makeHttpUpstreamTransport();
-    LoginService m_service;
-    SessionAuthorizer m_authorizer;
     std::mutex m_mutex;
     std::string m_log;
+    std::vector<LoginEvent> m_events;
+    LoginService m_service;
+    SessionAuthorizer m_authorizer;
     HttpServer m_server;
     std::thread m_thread;
 };

@@ -40,7 +40,7 @@ TEST(LoginPages, EveryTextIsEscapedWhereverItStands) {
     }
     EXPECT_THAT(troublePage(400, "<b>", "<i>").html,
                 AllOf(Not(HasSubstr("<b>")), Not(HasSubstr("<i>"))));
-    EXPECT_THAT(returnPage("x://y?a=\"><b>&c", true).html,
+    EXPECT_THAT(returnPage("x://y?a=\"><b>&c", BrowserEnd::confirmed).html,
                 AllOf(Not(HasSubstr("<b>")), HasSubstr("x://y?a=&quot;&gt;&lt;b&gt;&amp;c")));
 }
 
@@ -76,7 +76,26 @@ TEST(LoginPages, ThereIsOneCancelAndOneTitleForEachIntent) {
     EXPECT_THAT(localIdentityPage(form).html, HasSubstr("<h1>Link GitHub to your account</h1>"));
     form.intent = AuthIntent::deleteReauth;
     EXPECT_THAT(localIdentityPage(form).html,
-                AllOf(HasSubstr("<h1>Confirm that it is you</h1>"), HasSubstr("will be deleted")));
+                AllOf(HasSubstr("<h1>Confirm that it is you</h1>"), HasSubstr("will be deleted"),
+                      HasSubstr("Enter the email that you use for GitHub."),
+                      HasSubstr(">Confirm</button>"), Not(HasSubstr(">Continue</button>"))));
+}
+
+TEST(LoginPages, TheLastPagePromisesNoMoreThanTheBrowserKnows) {
+    // A link or a confirmation may still be refused when the program fetches it.
+    EXPECT_THAT(returnPage("x://y", BrowserEnd::confirmed).html,
+                AllOf(HasSubstr("<h1>The login was confirmed</h1>"), HasSubstr("Go back to"),
+                      Not(HasSubstr("logged in"))));
+    EXPECT_THAT(returnPage("x://y", BrowserEnd::notFinished).html,
+                HasSubstr("<h1>The login was not finished</h1>"));
+}
+
+TEST(LoginPages, AWholeIdentityIsChosenAndItsNameFitsTheAccount) {
+    LocalIdentityForm form;
+    form.remembered = LocalIdentity{"Ada", "ada@example.org"};
+    EXPECT_THAT(localIdentityPage(form).html,
+                AllOf(HasSubstr("<summary>Use another identity</summary>"),
+                      HasSubstr("autocomplete=\"name\" maxlength=\"60\"")));
 }
 
 TEST(LoginPages, TheStyleIsTheOneThatTheHeadersPermit) {

@@ -195,6 +195,29 @@ TEST_P(OpenIdLoginTest, AConfirmationIsALoginOfItsOwn) {
     EXPECT_EQ(passwords, 2);
 }
 
+TEST_P(OpenIdLoginTest, AConfirmationIsNotHadByChangingTheAddress) {
+    start();
+    TestBrowser atService = browser();
+    TestBrowser atProvider(provider.port());
+    const auto goThrough = [&](const ProgramLogin& login) {
+        std::string address = atService.get(login.path).headers.at("location");
+        for (const std::string wish : {"&prompt=login", "&max_age=0"}) {
+            const auto found = address.find(wish);
+            address.erase(std::min(found, address.size()),
+                          found == std::string::npos ? 0 : wish.size());
+        }
+        return atService.get(pathOfUrl(walk(atProvider, address, "ada")));
+    };
+    const ProgramLogin login = program().begin("google");
+    const std::string handoff = redirectedValue(goThrough(login), "handoff_code");
+    const std::string token = textIn(program().complete(login, handoff), "access_token");
+
+    const TestResponse back = goThrough(program().begin("google", "delete_reauth", token));
+
+    EXPECT_EQ(passwords, 1);
+    EXPECT_EQ(redirectedValue(back, "error"), "server_error");
+}
+
 TEST_P(OpenIdLoginTest, AWrongSecretIsNoLogin) {
     settings.providers.front().clientSecret = "another";
     start();

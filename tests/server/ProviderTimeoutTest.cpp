@@ -50,7 +50,8 @@ TEST(ProviderTimeout, AProviderThatDoesNotAnswerInTimeIsAnOutage) {
     for (const auto outcome :
          {UpstreamReply::Outcome::timedOut, UpstreamReply::Outcome::unreachable}) {
         EndingTransport transport(outcome);
-        EXPECT_EQ(std::get<LoginRefusal>(finishOver(transport).result), LoginRefusal::unavailable);
+        EXPECT_EQ(std::get<LoginFailure>(finishOver(transport).result).refusal,
+                  LoginRefusal::unavailable);
         EXPECT_LE(transport.patience, std::chrono::seconds(15));
         EXPECT_GT(transport.patience, std::chrono::seconds(5));
     }
@@ -60,7 +61,8 @@ TEST(ProviderTimeout, AProviderThatCannotProveWhoItIsIsNotBelieved) {
     for (const auto outcome :
          {UpstreamReply::Outcome::untrusted, UpstreamReply::Outcome::malformed}) {
         EndingTransport transport(outcome);
-        EXPECT_EQ(std::get<LoginRefusal>(finishOver(transport).result), LoginRefusal::failed);
+        EXPECT_EQ(std::get<LoginFailure>(finishOver(transport).result).refusal,
+                  LoginRefusal::failed);
     }
 }
 

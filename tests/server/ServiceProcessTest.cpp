@@ -144,6 +144,49 @@ TEST_F(ServiceProcessTest, AMissingOrDamagedMemoryIsSaidAndStopsNothing) {
     }
 }
 
+TEST_F(ServiceProcessTest, WhyTheDatabaseFailsIsSaidAndCounted) {
+    ServiceProcess service({}, environment());
+    const auto port = service.waitForPort();
+    ASSERT_NE(port, 0);
+    const std::string header = "Authorization: Bearer " + token() + "\r\n";
+    std::filesystem::remove_all(folder.path() / ".local/share/lumivane-service");
+    TestClient client(port);
+    const auto refused =
+        client.ask("POST /v1/auth/logout HTTP/1.1\r\nHost: x\r\n" + header + "\r\n");
+    EXPECT_EQ(refused.errorCode(), "storage_unavailable");
+    TestClient watcher(port);
+    const std::string metrics = watcher.ask("GET /metrics HTTP/1.1\r\nHost: x\r\n\r\n").body;
+    EXPECT_EQ(metrics.find("lumivane_store_failures_total{case=\"unavailable\"} 0"),
+              std::string::npos);
+    EXPECT_NE(metrics.find("lumivane_store_failures_total{case=\"unavailable\"} "),
+              std::string::npos);
+    service.signal(SIGTERM);
+    EXPECT_EQ(service.waitForEnd(), 0);
+    const std::string log = service.errors();
+    EXPECT_NE(log.find("store failed case=unavailable reason=\"the database file was moved or "
+                       "deleted\"\n"),
+              std::string::npos)
+        << log;
+    EXPECT_EQ(log.find(token()), std::string::npos);
+}
+
+TEST_F(ServiceProcessTest, ThatNobodyCanLogInIsSaid) {
+    auto settings = environment();
+    settings["LUMIVANE_SERVICE_BEHIND_PROXY"] = "true";
+    settings["LUMIVANE_SERVICE_PUBLIC_BASE_URL"] = "https://lumivane.example";
+    ServiceProcess service({}, settings);
+    ASSERT_NE(service.waitForPort(), 0);
+    service.signal(SIGTERM);
+    EXPECT_EQ(service.waitForEnd(), 0);
+    EXPECT_NE(service.errors().find("nobody can log in: no provider is configured"),
+              std::string::npos);
+    ServiceProcess local({}, environment());
+    ASSERT_NE(local.waitForPort(), 0);
+    local.signal(SIGTERM);
+    EXPECT_EQ(local.waitForEnd(), 0);
+    EXPECT_EQ(local.errors().find("nobody can log in"), std::string::npos);
+}
+
 TEST_F(ServiceProcessTest, ASecondOneOnThePortSaysWhyItCannotStart) {
     ServiceProcess first({}, environment());
     const std::string port = std::to_string(first.waitForPort());
