@@ -1,7 +1,7 @@
 #include "server/analysis/ChatMessages.h"
 
-#include "server/analysis/StrictJson.h"
-#include "server/analysis/Utf8.h"
+#include "server/text/StrictJson.h"
+#include "server/text/Utf8.h"
 
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>

@@ -1,6 +1,6 @@
 #include "server/memory/ExerciseMatch.h"
 
-#include "server/analysis/StrictJson.h"
+#include "server/text/StrictJson.h"
 
 #include <gtest/gtest.h>
 
