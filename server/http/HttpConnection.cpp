@@ -205,7 +205,7 @@ asio::awaitable<std::optional<HttpResponse>> HttpConnection::handle(HttpRequest 
 }
 
 std::string HttpConnection::clientAddress() const {
-    const std::string peer = m_stream.remoteAddress();
+    std::string peer = m_stream.remoteAddress();
     if (m_shared.forwarded == ForwardedAddress::ignored) {
         return peer;
     }

@@ -105,7 +105,8 @@ public:
             asio::ip::tcp::socket& client = m_clients.emplace_back(m_context, asio::ip::tcp::v4());
             client.native_non_blocking(true);
             const asio::ip::tcp::endpoint full = endpoint();
-            ::connect(client.native_handle(), full.data(), static_cast<socklen_t>(full.size()));
+            static_cast<void>(::connect(client.native_handle(), full.data(),
+                                        static_cast<socklen_t>(full.size())));
         }
     }
 
