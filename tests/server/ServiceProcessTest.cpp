@@ -49,7 +49,7 @@ protected:
 
     /// Sends an analysis up to its body, which the service then waits for; gives that body.
     std::string beginSlowly(TestClient& client) {
-        const std::string body =
+        std::string body =
             R"({"screen_text":"The ferry sails every morning.","preset":"summary","client_version":"1"})";
         std::string bytes = analyze(body);
         bytes.resize(bytes.size() - body.size() - 2);
