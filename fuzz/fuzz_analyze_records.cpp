@@ -2,9 +2,9 @@
 #include "server/analysis/ChatMessages.h"
 #include "server/analysis/Extraction.h"
 #include "server/analysis/ModelAnswer.h"
-#include "server/analysis/StrictJson.h"
-#include "server/analysis/Utf8.h"
 #include "server/memory/ExerciseSigns.h"
+#include "server/text/StrictJson.h"
+#include "server/text/Utf8.h"
 
 #include <cstdint>
 #include <cstdlib>

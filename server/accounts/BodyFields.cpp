@@ -1,7 +1,7 @@
 #include "server/accounts/BodyFields.h"
 
 #include "server/accounts/AccountError.h"
-#include "server/analysis/StrictJson.h"
+#include "server/text/StrictJson.h"
 
 namespace lumivane::service {
 

@@ -1,8 +1,8 @@
 #include "server/analysis/AnalyzeRecords.h"
 
 #include "server/analysis/JpegDataUrl.h"
-#include "server/analysis/StrictJson.h"
-#include "server/analysis/Utf8.h"
+#include "server/text/StrictJson.h"
+#include "server/text/Utf8.h"
 
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>

@@ -2,11 +2,12 @@
 
 #include "server/analysis/ChatMessages.h"
 #include "server/analysis/ModelAnswer.h"
+#include "server/work/WorkPool.h"
 
 namespace lumivane::service {
 
 namespace asio = boost::asio;
-using Outcome = ChatReply::Outcome;
+using Outcome = UpstreamReply::Outcome;
 
 namespace {
 
@@ -55,9 +56,8 @@ EngineError errorOfStatus(int status) {
     }
 }
 
-} // namespace
-
-std::string textOfReply(const ChatReply& reply) {
+// Throws unless the model server took the request.
+void requireSuccess(const UpstreamReply& reply) {
     switch (reply.outcome) {
     case Outcome::unreachable:
         throw badGateway("upstream_unreachable",
@@ -77,17 +77,15 @@ std::string textOfReply(const ChatReply& reply) {
     if (reply.status < 200 || reply.status > 299) {
         throw errorOfStatus(reply.status);
     }
-    auto text = completionText(reply.body);
-    if (!text) {
-        throw invalidAnswer();
-    }
-    return *std::move(text);
 }
 
-ChatCompletionsEngine::ChatCompletionsEngine(std::unique_ptr<ChatTransport> transport,
-                                             std::string model, PromptLibrary prompts,
+} // namespace
+
+ChatCompletionsEngine::ChatCompletionsEngine(UpstreamTransport& transport, asio::thread_pool& pool,
+                                             ChatModel model, PromptLibrary prompts,
                                              ChatBudgets budgets)
-    : m_transport(std::move(transport))
+    : m_transport(transport)
+    , m_pool(pool)
     , m_model(std::move(model))
     , m_prompts(std::move(prompts))
     , m_budgets(budgets) {}
@@ -96,28 +94,80 @@ asio::awaitable<AnalysisAnswer> ChatCompletionsEngine::analyze(AnalyzeRequest re
     const Preset preset = request.preset;
     const MonotonicTime deadline =
         monotonicNow() + (preset == Preset::leetCode ? m_budgets.leetCode : m_budgets.standard);
-    auto messages = firstMessages(m_prompts.instructions(preset), request);
-    auto firstPost = m_transport->post(completionBody(m_model, messages), deadline);
-    const ChatReply firstReply = co_await std::move(firstPost);
-    const std::string text = textOfReply(firstReply);
-    auto answer = readModelAnswer(text, preset);
-    if (!answer && deadline - monotonicNow() >= m_budgets.fewestForRepair) {
-        appendRepair(messages, text, m_prompts.repair());
-        auto secondPost = m_transport->post(completionBody(m_model, messages), deadline);
-        const ChatReply secondReply = co_await std::move(secondPost);
-        // A failed second try takes nothing from what the first one said.
-        const auto repaired = secondReply.outcome == Outcome::answered && secondReply.status == 200
-                                  ? completionText(secondReply.body)
-                                  : std::nullopt;
-        answer = repaired ? readModelAnswer(*repaired, preset) : std::nullopt;
-    }
-    if (!answer) {
-        answer = plainModelAnswer(text, preset);
-    }
-    if (!answer) {
+    const auto asked = std::make_shared<const AnalyzeRequest>(std::move(request));
+    auto firstTry = ask(asked, std::nullopt, deadline);
+    UpstreamReply firstReply = co_await std::move(firstTry);
+    requireSuccess(firstReply);
+    auto firstReading = read(std::move(firstReply.body), preset);
+    Reading said = co_await std::move(firstReading);
+    if (!said.text) {
         throw invalidAnswer();
     }
-    co_return *std::move(answer);
+    if (!said.answer && deadline - monotonicNow() >= m_budgets.fewestForRepair) {
+        auto secondTry = ask(asked, said.text, deadline);
+        UpstreamReply secondReply = co_await std::move(secondTry);
+        // A failed second try takes nothing from what the first one said.
+        if (secondReply.outcome == Outcome::answered && secondReply.status == 200) {
+            auto secondReading = read(std::move(secondReply.body), preset);
+            Reading repaired = co_await std::move(secondReading);
+            said.answer = std::move(repaired.answer);
+        }
+    }
+    if (!said.answer) {
+        auto taking = [text = *said.text, preset] { return plainModelAnswer(text, preset); };
+        auto takingWords = runOnWorkPool(m_pool, std::move(taking));
+        said.answer = co_await std::move(takingWords);
+    }
+    if (!said.answer) {
+        throw invalidAnswer();
+    }
+    co_return *std::move(said.answer);
+}
+
+std::string ChatCompletionsEngine::bodyFor(const AnalyzeRequest& request,
+                                           const std::optional<std::string>& wrongAnswer) const {
+    auto messages = firstMessages(m_prompts.instructions(request.preset), request);
+    if (wrongAnswer) {
+        appendRepair(messages, *wrongAnswer, m_prompts.repair());
+    }
+    return completionBody(m_model.name, std::move(messages));
+}
+
+asio::awaitable<UpstreamReply> ChatCompletionsEngine::ask(SharedRequest request,
+                                                          std::optional<std::string> wrongAnswer,
+                                                          MonotonicTime deadline) {
+    // A picture of a whole display takes long enough to write that others would wait for it.
+    auto work = [this, request, wrongAnswer = std::move(wrongAnswer)] {
+        return bodyFor(*request, wrongAnswer);
+    };
+    auto writing = runOnWorkPool(m_pool, std::move(work));
+    UpstreamRequest post;
+    post.method = UpstreamRequest::Method::post;
+    post.url = m_model.url;
+    post.headers.emplace_back("Content-Type", "application/json");
+    post.headers.emplace_back("Accept", "application/json");
+    if (m_model.apiKey) {
+        post.headers.emplace_back("Authorization", "Bearer " + *m_model.apiKey);
+    }
+    post.body = co_await std::move(writing);
+    auto sending = m_transport.send(std::move(post), deadline);
+    UpstreamReply reply = co_await std::move(sending);
+    co_return reply;
+}
+
+asio::awaitable<ChatCompletionsEngine::Reading> ChatCompletionsEngine::read(std::string body,
+                                                                            Preset preset) {
+    auto work = [body = std::move(body), preset] {
+        Reading reading;
+        reading.text = completionText(body);
+        if (reading.text) {
+            reading.answer = readModelAnswer(*reading.text, preset);
+        }
+        return reading;
+    };
+    auto job = runOnWorkPool(m_pool, std::move(work));
+    Reading reading = co_await std::move(job);
+    co_return reading;
 }
 
 } // namespace lumivane::service

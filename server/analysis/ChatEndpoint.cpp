@@ -16,8 +16,8 @@ std::string completionsTarget(std::string path) {
 
 } // namespace
 
-ChatEndpoint parseChatEndpoint(std::string_view baseUrl) {
-    ChatEndpoint endpoint = parseUpstreamUrl(baseUrl);
+UpstreamUrl parseChatEndpoint(std::string_view baseUrl) {
+    UpstreamUrl endpoint = parseUpstreamUrl(baseUrl);
     endpoint.target = completionsTarget(std::move(endpoint.target));
     return endpoint;
 }

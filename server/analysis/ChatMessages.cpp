@@ -1,10 +1,13 @@
 #include "server/analysis/ChatMessages.h"
 
-#include "server/analysis/StrictJson.h"
-#include "server/analysis/Utf8.h"
+#include "server/text/StrictJson.h"
+#include "server/text/Utf8.h"
 
+#include <boost/algorithm/string/predicate.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>
+
+#include <cctype>
 
 namespace lumivane::service {
 
@@ -23,14 +26,56 @@ json::object message(std::string_view role, json::value content) {
     return record;
 }
 
+bool isBlank(char character) {
+    return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
+bool isNameCharacter(char character) {
+    return std::isalnum(static_cast<unsigned char>(character)) != 0 || character == '_';
+}
+
+void dropBlanks(std::string_view& text) {
+    while (!text.empty() && isBlank(text.front())) {
+        text.remove_prefix(1);
+    }
+}
+
+// Whether what stands behind a "<" could be read as one of the marks, however it is written.
+bool continuesMark(std::string_view text) {
+    dropBlanks(text);
+    while (!text.empty() && text.front() == '/') {
+        text.remove_prefix(1);
+        dropBlanks(text);
+    }
+    const auto begins = [text](std::string_view name) {
+        return boost::algorithm::istarts_with(text, name) &&
+               (text.size() == name.size() || !isNameCharacter(text[name.size()]));
+    };
+    return begins("screen") || begins("request");
+}
+
+// Foreign words must not be able to end the part that nobody has to obey.
+std::string withoutMarks(std::string_view words) {
+    std::string text;
+    text.reserve(words.size());
+    for (std::size_t index = 0; index < words.size(); ++index) {
+        if (words[index] == '<' && continuesMark(words.substr(index + 1))) {
+            text += "‹";
+        } else {
+            text += words[index];
+        }
+    }
+    return text;
+}
+
 // The marks tell the model where words begin that nobody has to obey.
 std::string userText(const AnalyzeRequest& request) {
     std::string text;
     if (request.customPrompt) {
-        text += "<request>\n" + *request.customPrompt + "\n</request>\n";
+        text += "<request>\n" + withoutMarks(*request.customPrompt) + "\n</request>\n";
     }
     if (request.screenText) {
-        text += "<screen>\n" + *request.screenText + "\n</screen>";
+        text += "<screen>\n" + withoutMarks(*request.screenText) + "\n</screen>";
     } else {
         text += "The screen is in the picture.";
     }
@@ -95,10 +140,10 @@ void appendRepair(json::array& messages, std::string_view answer, std::string_vi
     messages.push_back(message("user", json::value(view(repair))));
 }
 
-std::string completionBody(std::string_view model, const json::array& messages) {
+std::string completionBody(std::string_view model, json::array messages) {
     json::object record;
     record["model"] = view(model);
-    record["messages"] = messages;
+    record["messages"] = std::move(messages);
     record["stream"] = false;
     return json::serialize(record);
 }

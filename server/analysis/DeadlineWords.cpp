@@ -232,6 +232,26 @@ TimeMention timeMention(const std::vector<std::string>& words) {
     return hasMoment ? TimeMention::moment : TimeMention::none;
 }
 
+std::vector<std::string> momentNames(const std::vector<std::string>& words) {
+    std::vector<std::string> names;
+    const auto add = [&names](const std::string& word) {
+        if (std::none_of(word.begin(), word.end(), isDigit)) {
+            names.push_back(word);
+        }
+    };
+    for (std::size_t index = 0; index < words.size(); ++index) {
+        if (!isMomentAt(words, index)) {
+            continue;
+        }
+        add(words[index]);
+        const bool hasNext = index + 1 < words.size();
+        if (hasNext && (isIn(monthWords, words[index + 1]) || isDayHalf(words[index + 1]))) {
+            add(words[index + 1]);
+        }
+    }
+    return names;
+}
+
 std::size_t countMomentWords(const std::vector<std::string>& words) {
     std::size_t count = 0;
     for (std::size_t index = 0; index < words.size(); ++index) {

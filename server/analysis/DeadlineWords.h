@@ -20,6 +20,9 @@ bool isMoment(std::string_view word, std::string_view next);
 /// Judges the words of one sentence (ScreenWords.h), in the larger European languages.
 TimeMention timeMention(const std::vector<std::string>& words);
 
+/// The names in the moments of a sentence: of days, months and halves of a day, without numbers.
+std::vector<std::string> momentNames(const std::vector<std::string>& words);
+
 /// How many of the words belong to moments.
 std::size_t countMomentWords(const std::vector<std::string>& words);
 

@@ -2,7 +2,7 @@
 
 #include "server/analysis/ScreenSentences.h"
 #include "server/analysis/SentenceRanking.h"
-#include "server/analysis/Utf8.h"
+#include "server/text/Utf8.h"
 
 #include <algorithm>
 #include <vector>

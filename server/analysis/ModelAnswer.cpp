@@ -1,7 +1,7 @@
 #include "server/analysis/ModelAnswer.h"
 
-#include "server/analysis/StrictJson.h"
-#include "server/analysis/Utf8.h"
+#include "server/text/StrictJson.h"
+#include "server/text/Utf8.h"
 
 #include <boost/json/object.hpp>
 
@@ -26,6 +26,27 @@ std::optional<std::string> textUnder(const json::object& record, json::string_vi
 }
 
 bool isOneLine(std::string_view text) { return text.find('\n') == std::string_view::npos; }
+
+bool isControl(char32_t codePoint) {
+    return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
+}
+
+// A title is a heading of one line and the name of a note.
+std::string onOneLine(std::string_view text) {
+    std::string line;
+    bool isGap = false;
+    while (!text.empty()) {
+        const char32_t codePoint = takeCodePoint(text);
+        if (isSpace(codePoint) || isControl(codePoint)) {
+            isGap = !line.empty();
+            continue;
+        }
+        line += isGap ? " " : "";
+        isGap = false;
+        appendCodePoint(line, codePoint);
+    }
+    return line;
+}
 
 // The title that an answer in Markdown begins with.
 std::optional<std::string> leadingTitle(std::string_view text) {
@@ -70,8 +91,9 @@ void addProblemFields(AnalysisAnswer& answer, std::optional<std::string> title) 
     if (!title) {
         title = leadingTitle(answer.result);
     }
-    if (title) {
-        answer.questionTitle = shortened(*title, titleCodePoints);
+    const std::string line = onOneLine(title.value_or(std::string()));
+    if (!line.empty()) {
+        answer.questionTitle = shortened(line, titleCodePoints);
     }
     answer.answerStatus = AnswerStatus::liveUnvalidated;
 }

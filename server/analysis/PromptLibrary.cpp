@@ -1,6 +1,6 @@
 #include "server/analysis/PromptLibrary.h"
 
-#include "server/analysis/Utf8.h"
+#include "server/text/Utf8.h"
 
 #include <fstream>
 #include <sstream>

@@ -50,6 +50,21 @@ std::optional<std::size_t> numberOf(std::string_view word) {
     return std::nullopt;
 }
 
+// "The most important deadline", "the main question": whoever asks for one of
+// many must not get the many.
+bool choosesAmongMany(const std::vector<std::string>& words, std::size_t index) {
+    static constexpr std::array choosing{"important"sv, "main"sv, "key"sv};
+    static constexpr std::array between{"of"sv, "the"sv, "all"sv, "my"sv, "open"sv};
+    if (!isIn(choosing, words[index])) {
+        return false;
+    }
+    do {
+        ++index;
+    } while (index < words.size() && isIn(between, words[index]));
+    return index < words.size() && (isIn(deadlineWords, words[index]) || words[index] == "date" ||
+                                    isIn(questionWords, words[index]));
+}
+
 bool readWord(const std::string& word, PromptWish& wish) {
     if (isIn(summaryWords, word)) {
         wish.wantsSummary = true;
@@ -71,13 +86,16 @@ bool readWord(const std::string& word, PromptWish& wish) {
 
 std::optional<PromptWish> readPromptWish(std::string_view prompt) {
     PromptWish wish;
-    for (const std::string& word : wordsOf(prompt)) {
-        if (!readWord(word, wish)) {
+    const std::vector<std::string> words = wordsOf(prompt);
+    for (std::size_t index = 0; index < words.size(); ++index) {
+        if (choosesAmongMany(words, index) || !readWord(words[index], wish)) {
             return std::nullopt;
         }
     }
     const bool asksSomething = wish.wantsSummary || wish.wantsDeadlines || wish.wantsQuestions;
-    return asksSomething ? std::optional(wish) : std::nullopt;
+    // A number is the summary's; of a list it would ask for some of many.
+    const bool isWhole = wish.wantsSummary || !wish.lines;
+    return asksSomething && isWhole ? std::optional(wish) : std::nullopt;
 }
 
 } // namespace lumivane::service

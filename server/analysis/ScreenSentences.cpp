@@ -2,7 +2,7 @@
 
 #include "server/analysis/ScreenLines.h"
 #include "server/analysis/ScreenWords.h"
-#include "server/analysis/Utf8.h"
+#include "server/text/Utf8.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "server/analysis/ScreenWords.h"
 
-#include "server/analysis/Utf8.h"
+#include "server/text/Utf8.h"
 
 namespace lumivane::service {
 

@@ -1,7 +1,8 @@
 #include "server/analysis/SentenceRanking.h"
 
+#include "server/analysis/DeadlineWords.h"
 #include "server/analysis/ScreenWords.h"
-#include "server/analysis/Utf8.h"
+#include "server/text/Utf8.h"
 
 #include <algorithm>
 #include <cmath>
@@ -33,6 +34,41 @@ Terms weighedTerms(std::string_view text) {
     return terms;
 }
 
+// The numbers of one word, with the half of the day that a time of day ends in: "14th" and "14"
+// are the same, "5am" and "5pm" are not.
+std::string numbersOf(std::string_view word) {
+    std::string numbers;
+    bool isInNumber = false;
+    for (const char character : word) {
+        const bool isDigit = character >= '0' && character <= '9';
+        if (isDigit && !isInNumber) {
+            numbers += numbers.empty() ? "" : "-";
+        }
+        if (isDigit) {
+            numbers += character;
+        }
+        isInNumber = isDigit;
+    }
+    const bool isTime = word.ends_with("am") || word.ends_with("pm");
+    return numbers.empty() || !isTime ? numbers : numbers.append(word.substr(word.size() - 2));
+}
+
+// What a reader must not lose with a sentence, however much it is like another: which day, which
+// number.
+Terms detailsOf(std::string_view text) {
+    const std::vector<std::string> words = wordsOf(text);
+    Terms details;
+    for (std::string& name : momentNames(words)) {
+        details.insert(std::move(name));
+    }
+    for (const std::string& word : words) {
+        if (std::string numbers = numbersOf(word); !numbers.empty()) {
+            details.insert(std::move(numbers));
+        }
+    }
+    return details;
+}
+
 double lengthFactor(std::size_t words) {
     if (words < 6) {
         return 0.7;
@@ -61,6 +97,30 @@ bool areNearlySame(const Terms& left, const Terms& right) {
         shared += right.count(term);
     }
     return smaller > 0 && static_cast<double>(shared) > nearlySame * static_cast<double>(smaller);
+}
+
+// What of a sentence tells whether another one says the same.
+struct Saying {
+    explicit Saying(const ScreenSentence& sentence)
+        : isDeadline(sentence.time == TimeMention::deadline)
+        , terms(weighedTerms(sentence.text))
+        , details(detailsOf(sentence.text)) {}
+
+    bool isDeadline;
+    Terms terms;
+    Terms details;
+};
+
+bool holdsAll(const Terms& set, const Terms& wanted) {
+    return std::includes(set.begin(), set.end(), wanted.begin(), wanted.end());
+}
+
+// A headline and the sentence with more details are the same, two rows with different numbers are
+// not, and of a deadline no detail may get lost.
+bool saysNothingNew(const Saying& candidate, const Saying& known) {
+    const bool isTold = holdsAll(known.details, candidate.details) ||
+                        (!candidate.isDeadline && holdsAll(candidate.details, known.details));
+    return isTold && areNearlySame(candidate.terms, known.terms);
 }
 
 class TermWeights {
@@ -135,9 +195,9 @@ std::vector<std::size_t> chooseSentences(const std::vector<ScreenSentence>& sent
     std::iota(order.begin(), order.end(), 0U);
     std::stable_sort(order.begin(), order.end(),
                      [&scores](std::size_t a, std::size_t b) { return scores[a] > scores[b]; });
-    std::vector<Terms> known;
+    std::vector<Saying> known;
     for (const std::size_t index : taken) {
-        known.push_back(weighedTerms(sentences[index].text));
+        known.emplace_back(sentences[index]);
     }
     std::vector<std::size_t> chosen;
     for (const std::size_t index : order) {
@@ -147,11 +207,13 @@ std::vector<std::size_t> chooseSentences(const std::vector<ScreenSentence>& sent
         if (!wanted[index]) {
             continue;
         }
-        Terms terms = weighedTerms(sentences[index].text);
-        const auto isSame = [&terms](const Terms& other) { return areNearlySame(terms, other); };
-        if (std::none_of(known.begin(), known.end(), isSame)) {
+        Saying saying(sentences[index]);
+        const auto isTold = [&saying](const Saying& other) {
+            return saysNothingNew(saying, other);
+        };
+        if (std::none_of(known.begin(), known.end(), isTold)) {
             chosen.push_back(index);
-            known.push_back(std::move(terms));
+            known.push_back(std::move(saying));
         }
     }
     std::sort(chosen.begin(), chosen.end());

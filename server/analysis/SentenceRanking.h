@@ -13,7 +13,8 @@ namespace lumivane::service {
 std::vector<double> rankSentences(const std::vector<ScreenSentence>& sentences);
 
 /// Up to `count` sentences with the highest scores among those that `wanted` marks, none nearly
-/// the same as another or as one of `taken`; ties go to the earlier. In screen order.
+/// the same as another or as one of `taken`; ties go to the earlier. Sentences with different
+/// numbers or moments are never the same. In screen order.
 std::vector<std::size_t> chooseSentences(const std::vector<ScreenSentence>& sentences,
                                          const std::vector<double>& scores,
                                          const std::vector<bool>& wanted,

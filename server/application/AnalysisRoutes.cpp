@@ -13,6 +13,8 @@ namespace {
 
 // A picture of a whole display as base64 fits.
 constexpr std::uint64_t analyzeBodyBytes = 20 * 1024 * 1024;
+// A reader waits for one at a time, and may have left a few behind.
+constexpr std::size_t analysesOfAccount = 4;
 
 using Decoded = std::variant<AnalyzeRequest, RecordError>;
 
@@ -61,6 +63,7 @@ std::vector<Route> analysisRoutes(AnalysisEngine& engine, asio::thread_pool& poo
     analysis.bodyRule = BodyRule::json;
     analysis.bodyBytes = analyzeBodyBytes;
     analysis.waiting = Waiting::watched;
+    analysis.workLimiter = std::make_shared<WorkLimiter>(analysesOfAccount);
     analysis.handler = [&engine, &pool](HttpRequest request) {
         return answerAnalyze(engine, pool, std::move(request));
     };

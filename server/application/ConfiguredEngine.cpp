@@ -1,6 +1,7 @@
 #include "server/application/ConfiguredEngine.h"
 
 #include "server/analysis/ChatCompletionsEngine.h"
+#include "server/analysis/ChatEndpoint.h"
 #include "server/analysis/ExtractiveEngine.h"
 #include "server/memory/PracticeEngine.h"
 
@@ -22,16 +23,20 @@ std::unique_ptr<PracticeMemory> openMemory(const ServiceConfiguration& configura
 }
 
 std::unique_ptr<AnalysisEngine> makeGeneralEngine(const ServiceConfiguration& configuration,
+                                                  UpstreamTransport& upstream,
                                                   boost::asio::thread_pool& pool) {
     if (!configuration.chat) {
         return std::make_unique<ExtractiveEngine>(pool);
     }
     const ChatSettings& chat = *configuration.chat;
     try {
-        auto transport = makeHttpChatTransport(parseChatEndpoint(chat.baseUrl), chat.apiKey);
+        ChatModel model;
+        model.url = parseChatEndpoint(chat.baseUrl);
+        model.name = chat.model;
+        model.apiKey = chat.apiKey;
         return std::make_unique<ChatCompletionsEngine>(
-            std::move(transport), chat.model, PromptLibrary::load(configuration.promptsFolder));
-    } catch (const ChatEndpointError& error) {
+            upstream, pool, std::move(model), PromptLibrary::load(configuration.promptsFolder));
+    } catch (const UpstreamUrlError& error) {
         throw ConfigurationError(std::string("\"chat_base_url\" ") + error.what());
     } catch (const PromptError& error) {
         throw ConfigurationError(std::string("\"prompts_folder\": ") + error.what());
@@ -41,9 +46,10 @@ std::unique_ptr<AnalysisEngine> makeGeneralEngine(const ServiceConfiguration& co
 } // namespace
 
 std::unique_ptr<AnalysisEngine> makeConfiguredEngine(const ServiceConfiguration& configuration,
+                                                     UpstreamTransport& upstream,
                                                      boost::asio::thread_pool& pool) {
     return std::make_unique<PracticeEngine>(openMemory(configuration),
-                                            makeGeneralEngine(configuration, pool), pool);
+                                            makeGeneralEngine(configuration, upstream, pool), pool);
 }
 
 } // namespace lumivane::service

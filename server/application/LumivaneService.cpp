@@ -57,6 +57,12 @@ void addLoad(ServerMetrics& metrics, const std::string& pool, WorkLoad& load) {
 
 } // namespace
 
+std::string serviceUrl(const std::string& address, std::uint16_t port) {
+    const bool isLiteral = address.find(':') != std::string::npos;
+    const std::string host = isLiteral ? "[" + address + "]" : address;
+    return "http://" + host + ":" + std::to_string(port);
+}
+
 struct LumivaneService::Parts {
     Parts(asio::io_context& networkContext, const ServiceConfiguration& chosen, LogWriter log)
         : context(networkContext)
@@ -73,7 +79,7 @@ struct LumivaneService::Parts {
                                    {*database, clock, *upstream, storePool,
                                     [this](const LoginEvent& event) { events.loginEnded(event); }},
                                    sessionSettings(chosen.accounts)))
-        , engine(makeConfiguredEngine(chosen, analysisPool))
+        , engine(makeConfiguredEngine(chosen, *upstream, analysisPool))
         , sessions(*database, clock, storePool)
         , server(networkContext, Router(sessions, routes()), ServerLimits{}, std::move(log),
                  &metrics,

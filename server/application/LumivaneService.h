@@ -7,8 +7,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace lumivane::service {
+
+/// Where the service is found that listens there: "http://127.0.0.1:8787", "http://[::1]:8787".
+std::string serviceUrl(const std::string& address, std::uint16_t port);
 
 /// The whole service, put together as the settings say: database, sessions, logins, analysis and
 /// the server before them. The context's one thread is the network thread, and the context must

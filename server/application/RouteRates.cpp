@@ -26,9 +26,7 @@ bool isAmong(const Paths& paths, std::string_view path) {
 } // namespace
 
 std::shared_ptr<RateLimiter> makeLimiter(std::uint32_t perMinute) {
-    RateRule rule;
-    rule.perMinute = perMinute;
-    return std::make_shared<RateLimiter>(rule);
+    return std::make_shared<RateLimiter>(perMinute);
 }
 
 void setRouteRates(std::vector<Route>& routes, const AccountConfiguration& accounts) {

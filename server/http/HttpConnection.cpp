@@ -45,10 +45,14 @@ asio::awaitable<void> HttpConnection::run() {
 }
 
 asio::awaitable<void> HttpConnection::runRefusal() {
+    const MonotonicTime started = monotonicNow();
+    m_requestId = makeRequestId();
     HttpResponse response =
         errorResponse(503, "too_many_connections",
-                      "The service has too many connections. Try again shortly.", makeRequestId());
+                      "The service has too many connections. Try again shortly.", m_requestId);
     response.headers.emplace_back("Retry-After", "1");
+    response.headers.emplace_back("X-Request-Id", m_requestId);
+    report(response.status, started);
     const bool written = co_await writeResponse(m_stream, std::move(response), AnswerBody::sent,
                                                 AfterAnswer::close, m_shared.limits.linger);
     if (written) {
@@ -83,8 +87,24 @@ asio::awaitable<bool> HttpConnection::serveOne() {
     m_method = HttpMethod::other;
     m_keepsAlive = false;
     m_requestId = makeRequestId();
+    Answered answered = Answered::nothing;
+    try {
+        answered = co_await answerOne(started);
+    } catch (...) {
+        // Broken off as a whole, as at a stop.
+        report(0, started);
+        throw;
+    }
+    m_reader.finishRequest();
+    if (answered == Answered::closing) {
+        co_await end();
+    }
+    co_return answered == Answered::another;
+}
 
+asio::awaitable<HttpConnection::Answered> HttpConnection::answerOne(MonotonicTime started) {
     std::optional<HttpResponse> response = co_await respond();
+    m_place.reset();
     const int status = response ? response->status : 0;
     bool written = false;
     const bool keepsOpen = response && m_keepsAlive && !m_isFinishing;
@@ -96,11 +116,10 @@ asio::awaitable<bool> HttpConnection::serveOne() {
                                          m_shared.limits.write);
     }
     report(status, started);
-    m_reader.finishRequest();
-    if (written && !keepsOpen) {
-        co_await end();
+    if (!written) {
+        co_return Answered::nothing;
     }
-    co_return written&& keepsOpen;
+    co_return keepsOpen ? Answered::another : Answered::closing;
 }
 
 void HttpConnection::report(int status, MonotonicTime started) {
@@ -130,6 +149,7 @@ asio::awaitable<std::optional<HttpResponse>> HttpConnection::respond() {
     const std::string client = clientAddress();
     Admission admission = co_await m_shared.router.admit(m_reader.head(), m_requestId, client);
     m_route = admission.route;
+    m_place = std::move(admission.place);
     if (admission.refusal) {
         m_keepsAlive = m_reader.keepsAlive() && !m_reader.isBodyOutstanding();
         co_return std::move(admission.refusal);
@@ -187,7 +207,7 @@ asio::awaitable<std::optional<HttpResponse>> HttpConnection::handle(HttpRequest 
 }
 
 std::string HttpConnection::clientAddress() const {
-    const std::string peer = m_stream.remoteAddress();
+    std::string peer = m_stream.remoteAddress();
     if (m_shared.forwarded == ForwardedAddress::ignored) {
         return peer;
     }

@@ -47,6 +47,9 @@ public:
     boost::asio::cancellation_slot cancellationSlot();
 
 private:
+    // What the connection is good for once a request has been answered.
+    enum class Answered { another, closing, nothing };
+
     boost::asio::awaitable<bool> serveOne();
     boost::asio::awaitable<void> end();
     boost::asio::awaitable<std::optional<HttpResponse>> respond();
@@ -54,6 +57,7 @@ private:
     boost::asio::awaitable<std::optional<HttpResponse>> handle(HttpRequest request);
     std::optional<HttpResponse> failureOf(ReadEnd end, bool inBody);
     std::string clientAddress() const;
+    boost::asio::awaitable<Answered> answerOne(MonotonicTime started);
     void report(int status, MonotonicTime started);
 
     ServerShared& m_shared;
@@ -61,6 +65,7 @@ private:
     RequestReader m_reader;
     boost::asio::cancellation_signal m_cancel;
     const Route* m_route = nullptr;
+    WorkLimiter::Place m_place;
     std::string m_requestId;
     HttpMethod m_method = HttpMethod::other;
     bool m_keepsAlive = false;

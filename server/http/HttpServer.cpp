@@ -52,9 +52,9 @@ tcp::endpoint endpointOf(const ListenAddress& address) {
 HttpServer::HttpServer(asio::io_context& context, Router router, ServerLimits limits, LogWriter log,
                        ServerMetrics* metrics, ForwardedAddress forwarded)
     : m_context(context)
-    , m_shared(std::make_unique<ServerShared>(
-          ServerShared{std::move(router), limits, BodyBudget(limits.allBodyBytes), std::move(log),
-                       metrics != nullptr ? *metrics : m_ownMetrics, forwarded}))
+    , m_shared(std::make_unique<ServerShared>(ServerShared{
+          std::move(router), limits, BodyBudget(limits.allBodyBytes, limits.keptForSmall),
+          std::move(log), metrics != nullptr ? *metrics : m_ownMetrics, forwarded}))
     , m_acceptor(context)
     , m_stopTimer(context) {
     m_shared->metrics.addGauge("lumivane_http_connections", "Open connections.",

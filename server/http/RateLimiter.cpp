@@ -8,13 +8,13 @@
 
 namespace lumivane::service {
 
-RateLimiter::RateLimiter(RateRule rule, Clock clock, std::size_t mostKeys)
-    : m_rule(rule)
+RateLimiter::RateLimiter(std::uint32_t perMinute, Clock clock, std::size_t mostKeys)
+    : m_perMinute(perMinute)
     , m_clock(std::move(clock))
     , m_mostKeys(mostKeys) {}
 
 std::optional<std::chrono::seconds> RateLimiter::take(std::string_view key) {
-    if (m_rule.perMinute == 0) {
+    if (m_perMinute == 0) {
         return std::nullopt;
     }
     const Digest digest = digestOf(key);
@@ -26,7 +26,7 @@ std::optional<std::chrono::seconds> RateLimiter::take(std::string_view key) {
         bucket.tokens -= 1;
         return std::nullopt;
     }
-    const double wait = (1 - bucket.tokens) * 60 / m_rule.perMinute;
+    const double wait = (1 - bucket.tokens) * 60 / m_perMinute;
     return std::chrono::seconds(std::max(1L, std::lround(std::ceil(wait))));
 }
 
@@ -62,20 +62,20 @@ RateLimiter::Bucket& RateLimiter::bucketOf(const Digest& key, MonotonicTime now)
         m_places.erase(m_buckets.back().key);
         m_buckets.pop_back();
     }
-    m_buckets.push_front(Bucket{key, static_cast<double>(m_rule.perMinute), now});
+    m_buckets.push_front(Bucket{key, static_cast<double>(m_perMinute), now});
     m_places[key] = m_buckets.begin();
     return m_buckets.front();
 }
 
 double RateLimiter::tokensAt(const Bucket& bucket, MonotonicTime now) const {
     const std::chrono::duration<double> passed = now - bucket.filledAt;
-    const double filled = bucket.tokens + passed.count() * m_rule.perMinute / 60;
-    return std::min(filled, static_cast<double>(m_rule.perMinute));
+    const double filled = bucket.tokens + passed.count() * m_perMinute / 60;
+    return std::min(filled, static_cast<double>(m_perMinute));
 }
 
 // A full bucket is what a new key gets, so nothing is lost with it.
 void RateLimiter::forgetFullBuckets(MonotonicTime now) {
-    while (!m_buckets.empty() && tokensAt(m_buckets.back(), now) >= m_rule.perMinute) {
+    while (!m_buckets.empty() && tokensAt(m_buckets.back(), now) >= m_perMinute) {
         m_places.erase(m_buckets.back().key);
         m_buckets.pop_back();
     }

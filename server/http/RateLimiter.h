@@ -5,6 +5,7 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <list>
 #include <mutex>
@@ -14,14 +15,9 @@
 
 namespace lumivane::service {
 
-/// How often something may be done: in bursts of up to a minute's worth, and on average no more
-/// than that.
-struct RateRule {
-    std::uint32_t perMinute = 0; ///< 0: as often as one likes
-};
-
-/// Counts by key what each may do, as a bucket of tokens that fills up evenly. Each replica
-/// counts for itself. For any thread.
+/// Counts by key what each may do, as a bucket of tokens that fills up evenly: in bursts of up to
+/// a minute's worth, and on average no more than that. Each replica counts for itself. For any
+/// thread.
 ///
 /// Memory is bounded: keys are kept as digests, at most `mostKeys` of them, and the one unused
 /// for longest gives way.
@@ -29,7 +25,9 @@ class RateLimiter {
 public:
     using Clock = std::function<MonotonicTime()>;
 
-    explicit RateLimiter(RateRule rule, Clock clock = monotonicNow, std::size_t mostKeys = 20'000);
+    /// With `perMinute` 0 everything may be done as often as one likes.
+    explicit RateLimiter(std::uint32_t perMinute, Clock clock = monotonicNow,
+                         std::size_t mostKeys = 20'000);
 
     /// Takes one token of the key's bucket. None when there was one; else how long it takes until
     /// there is one again, in whole seconds from 1 up.
@@ -56,7 +54,7 @@ private:
     double tokensAt(const Bucket& bucket, MonotonicTime now) const;
     void forgetFullBuckets(MonotonicTime now);
 
-    RateRule m_rule;
+    std::uint32_t m_perMinute;
     Clock m_clock;
     std::size_t m_mostKeys;
     mutable std::mutex m_mutex;

@@ -85,7 +85,6 @@ RequestHead headOf(const Fields& request) {
     head.contentEncoding = joinedField(request, http::field::content_encoding);
     head.expect = joinedField(request, http::field::expect);
     head.ifNoneMatch = joinedField(request, http::field::if_none_match);
-    head.host = onlyField(request, http::field::host);
     head.origin = plainField(request, http::field::origin);
     head.cookie = onlyField(request, http::field::cookie);
     head.forwardedFor = joinedField(request, "X-Forwarded-For");
@@ -231,13 +230,12 @@ bool RequestReader::wantsContinue() const {
 asio::awaitable<ReadEnd> RequestReader::readBody(std::uint64_t limit) {
     Impl& impl = *m_impl;
     auto& parser = *impl.parser;
-    const std::uint64_t announced = announcedBodyBytes();
-    if (announced > limit) {
+    if (announcedBodyBytes() > limit) {
         co_return ReadEnd::tooLarge;
     }
-    if (!impl.share.growTo(announced)) {
-        co_return ReadEnd::overBudget;
-    }
+    // By the bytes that come, since announcing many costs a client nothing.
+    const auto size =
+        limit <= impl.limits.smallBodyBytes ? BodyBudget::Size::small : BodyBudget::Size::large;
     parser.body_limit(limit);
     parser.eager(true);
     impl.stream.arm(impl.limits.body, ConnectionStream::AtDeadline::breakOffRead);
@@ -247,7 +245,7 @@ asio::awaitable<ReadEnd> RequestReader::readBody(std::uint64_t limit) {
         if (error) {
             co_return endOf(error);
         }
-        if (!impl.share.growTo(parser.get().body().size())) {
+        if (!impl.share.growTo(parser.get().body().size(), size)) {
             co_return ReadEnd::overBudget;
         }
         if (impl.buffer.size() == impl.buffer.max_size()) {
@@ -278,9 +276,6 @@ asio::awaitable<void> RequestReader::watchForDisconnect() {
             co_return;
         }
     }
-    asio::steady_timer never(impl.stream.socket().get_executor());
-    never.expires_at(asio::steady_timer::time_point::max());
-    co_await never.async_wait(asio::use_awaitable);
 }
 
 asio::awaitable<void> RequestReader::discardRest() {

@@ -56,8 +56,9 @@ public:
     /// Gives the memory share of the present request back.
     void finishRequest();
 
-    /// Returns when the client has closed its side; until then it keeps what arrives. Never
-    /// throws. Meant to be cancelled.
+    /// Returns when the client has closed its side or has sent so far ahead that its going away
+    /// could not be seen any more; until then it keeps what arrives. Never throws. Meant to be
+    /// cancelled.
     boost::asio::awaitable<void> watchForDisconnect();
 
     /// Throws away what still comes, until the client closes or the deadline passes.

@@ -73,6 +73,12 @@ std::optional<Refusal> judgeRate(const RouteRate& rate, std::string_view key) {
     return wait ? std::optional(rateLimited(*wait)) : std::nullopt;
 }
 
+Refusal tooManyAtWork() {
+    return {429, "rate_limited",
+            "Too many requests of this account are at work. Try again when one has ended.",
+            std::chrono::seconds(1)};
+}
+
 bool namesType(std::string_view contentType, std::string_view wanted) {
     const auto end = contentType.find(';');
     const std::string type = boost::algorithm::trim_copy(std::string(contentType.substr(0, end)));
@@ -147,6 +153,10 @@ asio::awaitable<Admission> Router::admit(RequestHead head, std::string requestId
     }
     if (!refusal) {
         refusal = judgeContent(*admission.route, head);
+    }
+    if (!refusal && admission.route->workLimiter && admission.principal) {
+        admission.place = admission.route->workLimiter->take(admission.principal->accountId);
+        refusal = admission.place ? std::nullopt : std::optional(tooManyAtWork());
     }
     if (refusal) {
         admission.refusal = admission.route->refusalForm(*refusal, requestId);

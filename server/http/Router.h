@@ -4,6 +4,7 @@
 #include "server/http/ErrorEnvelope.h"
 #include "server/http/HttpMessage.h"
 #include "server/http/RateLimiter.h"
+#include "server/http/WorkLimiter.h"
 
 #include <boost/asio/awaitable.hpp>
 
@@ -54,6 +55,7 @@ struct Route {
     std::uint64_t bodyBytes = 64 * 1024; ///< at most, and never more than the server's own limit
     Waiting waiting = Waiting::brief;
     RouteRate rate = {};
+    std::shared_ptr<WorkLimiter> workLimiter; ///< by account; none: as many at once as one likes
     RefusalForm refusalForm = refusalResponse;
     Handler handler;
 };
@@ -65,6 +67,7 @@ struct Admission {
     std::optional<Principal> principal;
     std::optional<std::string> bearer;
     std::string pathParameter;
+    WorkLimiter::Place place; ///< to be held until the request is answered
 };
 
 /// The table of routes. It judges a request by its header alone, so that nobody without a token
@@ -78,8 +81,8 @@ public:
     Router(Authorizer& authorizer, std::vector<Route> routes);
 
     /// In this order: 404, 405 with Allow, 429 with Retry-After by address, 401 with
-    /// WWW-Authenticate or what the authorizer says, 429 by account, 415, 417. A GET route takes
-    /// HEAD as well.
+    /// WWW-Authenticate or what the authorizer says, 429 by account, 415, 417, 429 for too many at
+    /// work. A GET route takes HEAD as well.
     boost::asio::awaitable<Admission> admit(RequestHead head, std::string requestId,
                                             std::string clientAddress) const;
 

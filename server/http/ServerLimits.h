@@ -11,6 +11,8 @@ struct ServerLimits {
     std::uint32_t headerBytes = 16 * 1024;
     std::uint64_t bodyBytes = 20 * 1024 * 1024;
     std::uint64_t allBodyBytes = 320 * 1024 * 1024; ///< of all requests at work together
+    std::uint64_t smallBodyBytes = 64 * 1024;       ///< up to which a route's bodies count as small
+    std::uint64_t keptForSmall = 80 * 1024 * 1024;  ///< of allBodyBytes, as large ones wait longer
     std::size_t connections = 1200;
 
     std::chrono::milliseconds idle{60'000};   ///< a kept connection without a request

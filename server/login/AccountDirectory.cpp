@@ -2,10 +2,10 @@
 
 #include "server/accounts/SessionRows.h"
 #include "server/accounts/Tokens.h"
-#include "server/analysis/Utf8.h"
 #include "server/login/LocalIdentityProvider.h"
 #include "server/profile/HandleRules.h"
 #include "server/profile/ProfileRecords.h"
+#include "server/text/Utf8.h"
 
 #include <boost/algorithm/string/case_conv.hpp>
 #include <soci/soci.h>

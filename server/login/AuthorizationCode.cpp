@@ -1,7 +1,7 @@
 #include "server/login/AuthorizationCode.h"
 
-#include "server/analysis/StrictJson.h"
 #include "server/login/JsonFields.h"
+#include "server/text/StrictJson.h"
 
 namespace lumivane::service {
 

@@ -1,6 +1,6 @@
 #include "server/login/JsonFields.h"
 
-#include "server/analysis/StrictJson.h"
+#include "server/text/StrictJson.h"
 
 namespace lumivane::service {
 

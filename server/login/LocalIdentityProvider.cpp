@@ -1,12 +1,12 @@
 #include "server/login/LocalIdentityProvider.h"
 
 #include "server/accounts/Tokens.h"
-#include "server/analysis/Utf8.h"
 #include "server/login/Cookies.h"
 #include "server/login/JsonFields.h"
 #include "server/login/LoginCrypto.h"
 #include "server/login/LoginPages.h"
 #include "server/profile/ProfileRecords.h"
+#include "server/text/Utf8.h"
 
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/json/serialize.hpp>

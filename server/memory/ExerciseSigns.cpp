@@ -1,6 +1,6 @@
 #include "server/memory/ExerciseSigns.h"
 
-#include "server/analysis/StrictJson.h"
+#include "server/text/StrictJson.h"
 
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>

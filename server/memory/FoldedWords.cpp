@@ -1,6 +1,6 @@
 #include "server/memory/FoldedWords.h"
 
-#include "server/analysis/Utf8.h"
+#include "server/text/Utf8.h"
 
 #include <algorithm>
 #include <array>

@@ -1,10 +1,10 @@
 #include "server/memory/PracticeMemory.h"
 
-#include "server/analysis/StrictJson.h"
 #include "server/memory/ExerciseMatch.h"
 #include "server/memory/FoldedWords.h"
 #include "server/memory/MemoryFormat.h"
 #include "server/memory/Sqlite.h"
+#include "server/text/StrictJson.h"
 
 #include <algorithm>
 #include <mutex>

@@ -1,7 +1,7 @@
 #include "server/memory/ScreenHeadings.h"
 
-#include "server/analysis/Utf8.h"
 #include "server/memory/FoldedWords.h"
+#include "server/text/Utf8.h"
 
 #include <algorithm>
 #include <array>

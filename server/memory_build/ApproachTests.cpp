@@ -1,6 +1,6 @@
 #include "server/memory_build/ApproachTests.h"
 
-#include "server/analysis/StrictJson.h"
+#include "server/text/StrictJson.h"
 
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>

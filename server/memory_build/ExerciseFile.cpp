@@ -1,7 +1,9 @@
 #include "server/memory_build/ExerciseFile.h"
 
-#include "server/analysis/StrictJson.h"
-#include "server/analysis/Utf8.h"
+#include "server/text/StrictJson.h"
+#include "server/text/Utf8.h"
+
+#include <boost/json/serialize.hpp>
 
 #include <algorithm>
 #include <functional>
@@ -235,9 +237,25 @@ private:
     std::size_t m_line = 1;
 };
 
+// As strictly as the memory is read later on.
+bool isUtf8(std::string_view text) {
+    try {
+        parseStrictly(boost::json::serialize(boost::json::string(text.data(), text.size())));
+        return true;
+    } catch (const JsonError&) {
+        return false;
+    }
+}
+
 } // namespace
 
-Exercise readExercise(std::string_view text) { return Reader().read(text); }
+Exercise readExercise(std::string_view text) {
+    // The memory could be written, and then not be read any more.
+    if (!isUtf8(text)) {
+        throw ExerciseError("the text is not UTF-8");
+    }
+    return Reader().read(text);
+}
 
 // No blank line above a section: the panel sets one of its own there. Code stands under a heading
 // of its own, which the panel leaves out together with it.

@@ -2,8 +2,8 @@
 
 #include "server/accounts/AccountError.h"
 #include "server/accounts/BodyFields.h"
-#include "server/analysis/Utf8.h"
 #include "server/profile/HandleRules.h"
+#include "server/text/Utf8.h"
 
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>

@@ -1,7 +1,7 @@
 #include "server/profile/ProfileRoutes.h"
 
 #include "server/accounts/AnswerOnPool.h"
-#include "server/analysis/Utf8.h"
+#include "server/text/Utf8.h"
 
 #include <boost/asio/post.hpp>
 #include <boost/json/serialize.hpp>

@@ -1,7 +1,7 @@
+#include "server/upstream/NameResolver.h"
 #include "server/upstream/UpstreamTransport.h"
 
 #include <boost/asio/as_tuple.hpp>
-#include <boost/asio/connect.hpp>
 #include <boost/asio/experimental/awaitable_operators.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ssl/context.hpp>
@@ -35,19 +35,16 @@ constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
 
 using Request = http::request<http::string_body>;
 
-// One exchange. It is closed from outside to end it early, whatever it waits for.
+// One exchange. Its connection is closed from outside to end it early.
 struct Call {
     Call(const asio::any_io_executor& executor, ssl::context& context)
-        : resolver(executor)
-        , stream(executor, context) {}
+        : stream(executor, context) {}
 
     void close() {
-        resolver.cancel();
         error_code ignored;
         stream.next_layer().close(ignored);
     }
 
-    tcp::resolver resolver;
     ssl::stream<tcp::socket> stream; // its next layer alone where there is no TLS
 };
 
@@ -100,8 +97,10 @@ asio::awaitable<UpstreamReply> talk(Stream& stream, Request request) {
 
 class HttpUpstreamTransport : public UpstreamTransport {
 public:
-    HttpUpstreamTransport()
-        : m_context(ssl::context::tls_client) {
+    explicit HttpUpstreamTransport(UpstreamSettings settings)
+        : m_context(ssl::context::tls_client)
+        , m_resolver(std::move(settings.lookup))
+        , m_connectAttempt(settings.connectAttempt) {
         m_context.set_default_verify_paths();
         m_context.set_verify_mode(ssl::verify_peer);
     }
@@ -121,24 +120,49 @@ public:
 
 private:
     // Ends at the deadline, or when it is cancelled: at the end of the exchange, or because the
-    // client has gone. The exchange itself might wait in a place that no cancellation reaches.
+    // client has gone. The exchange itself might wait for its connection in a place that no
+    // cancellation reaches.
     static asio::awaitable<void> closeAt(CallPointer call, MonotonicTime deadline) {
-        asio::steady_timer timer(call->resolver.get_executor());
+        asio::steady_timer timer(call->stream.get_executor());
         timer.expires_at(deadline);
         co_await timer.async_wait(asTuple);
         call->close();
     }
 
-    static asio::awaitable<bool> connect(CallPointer call, UpstreamUrl url) {
-        const std::string port = std::to_string(url.port);
-        const auto [resolveError, addresses] =
-            co_await call->resolver.async_resolve(url.host, port, asTuple);
-        if (resolveError) {
-            co_return false;
+    asio::awaitable<bool> connect(CallPointer call, UpstreamUrl url) {
+        auto resolving = m_resolver.resolve(std::move(url.host), url.port);
+        const UpstreamAddresses found = co_await std::move(resolving);
+        const UpstreamAddresses addresses = kindsByTurns(found);
+        for (std::size_t index = 0; index < addresses.size(); ++index) {
+            const bool isLast = index + 1 == addresses.size();
+            auto attempt = isLast ? connectTo(call, addresses[index])
+                                  : connectSoon(call, addresses[index], m_connectAttempt);
+            const bool isConnected = co_await std::move(attempt);
+            if (isConnected) {
+                co_return true;
+            }
+            call->close();
         }
-        const auto [connectError, used] =
-            co_await asio::async_connect(call->stream.next_layer(), addresses, asTuple);
-        co_return !connectError;
+        co_return false;
+    }
+
+    static asio::awaitable<bool> connectTo(CallPointer call, tcp::endpoint address) {
+        const auto [error] = co_await call->stream.next_layer().async_connect(address, asTuple);
+        co_return !error;
+    }
+
+    static asio::awaitable<void> waitFor(std::chrono::milliseconds duration) {
+        asio::steady_timer timer(co_await asio::this_coro::executor, duration);
+        co_await timer.async_wait(asTuple);
+    }
+
+    static asio::awaitable<bool> connectSoon(CallPointer call, tcp::endpoint address,
+                                             std::chrono::milliseconds patience) {
+        auto connecting = connectTo(call, address);
+        auto waiting = waitFor(patience);
+        auto race = std::move(connecting) || std::move(waiting);
+        const std::variant<bool, std::monostate> first = co_await std::move(race);
+        co_return first.index() == 0 && std::get<0>(first);
     }
 
     static asio::awaitable<Outcome> secure(CallPointer call, std::string host) {
@@ -161,7 +185,7 @@ private:
     }
 
     // Throws nothing, so that the race against the deadline always has a result.
-    static asio::awaitable<UpstreamReply> exchange(CallPointer call, UpstreamRequest request) {
+    asio::awaitable<UpstreamReply> exchange(CallPointer call, UpstreamRequest request) {
         try {
             const bool isConnected = co_await connect(call, request.url);
             if (!isConnected) {
@@ -181,12 +205,14 @@ private:
     }
 
     ssl::context m_context;
+    NameResolver m_resolver;
+    std::chrono::milliseconds m_connectAttempt;
 };
 
 } // namespace
 
-std::unique_ptr<UpstreamTransport> makeHttpUpstreamTransport() {
-    return std::make_unique<HttpUpstreamTransport>();
+std::unique_ptr<UpstreamTransport> makeHttpUpstreamTransport(UpstreamSettings settings) {
+    return std::make_unique<HttpUpstreamTransport>(std::move(settings));
 }
 
 } // namespace lumivane::service

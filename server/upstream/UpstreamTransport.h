@@ -4,7 +4,11 @@
 #include "server/work/MonotonicTime.h"
 
 #include <boost/asio/awaitable.hpp>
+#include <boost/asio/ip/tcp.hpp>
 
+#include <chrono>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -48,9 +52,24 @@ public:
                                                        MonotonicTime deadline) = 0;
 };
 
+using UpstreamAddresses = std::vector<boost::asio::ip::tcp::endpoint>;
+
+/// Finds the addresses of a host, best first; none when it has none. It may block, and may throw.
+/// Called on threads that nobody waits for, several at a time.
+using NameLookup = std::function<UpstreamAddresses(const std::string& host, std::uint16_t port)>;
+
+/// The lookup of the system, which a silent name server holds up for many seconds.
+UpstreamAddresses systemNameLookup(const std::string& host, std::uint16_t port);
+
+struct UpstreamSettings {
+    NameLookup lookup = systemNameLookup;
+    std::chrono::milliseconds connectAttempt{2'000}; ///< for each address but the last one
+};
+
 /// The transport over HTTP/1.1, with TLS and a check of certificate and host name where the
 /// address is secure. One connection per request; redirects are not followed; answers of more
-/// than 2 MiB count as malformed. For the network thread alone.
-std::unique_ptr<UpstreamTransport> makeHttpUpstreamTransport();
+/// than 2 MiB count as malformed. A deadline and a cancellation end the exchange at once, whatever
+/// it waits for. For the network thread alone.
+std::unique_ptr<UpstreamTransport> makeHttpUpstreamTransport(UpstreamSettings settings = {});
 
 } // namespace lumivane::service

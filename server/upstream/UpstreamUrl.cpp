@@ -4,6 +4,7 @@
 #include <boost/url/parse.hpp>
 #include <boost/url/url_view.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <locale>
 
@@ -29,6 +30,17 @@ std::uint16_t portOf(const std::string& digits) {
 
 std::string lower(std::string_view text) {
     return boost::algorithm::to_lower_copy(std::string(text), std::locale::classic());
+}
+
+// What the library has decoded could be anything.
+bool isHost(std::string_view text) {
+    const auto isAllowed = [](char character) {
+        const bool isLetter = character >= 'a' && character <= 'z';
+        const bool isDigit = character >= '0' && character <= '9';
+        return isLetter || isDigit ||
+               std::string_view("-._~:").find(character) != std::string_view::npos;
+    };
+    return !text.empty() && std::all_of(text.begin(), text.end(), isAllowed);
 }
 
 } // namespace
@@ -58,7 +70,7 @@ UpstreamUrl parseUpstreamUrl(std::string_view text) {
     UpstreamUrl result;
     result.isSecure = scheme == "https";
     result.host = lower(url.host_address());
-    if ((scheme != "https" && scheme != "http") || result.host.empty()) {
+    if ((scheme != "https" && scheme != "http") || !isHost(result.host)) {
         throw UpstreamUrlError("must begin with https:// or http:// and a host");
     }
     if (!result.isSecure && !isLoopbackHost(result.host)) {

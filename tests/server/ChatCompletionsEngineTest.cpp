@@ -1,13 +1,17 @@
 #include "server/analysis/ChatCompletionsEngine.h"
 
 #include "server/FakeUpstream.h"
-#include "server/RunningServer.h"
+#include "server/analysis/ChatEndpoint.h"
+#include "server/work/WorkLoad.h"
 #include "support/WaitForCondition.h"
 
 #include <boost/asio/bind_cancellation_slot.hpp>
 #include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/co_spawn.hpp>
+#include <boost/asio/post.hpp>
 #include <gtest/gtest.h>
+
+#include <future>
 
 namespace lumivane::service {
 
@@ -19,9 +23,9 @@ using test::httpAnswer;
 
 class ChatCompletionsEngineTest : public testing::Test {
 protected:
-    std::unique_ptr<ChatCompletionsEngine> engineAt(const std::string& url) const {
-        auto transport = makeHttpChatTransport(parseChatEndpoint(url), "key-canary");
-        return std::make_unique<ChatCompletionsEngine>(std::move(transport), "model-name",
+    std::unique_ptr<ChatCompletionsEngine> engineAt(const std::string& url) {
+        ChatModel model{parseChatEndpoint(url), "model-name", "key-canary"};
+        return std::make_unique<ChatCompletionsEngine>(*transport, pool, std::move(model),
                                                        PromptLibrary::load(LUMIVANE_PROMPTS_FOLDER),
                                                        budgets);
     }
@@ -72,6 +76,8 @@ protected:
 
     ChatBudgets budgets;
     FakeUpstream upstream;
+    std::unique_ptr<UpstreamTransport> transport = makeHttpUpstreamTransport();
+    boost::asio::thread_pool pool{1};
 };
 
 TEST_F(ChatCompletionsEngineTest, SendsModelKeyAndMessages) {
@@ -187,6 +193,25 @@ TEST_F(ChatCompletionsEngineTest, ASilentModelTimesOutByItsPreset) {
     budgets.leetCode = 50ms;
     budgets.standard = 1h;
     EXPECT_EQ(outcomeOf({""}, Preset::leetCode), "504 upstream_timeout");
+}
+
+TEST_F(ChatCompletionsEngineTest, RequestsAreWrittenAwayFromTheNetworkThread) {
+    upstream.answerWith({completionAnswer(R"({"result":"Short","result_kind":"text"})")});
+    std::promise<void> release;
+    boost::asio::post(pool, [held = release.get_future().share()] { held.wait(); });
+    const auto engine = engineAt(upstream.baseUrl());
+    boost::asio::io_context context;
+    std::string outcome;
+    auto done = [&outcome](const std::exception_ptr&, std::string text) {
+        outcome = std::move(text);
+    };
+    boost::asio::co_spawn(context, describe(*engine, request(Preset::summary)), done);
+    context.poll();
+    EXPECT_EQ(WorkLoad::of(pool).waiting(), 1);
+    release.set_value();
+    context.restart();
+    context.run();
+    EXPECT_EQ(outcome, "text Short");
 }
 
 TEST_F(ChatCompletionsEngineTest, BudgetsStayUnderTheClientsOwn) {

@@ -107,6 +107,12 @@ TEST(ExerciseFile, MistakesAreNamedWithTheirLines) {
               "line 17: a code block that does not belong here");
 }
 
+// Such a memory could be written, and nobody could read it.
+TEST(ExerciseFile, BrokenTextIsRefused) {
+    EXPECT_EQ(errorOf(with("Sum Up", "Sum\xFFUp")), "the text is not UTF-8");
+    EXPECT_EQ(errorOf(with("Sum Up", "Sum \xED\xA0\x80")), "the text is not UTF-8");
+}
+
 TEST(ExerciseFile, WhatIsMissingIsSaid) {
     EXPECT_EQ(errorOf(""), "the title is missing");
     EXPECT_EQ(errorOf(with("- Function: addUp\n", "")), "the function or class is missing");

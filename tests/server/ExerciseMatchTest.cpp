@@ -1,7 +1,7 @@
 #include "server/memory/ExerciseMatch.h"
 
-#include "server/analysis/StrictJson.h"
 #include "server/memory/FoldedWords.h"
+#include "server/text/StrictJson.h"
 
 #include <gtest/gtest.h>
 

@@ -156,6 +156,45 @@ TEST(Extraction, NearlyEqualSentencesAreToldOnce) {
               "Second ferry line for the harbour\nTickets stay as cheap as they were");
 }
 
+TEST(Extraction, EveryDeadlineIsToldHoweverMuchTheyAreAlike) {
+    const std::vector<std::vector<std::string>> screens{
+        {"Rent for the flat is due on 14 March.", "Rent for the flat is due on 21 March.",
+         "Rent for the flat is due on 28 March."},
+        {"Physics homework 3 is due on Monday.", "Physics homework 4 is due on Friday."},
+        {"Submit the essay draft by 2026-03-14.", "Submit the essay final by 2026-04-18.",
+         "Review the essay draft by 2026-03-21."},
+        {"The yearly report for the Oslo office is due on Monday.",
+         "The yearly report for the Rome office is due on Tuesday.",
+         "The yearly report for the Bonn office is due on Wednesday.",
+         "The yearly report for the Lyon office is due on Thursday.",
+         "The yearly report for the Cork office is due on Friday."},
+        {"Submit the ferry timetable by 5am.", "Submit the ferry timetable by 5pm."},
+        {"The lease contract is due on 3 May.", "The lease contract is due on 3 June."},
+        {"Submit the lease contract by 2026-03-04.", "Submit the lease contract by 2026-04-03."}};
+    PromptWish wish;
+    wish.wantsDeadlines = true;
+    for (const auto& lines : screens) {
+        std::string text;
+        std::string expected = "Deadlines:";
+        for (const std::string& line : lines) {
+            text += line + "\n\n";
+            expected += "\n- " + line;
+        }
+        EXPECT_EQ(extractWish(text, wish), expected);
+    }
+    EXPECT_EQ(extractSummary(screens[1][0] + "\n\n" + screens[1][1]),
+              screens[1][0] + "\n" + screens[1][1]);
+}
+
+TEST(Extraction, ADeadlineThatIsRepeatedIsToldOnce) {
+    PromptWish wish;
+    wish.wantsDeadlines = true;
+    EXPECT_EQ(extractWish("Rent for the flat is due on 14 March.\n\n"
+                          "Reminder: rent for the flat is due on 14th March.",
+                          wish),
+              "Deadlines:\n- Rent for the flat is due on 14 March.");
+}
+
 TEST(Extraction, LongSentencesAreCutWithAMark) {
     std::string text = "word";
     for (int index = 0; index < 100; ++index) {
@@ -208,12 +247,18 @@ TEST(PromptWish, ReadsPromptsThatItUnderstandsWhole) {
     EXPECT_TRUE(readPromptWish("List all open questions")->wantsQuestions);
     EXPECT_EQ(readPromptWish("What is due?"), (PromptWish{false, true, false, std::nullopt}));
     EXPECT_EQ(readPromptWish("Key points in 3 lines")->lines, 3U);
+    EXPECT_EQ(readPromptWish("The main points and all deadlines"),
+              (PromptWish{true, true, false, std::nullopt}));
 }
 
 TEST(PromptWish, RefusesWhatItCouldOnlyHalfAnswer) {
-    for (const char* prompt : {"Translate the screen", "Summarise the screen in French", "", "the",
-                               "?", "List deadlines and write a reply", "Fasse den Text zusammen",
-                               "Summarise in two lines or three lines", "Summarise in 12 lines"}) {
+    for (const char* prompt :
+         {"Translate the screen", "Summarise the screen in French", "", "the", "?",
+          "List deadlines and write a reply", "Fasse den Text zusammen",
+          "Summarise in two lines or three lines", "Summarise in 12 lines", "Give me two questions",
+          "List 3 deadlines", "One deadline please", "What is the most important deadline?",
+          "The main question", "Summarise, and the most important of all deadlines",
+          "List the key dates", "the main open questions"}) {
         EXPECT_EQ(readPromptWish(prompt), std::nullopt) << prompt;
     }
 }

@@ -105,7 +105,9 @@ void FakeUpstream::serveClient(int client) {
         const std::string answer = nextAnswer();
         if (!answer.empty()) {
             ::send(client, answer.data(), answer.size(), MSG_NOSIGNAL);
-            ::shutdown(client, SHUT_WR);
+            if (!keepsOpen) {
+                ::shutdown(client, SHUT_WR);
+            }
             isAnswered = true;
         }
     }

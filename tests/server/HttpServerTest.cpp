@@ -222,14 +222,25 @@ TEST(HttpServer, AClientThatGoesAwayCancelsItsAnalysis) {
         waitForCondition([&] { return server.log().find("status=0") != std::string::npos; }));
 }
 
+// Behind so many bytes nobody could see it go away.
+TEST(HttpServer, AClientThatSendsFarAheadIsLeft) {
+    RunningServer server;
+    server.engine.manner = Manner::hold;
+    TestClient client(server.port());
+    client.send(analyzeRequestBytes(goodBody()));
+    ASSERT_TRUE(waitForCondition([&] { return server.engine.started == 1; }));
+    client.send(std::string(80'000, 'a'));
+    EXPECT_TRUE(waitForCondition([&] { return server.engine.cancelled == 1; }));
+}
+
 TEST(HttpServer, ManyClientsAtOnceEachGetTheirOwn) {
     RunningServer server;
     std::atomic<int> good = 0;
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < 8; ++thread) {
+    for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([&server, &good, thread] {
             TestClient client(server.port());
-            for (int round = 0; round < 20; ++round) {
+            for (int round = 0; round < 40; ++round) {
                 const std::string text = std::to_string(thread) + "-" + std::to_string(round);
                 const auto response = client.ask(
                     analyzeRequestBytes(R"({"screen_text":")" + text +
@@ -285,6 +296,28 @@ TEST(HttpServer, StoppingBreaksOffWhatDoesNotFinishInTime) {
     EXPECT_EQ(busy.read().status, 0);
     server.waitForEnd();
     EXPECT_EQ(server.engine.cancelled, 1);
+    const std::string log = server.log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1);
+    EXPECT_EQ(log.find("request method=POST route=analyze status=0 "), 0U) << log;
+}
+
+TEST(HttpServer, StoppingBreaksOffABodyThatDripsIn) {
+    ServerLimits limits;
+    limits.stop = 50ms;
+    RunningServer server(limits);
+    TestClient slow(server.port());
+    const std::string bytes = analyzeRequestBytes(goodBody(), "Expect: 100-continue\r\n");
+    const std::size_t end = bytes.find("\r\n\r\n") + 4;
+    slow.send(bytes.substr(0, end));
+    ASSERT_EQ(slow.read(false).status, 100);
+    slow.send(bytes.substr(end, 5));
+    server.stop();
+    EXPECT_TRUE(slow.readsEnd());
+    server.waitForEnd();
+    const std::string log = server.log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1);
+    EXPECT_NE(log.find(" status=0 "), std::string::npos) << log;
+    EXPECT_EQ(server.engine.started, 0);
 }
 
 TEST(HttpServer, LogsOneLineForEachRequestAndNothingOfWhatItHeld) {

@@ -190,9 +190,7 @@ TEST_P(LoginHttpTest, ADatabaseThatIsGoneIsSaidInWords) {
 }
 
 TEST_P(LoginHttpTest, TooManyLoginsAreSaidInWords) {
-    RateRule rule;
-    rule.perMinute = 2;
-    limiter = std::make_shared<RateLimiter>(rule, [] { return MonotonicTime(); });
+    limiter = std::make_shared<RateLimiter>(2, [] { return MonotonicTime(); });
     start();
     const ProgramLogin login = program().begin("google");
     EXPECT_EQ(browser().get(login.path).status, 200);

@@ -11,10 +11,8 @@ using namespace std::chrono_literals;
 class RateLimiterTest : public testing::Test {
 protected:
     RateLimiter limiter(std::uint32_t perMinute, std::size_t mostKeys = 100) {
-        RateRule rule;
-        rule.perMinute = perMinute;
         return RateLimiter(
-            rule, [this] { return now; }, mostKeys);
+            perMinute, [this] { return now; }, mostKeys);
     }
 
     static int takenAtOnce(RateLimiter& from, std::string_view key, int attempts) {

@@ -6,9 +6,7 @@ namespace {
 class RefreshRateTest : public AccountTest {
 protected:
     TokenExchange limitedTo(std::uint32_t perMinute) {
-        RateRule rule;
-        rule.perMinute = perMinute;
-        auto limiter = std::make_shared<RateLimiter>(rule, [this] { return now; });
+        auto limiter = std::make_shared<RateLimiter>(perMinute, [this] { return now; });
         return {database(), TokenDerivation::load(database()), clock(), settings,
                 std::move(limiter)};
     }

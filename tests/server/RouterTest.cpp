@@ -65,9 +65,7 @@ protected:
     }
 
     static std::shared_ptr<RateLimiter> twoAMinute() {
-        RateRule rule;
-        rule.perMinute = 2;
-        return std::make_shared<RateLimiter>(rule, [] { return MonotonicTime(); });
+        return std::make_shared<RateLimiter>(2, [] { return MonotonicTime(); });
     }
 
     Admission admit(const RequestHead& asked, const char* requestId) const {

@@ -3,6 +3,7 @@
 #include "server/http/BodyBudget.h"
 #include "support/WaitForCondition.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace lumivane::service {
@@ -20,6 +21,32 @@ namespace {
 
 const std::string healthRequest = "GET /healthz HTTP/1.1\r\nHost: localhost\r\n\r\n";
 
+// The head of an analysis whose client waits to be told to send so much.
+std::string announcing(std::uint64_t bytes) {
+    std::string head = analyzeRequestBytes("", "Expect: 100-continue\r\n");
+    const std::string none = "Content-Length: 0";
+    return head.replace(head.find(none), none.size(), "Content-Length: " + std::to_string(bytes));
+}
+
+boost::asio::awaitable<HttpResponse> answerNothing() { co_return HttpResponse(); }
+
+Route smallRoute() {
+    Route route;
+    route.name = "small";
+    route.method = HttpMethod::post;
+    route.path = "/small";
+    route.access = Access::open;
+    route.bodyRule = BodyRule::json;
+    route.handler = [](const HttpRequest&) { return answerNothing(); };
+    return route;
+}
+
+std::string smallRequestBytes(const std::string& body) {
+    return "POST /small HTTP/1.1\r\nHost: x\r\nContent-Type: application/json\r\n"
+           "Content-Length: " +
+           std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
 } // namespace
 
 TEST(ServerLimits, AHeaderOfMoreThan16KiBIs431) {
@@ -31,7 +58,7 @@ TEST(ServerLimits, AHeaderOfMoreThan16KiBIs431) {
     EXPECT_EQ(tooLong.ask(start + std::string(17'000, 'a') + "\r\n\r\n").errorCode(),
               "header_too_large");
     TestClient endless(server.port());
-    EXPECT_EQ(endless.ask(std::string(20'000, 'a')).status / 100, 4);
+    EXPECT_THAT(endless.ask(std::string(20'000, 'a')).status, testing::AnyOf(400, 431));
     std::string many = "GET /healthz HTTP/1.1\r\nHost: x\r\n";
     for (int index = 0; index < 4000; ++index) {
         many += "a: b\r\n";
@@ -89,6 +116,7 @@ TEST(ServerLimits, ChunkedBodiesAreTakenWithinTheLimit) {
 TEST(ServerLimits, AllBodiesTogetherAreBounded) {
     ServerLimits limits;
     limits.allBodyBytes = 100;
+    limits.keptForSmall = 0;
     RunningServer server(limits);
     server.engine.manner = Manner::hold;
     TestClient first(server.port());
@@ -100,6 +128,70 @@ TEST(ServerLimits, AllBodiesTogetherAreBounded) {
     EXPECT_EQ(first.read().status, 200);
     server.engine.manner = Manner::answer;
     EXPECT_EQ(first.ask(analyzeRequestBytes(goodBody())).status, 200);
+}
+
+TEST(ServerLimits, AnnouncingBytesKeepsNobodyOut) {
+    ServerLimits limits;
+    limits.allBodyBytes = 2 * limits.bodyBytes;
+    limits.keptForSmall = limits.bodyBytes;
+    RunningServer server(limits);
+    std::vector<std::unique_ptr<TestClient>> silent;
+    for (int index = 0; index < 3; ++index) {
+        silent.push_back(std::make_unique<TestClient>(server.port()));
+        silent.back()->send(announcing(limits.bodyBytes));
+        EXPECT_EQ(silent.back()->read(false).status, 100);
+    }
+    TestClient other(server.port());
+    EXPECT_EQ(other.ask(analyzeRequestBytes(goodBody())).status, 200);
+}
+
+TEST(ServerLimits, LargeBodiesLeaveRoomForSmallOnes) {
+    ServerLimits limits;
+    limits.bodyBytes = 1024 * 1024;
+    limits.allBodyBytes = 3 * limits.bodyBytes / 2;
+    limits.keptForSmall = limits.bodyBytes / 2;
+    RunningServer server(limits, ForwardedAddress::ignored, {smallRoute()});
+    TestClient upload(server.port());
+    upload.send(announcing(limits.bodyBytes));
+    EXPECT_EQ(upload.read(false).status, 100);
+    upload.send(std::string(limits.bodyBytes - 1, ' '));
+    EXPECT_TRUE(waitForCondition([&] {
+        TestClient analysis(server.port());
+        return analysis.ask(analyzeRequestBytes(goodBody())).errorCode() == "busy";
+    }));
+    TestClient small(server.port());
+    EXPECT_EQ(small.ask(smallRequestBytes(std::string(60'000, ' '))).status, 200);
+    upload.send("1");
+    EXPECT_EQ(upload.read().errorCode(), "invalid_request");
+    EXPECT_EQ(upload.ask(analyzeRequestBytes(goodBody())).status, 200);
+}
+
+TEST(ServerLimits, AnAccountHasAFewAnalysesAtWork) {
+    RunningServer server;
+    server.engine.manner = Manner::hold;
+    std::vector<std::unique_ptr<TestClient>> clients;
+    for (int index = 0; index < 4; ++index) {
+        clients.push_back(std::make_unique<TestClient>(server.port()));
+        clients.back()->send(analyzeRequestBytes(goodBody()));
+    }
+    ASSERT_TRUE(waitForCondition([&] { return server.engine.started == 4; }));
+    TestClient fifth(server.port());
+    const auto refused = fifth.ask(analyzeRequestBytes(goodBody()));
+    EXPECT_EQ(refused.status, 429);
+    EXPECT_EQ(refused.errorCode(), "rate_limited");
+    EXPECT_EQ(refused.headers.at("retry-after"), "1");
+    // Whoever leaves makes room, as does an answer.
+    clients.pop_back();
+    ASSERT_TRUE(waitForCondition([&] { return server.engine.cancelled == 1; }));
+    server.engine.manner = Manner::answer;
+    EXPECT_TRUE(waitForCondition([&] {
+        TestClient next(server.port());
+        return next.ask(analyzeRequestBytes(goodBody())).status == 200;
+    }));
+    server.onNetworkThread([&] { server.engine.release(); });
+    for (const auto& client : clients) {
+        EXPECT_EQ(client->read().status, 200);
+    }
 }
 
 TEST(ServerLimits, TellsAWaitingClientToGoOn) {
@@ -199,6 +291,14 @@ TEST(ServerLimits, OneConnectionTooManyIs503) {
     TestClient second(server.port());
     const auto response = second.ask(healthRequest);
     EXPECT_EQ(response.status, 503);
+    EXPECT_EQ(response.errorCode(), "too_many_connections");
+    EXPECT_NE(server.log().find("request method=OTHER route=none status=503 duration_ms="),
+              std::string::npos);
+    EXPECT_NE(server.log().find(" request_id=" + response.headers.at("x-request-id") + "\n"),
+              std::string::npos);
+    EXPECT_NE(first.ask("GET /metrics HTTP/1.1\r\nHost: x\r\n\r\n")
+                  .body.find("lumivane_http_requests_total{route=\"none\",status=\"5xx\"} 1\n"),
+              std::string::npos);
     first.close();
     second.close();
     EXPECT_TRUE(waitForCondition([&] {
@@ -216,6 +316,31 @@ TEST(ServerLimits, AnOpenRouteTakesNoBody) {
                                      "Content-Length: 10000000\r\n\r\nabc");
     EXPECT_EQ(response.status, 200);
     EXPECT_EQ(response.headers.at("connection"), "close");
+}
+
+TEST(ServerLimits, ABudgetKeepsAPartForSmallBodies) {
+    BodyBudget budget(10, 4);
+    BodyBudget::Share large(budget);
+    BodyBudget::Share another(budget);
+    BodyBudget::Share small(budget);
+    EXPECT_TRUE(large.growTo(5, BodyBudget::Size::large));
+    EXPECT_FALSE(large.growTo(7, BodyBudget::Size::large));
+    EXPECT_FALSE(another.growTo(2, BodyBudget::Size::large));
+    EXPECT_FALSE(small.growTo(6));
+    EXPECT_TRUE(small.growTo(5));
+    EXPECT_FALSE(another.growTo(1, BodyBudget::Size::large));
+    small.release();
+    EXPECT_TRUE(another.growTo(1, BodyBudget::Size::large));
+    large.release();
+    EXPECT_TRUE(small.growTo(9));
+    EXPECT_EQ(budget.used(), 10U);
+}
+
+TEST(ServerLimits, ABudgetWithoutRoomForLargeBodiesTakesSmallOnes) {
+    BodyBudget budget(10, 20);
+    BodyBudget::Share share(budget);
+    EXPECT_FALSE(share.growTo(1, BodyBudget::Size::large));
+    EXPECT_TRUE(share.growTo(10));
 }
 
 TEST(ServerLimits, ABudgetGivesBackWhatItGave) {

@@ -23,6 +23,8 @@ public:
 
     void signal(int number);
 
+    pid_t id() const { return m_process; }
+
     /// Its exit status; 128 and the signal's number when a signal ended it. At most ten seconds.
     int waitForEnd();
 

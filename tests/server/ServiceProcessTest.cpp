@@ -3,16 +3,20 @@
 #include "server/AccountFixture.h"
 #include "server/TemporaryFolder.h"
 #include "server/TestClient.h"
+#include "server/application/LumivaneService.h"
 #include "server/store/WallClock.h"
+#include "support/WaitForCondition.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <csignal>
 #include <fstream>
-#include <sstream>
 
 namespace lumivane::service {
 
+using lumivane::test::waitForCondition;
 using test::ServiceProcess;
 using test::TemporaryFolder;
 using test::TestClient;
@@ -43,6 +47,26 @@ protected:
                std::to_string(body.size()) + "\r\n\r\n" + body;
     }
 
+    /// Sends an analysis up to its body, which the service then waits for; gives that body.
+    std::string beginSlowly(TestClient& client) {
+        std::string body =
+            R"({"screen_text":"The ferry sails every morning.","preset":"summary","client_version":"1"})";
+        std::string bytes = analyze(body);
+        bytes.resize(bytes.size() - body.size() - 2);
+        client.send(bytes + "Expect: 100-continue\r\n\r\n");
+        EXPECT_EQ(client.read(false).status, 100);
+        return body;
+    }
+
+    static bool takesConnections(std::uint16_t port) {
+        try {
+            TestClient client(port);
+            return true;
+        } catch (const std::runtime_error&) {
+            return false;
+        }
+    }
+
     TemporaryFolder folder;
 
 private:
@@ -63,6 +87,50 @@ TEST_F(ServiceProcessTest, ServesUntilItIsToldToStop) {
     }
 }
 
+TEST_F(ServiceProcessTest, ABodyThatDripsInWhileItStopsIsStillAnswered) {
+    ServiceProcess service({}, environment());
+    const auto port = service.waitForPort();
+    ASSERT_NE(port, 0);
+    TestClient client(port);
+    const std::string body = beginSlowly(client);
+    client.send(body.substr(0, 5));
+    service.signal(SIGTERM);
+    ASSERT_TRUE(waitForCondition([port] { return !takesConnections(port); }));
+    client.send(body.substr(5));
+    const auto response = client.read();
+    EXPECT_EQ(response.status, 200);
+    EXPECT_EQ(response.headers.at("connection"), "close");
+    client.close();
+    EXPECT_EQ(service.waitForEnd(), 0);
+}
+
+TEST_F(ServiceProcessTest, ASecondSignalEndsItAtOnce) {
+    for (const int number : {SIGTERM, SIGINT}) {
+        ServiceProcess service({}, environment());
+        const auto port = service.waitForPort();
+        ASSERT_NE(port, 0);
+        TestClient client(port);
+        beginSlowly(client);
+        service.signal(number);
+        ASSERT_TRUE(waitForCondition([port] { return !takesConnections(port); }));
+        service.signal(number);
+        EXPECT_EQ(service.waitForEnd(), 128 + number);
+    }
+}
+
+TEST_F(ServiceProcessTest, ACrashLeavesNoImage) {
+    rlimit before{};
+    ::getrlimit(RLIMIT_CORE, &before);
+    const rlimit wide{before.rlim_max, before.rlim_max};
+    ::setrlimit(RLIMIT_CORE, &wide);
+    ServiceProcess service({}, environment());
+    ::setrlimit(RLIMIT_CORE, &before);
+    ASSERT_NE(service.waitForPort(), 0);
+    std::ifstream limits("/proc/" + std::to_string(service.id()) + "/limits");
+    const std::string text{std::istreambuf_iterator<char>(limits), {}};
+    EXPECT_THAT(text, testing::ContainsRegex("Max core file size +[01] "));
+}
+
 TEST_F(ServiceProcessTest, WithAModelItAnswersLeetCodeAlsoWithoutAMemory) {
     const auto file = folder.path() / "config.json";
     std::ofstream(file)
@@ -77,7 +145,7 @@ TEST_F(ServiceProcessTest, WithAModelItAnswersLeetCodeAlsoWithoutAMemory) {
     EXPECT_EQ(service.waitForEnd(), 0);
 }
 
-TEST_F(ServiceProcessTest, AnalysesForTheBearerOfItsTokenAndTellsNobody) {
+TEST_F(ServiceProcessTest, AnalysesForASessionAndTellsNobody) {
     ServiceProcess service({}, environment());
     const auto port = service.waitForPort();
     ASSERT_NE(port, 0);
@@ -257,6 +325,11 @@ TEST_F(ServiceProcessTest, ADatabaseThatCannotBeUsedEndsWith1AndKeepsItsPassword
     const std::string errors = service.errors();
     EXPECT_EQ(errors.find("lumivane-service: "), 0U);
     EXPECT_EQ(errors.find("canary"), std::string::npos) << errors;
+}
+
+TEST(ServiceUrl, AnAddressWithColonsStandsInBrackets) {
+    EXPECT_EQ(serviceUrl("127.0.0.1", 8787), "http://127.0.0.1:8787");
+    EXPECT_EQ(serviceUrl("::1", 80), "http://[::1]:80");
 }
 
 TEST_F(ServiceProcessTest, TellsItsVersionAndItsUse) {

@@ -1,4 +1,4 @@
-#include "server/analysis/StrictJson.h"
+#include "server/text/StrictJson.h"
 
 #include <boost/json/object.hpp>
 #include <gtest/gtest.h>

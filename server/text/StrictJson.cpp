@@ -1,4 +1,4 @@
-#include "server/analysis/StrictJson.h"
+#include "server/text/StrictJson.h"
 
 #include <boost/json/basic_parser_impl.hpp>
 #include <boost/json/parse.hpp>

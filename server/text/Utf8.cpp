@@ -1,4 +1,4 @@
-#include "server/analysis/Utf8.h"
+#include "server/text/Utf8.h"
 
 #include <algorithm>
 #include <array>

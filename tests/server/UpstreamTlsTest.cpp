@@ -1,5 +1,5 @@
 #include "server/TemporaryFolder.h"
-#include "server/analysis/ChatTransport.h"
+#include "server/upstream/UpstreamTransport.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/io_context.hpp>
@@ -13,7 +13,6 @@
 #include <openssl/x509v3.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <thread>
 
 namespace lumivane::service {
@@ -21,7 +20,7 @@ namespace lumivane::service {
 namespace asio = boost::asio;
 namespace ssl = asio::ssl;
 using namespace std::chrono_literals;
-using Outcome = ChatReply::Outcome;
+using Outcome = UpstreamReply::Outcome;
 
 namespace {
 
@@ -54,9 +53,9 @@ void writeCertificate(const std::string& path, const char* alternativeName) {
 } // namespace
 
 // A server with TLS that answers one client, which has to trust its certificate first.
-class HttpChatTransportTest : public testing::Test {
+class UpstreamTlsTest : public testing::Test {
 protected:
-    ChatReply exchange(const char* alternativeName, const std::string& trusted) {
+    UpstreamReply exchange(const char* alternativeName, const std::string& trusted) {
         writeCertificate(file("server.pem"), alternativeName);
         ::setenv("SSL_CERT_FILE", file(trusted).c_str(), 1);
         ::setenv("SSL_CERT_DIR", folder.path().c_str(), 1);
@@ -64,14 +63,15 @@ protected:
         asio::ip::tcp::acceptor acceptor(serverContext,
                                          {asio::ip::make_address("127.0.0.1"), std::uint16_t{0}});
         std::thread server([&] { serveOne(serverContext, acceptor); });
-        ChatEndpoint endpoint{true, "127.0.0.1", acceptor.local_endpoint().port(), "/c"};
-        const auto transport = makeHttpChatTransport(endpoint, std::nullopt);
+        UpstreamRequest request;
+        request.url = {true, "127.0.0.1", acceptor.local_endpoint().port(), "/c"};
+        const auto transport = makeHttpUpstreamTransport();
         asio::io_context context;
-        ChatReply reply;
-        auto done = [&reply](const std::exception_ptr&, ChatReply given) {
+        UpstreamReply reply;
+        auto done = [&reply](const std::exception_ptr&, UpstreamReply given) {
             reply = std::move(given);
         };
-        asio::co_spawn(context, transport->post("{}", monotonicNow() + 10s), done);
+        asio::co_spawn(context, transport->send(std::move(request), monotonicNow() + 10s), done);
         context.run();
         server.join();
         ::unsetenv("SSL_CERT_FILE");
@@ -82,6 +82,8 @@ protected:
     std::string file(const std::string& name) const { return (folder.path() / name).string(); }
 
     std::atomic<bool> wasAsked = false;
+    std::string answer = "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nfine";
+    bool takesLeave = false; // with the closing handshake
 
 private:
     void serveOne(asio::io_context& context, asio::ip::tcp::acceptor& acceptor) {
@@ -95,27 +97,43 @@ private:
         std::array<char, 4096> bytes{};
         if (!error && stream.read_some(asio::buffer(bytes), error) > 0) {
             wasAsked = true;
-            const std::string answer = "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nfine";
             asio::write(stream, asio::buffer(answer), error);
+        }
+        if (takesLeave) {
+            stream.shutdown(error);
         }
     }
 
     test::TemporaryFolder folder;
 };
 
-TEST_F(HttpChatTransportTest, TalksToAServerWithATrustedCertificate) {
-    const ChatReply reply = exchange("IP:127.0.0.1", "server.pem");
+TEST_F(UpstreamTlsTest, TalksToAServerWithATrustedCertificate) {
+    const UpstreamReply reply = exchange("IP:127.0.0.1", "server.pem");
     EXPECT_EQ(reply.outcome, Outcome::answered);
     EXPECT_EQ(reply.status, 200);
     EXPECT_EQ(reply.body, "fine");
 }
 
-TEST_F(HttpChatTransportTest, SendsNothingToAServerThatNobodyVouchesFor) {
+TEST_F(UpstreamTlsTest, ABodyWithoutALengthEndsWithTheClosingHandshake) {
+    answer = "HTTP/1.0 200 OK\r\n\r\nfine";
+    takesLeave = true;
+    const UpstreamReply reply = exchange("IP:127.0.0.1", "server.pem");
+    EXPECT_EQ(reply.outcome, Outcome::answered);
+    EXPECT_EQ(reply.body, "fine");
+}
+
+// Whoever cuts a connection must not decide where an answer ends.
+TEST_F(UpstreamTlsTest, ABodyWithoutALengthThatIsCutOffIsNone) {
+    answer = "HTTP/1.0 200 OK\r\n\r\nfine";
+    EXPECT_EQ(exchange("IP:127.0.0.1", "server.pem").outcome, Outcome::unreachable);
+}
+
+TEST_F(UpstreamTlsTest, SendsNothingToAServerThatNobodyVouchesFor) {
     EXPECT_EQ(exchange("IP:127.0.0.1", "none.pem").outcome, Outcome::untrusted);
     EXPECT_FALSE(wasAsked);
 }
 
-TEST_F(HttpChatTransportTest, SendsNothingToAServerWithAnotherName) {
+TEST_F(UpstreamTlsTest, SendsNothingToAServerWithAnotherName) {
     EXPECT_EQ(exchange("DNS:models.example.org", "server.pem").outcome, Outcome::untrusted);
     EXPECT_FALSE(wasAsked);
 }
