@@ -1,21 +1,37 @@
 #include "server/analysis/ChatCompletionsEngine.h"
 
-#include "server/FakeUpstream.h"
 #include "server/RunningServer.h"
+#include "server/ScriptedServer.h"
 #include "support/WaitForCondition.h"
 
 #include <boost/asio/bind_cancellation_slot.hpp>
 #include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/co_spawn.hpp>
+#include <boost/json/object.hpp>
+#include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
 
 namespace lumivane::service {
 
 using namespace std::chrono_literals;
 using lumivane::test::waitForCondition;
-using test::completionAnswer;
-using test::FakeUpstream;
 using test::httpAnswer;
+using test::ScriptedServer;
+
+namespace {
+
+/// A 200 whose completion carries `text`.
+std::string completionAnswer(const std::string& text) {
+    boost::json::object message;
+    message["content"] = text;
+    boost::json::object choice;
+    choice["message"] = std::move(message);
+    boost::json::object body;
+    body["choices"] = boost::json::array{std::move(choice)};
+    return httpAnswer(200, boost::json::serialize(body));
+}
+
+} // namespace
 
 class ChatCompletionsEngineTest : public testing::Test {
 protected:
@@ -48,7 +64,7 @@ protected:
 
     std::string secureUrl() const { return "https://127.0.0.1:" + std::to_string(upstream.port()); }
 
-    std::string outcome(Preset preset) { return outcomeAt(upstream.baseUrl(), request(preset)); }
+    std::string outcome(Preset preset) { return outcomeAt(upstream.url(), request(preset)); }
 
     std::string outcomeOf(std::vector<std::string> answers, Preset preset = Preset::summary) {
         upstream.answerWith(std::move(answers));
@@ -71,7 +87,7 @@ protected:
     }
 
     ChatBudgets budgets;
-    FakeUpstream upstream;
+    ScriptedServer upstream;
 };
 
 TEST_F(ChatCompletionsEngineTest, SendsModelKeyAndMessages) {
@@ -92,7 +108,7 @@ TEST_F(ChatCompletionsEngineTest, SendsPictures) {
     AnalyzeRequest picture = request(Preset::mcq);
     picture.screenText.reset();
     picture.imageDataUrl = "data:image/jpeg;base64,/9j/";
-    EXPECT_EQ(outcomeAt(upstream.baseUrl(), picture), "choice B");
+    EXPECT_EQ(outcomeAt(upstream.url(), picture), "choice B");
     EXPECT_NE(upstream.requests().at(0).find(
                   R"({"type":"image_url","image_url":{"url":"data:image/jpeg;base64,/9j/"}})"),
               std::string::npos);
@@ -154,14 +170,14 @@ TEST_F(ChatCompletionsEngineTest, BrokenAnswersAreInvalidOrUnreachable) {
 TEST_F(ChatCompletionsEngineTest, NobodyThereIsUnreachable) {
     std::string url;
     {
-        FakeUpstream gone;
-        url = gone.baseUrl();
+        ScriptedServer gone;
+        url = gone.url();
     }
     EXPECT_EQ(outcomeAt(url, request(Preset::summary)), "502 upstream_unreachable");
 }
 
 TEST_F(ChatCompletionsEngineTest, DoesNotSayWhetherItAnswersLeetCode) {
-    EXPECT_EQ(engineAt(upstream.baseUrl())->answersLeetCode(), std::nullopt);
+    EXPECT_EQ(engineAt(upstream.url())->answersLeetCode(), std::nullopt);
 }
 
 TEST_F(ChatCompletionsEngineTest, AServerWithoutTlsIsNoSecureServer) {
@@ -196,7 +212,7 @@ TEST_F(ChatCompletionsEngineTest, BudgetsStayUnderTheClientsOwn) {
 
 TEST_F(ChatCompletionsEngineTest, CancellingLeavesTheModelServer) {
     upstream.answerWith({""});
-    const auto engine = engineAt(upstream.baseUrl());
+    const auto engine = engineAt(upstream.url());
     boost::asio::io_context context;
     boost::asio::cancellation_signal cancel;
     bool isEnded = false;

@@ -1,5 +1,5 @@
 #include "server/LoginFixture.h"
-#include "server/ScriptedProvider.h"
+#include "server/ScriptedServer.h"
 #include "server/TokenMaker.h"
 #include "server/http/FormFields.h"
 #include "server/login/LoginCrypto.h"
@@ -107,7 +107,7 @@ protected:
         };
     }
 
-    ScriptedProvider remote;
+    ScriptedServer remote;
     TokenMaker maker{TokenMaker::Kind::rsa};
     std::function<void(const FormFields&)> prepare;
     std::string address;

@@ -1,4 +1,4 @@
-#include "server/FakeUpstream.h"
+#include "server/ScriptedServer.h"
 #include "server/upstream/UpstreamTransport.h"
 
 #include <boost/asio/co_spawn.hpp>
@@ -56,11 +56,11 @@ TEST(UpstreamUrl, NothingButHostPortAndPathIsTaken) {
 }
 
 TEST(UpstreamTransport, ARequestArrivesAsItWasMeant) {
-    FakeUpstream upstream;
+    ScriptedServer upstream;
     upstream.answerWith({httpAnswer(201, "fine")});
     UpstreamRequest request;
     request.method = UpstreamRequest::Method::post;
-    request.url = parseUpstreamUrl(upstream.baseUrl() + "/token");
+    request.url = parseUpstreamUrl(upstream.url("/token"));
     request.url.target += "?a=1";
     request.headers.emplace_back("Content-Type", "text/plain");
     request.body = "body";
@@ -75,18 +75,18 @@ TEST(UpstreamTransport, ARequestArrivesAsItWasMeant) {
 }
 
 TEST(UpstreamTransport, ADeadlineEndsTheWait) {
-    FakeUpstream upstream;
+    ScriptedServer upstream;
     UpstreamRequest request;
-    request.url = parseUpstreamUrl(upstream.baseUrl());
+    request.url = parseUpstreamUrl(upstream.url());
     EXPECT_EQ(exchange(std::move(request), 50ms).outcome, Outcome::timedOut);
 }
 
 TEST(UpstreamTransport, WhatIsNoHttpIsMalformed) {
-    FakeUpstream upstream;
+    ScriptedServer upstream;
     upstream.answersAnyBytes = true;
     upstream.answerWith({"220 mail.example.org ready\r\n\r\n"});
     UpstreamRequest request;
-    request.url = parseUpstreamUrl(upstream.baseUrl());
+    request.url = parseUpstreamUrl(upstream.url());
     EXPECT_EQ(exchange(std::move(request)).outcome, Outcome::malformed);
 }
 

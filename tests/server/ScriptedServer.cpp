@@ -1,6 +1,4 @@
-#include "server/ScriptedProvider.h"
-
-#include "server/FakeUpstream.h"
+#include "server/ScriptedServer.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -8,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -38,7 +37,7 @@ std::string pathIn(const std::string& request) {
 
 } // namespace
 
-ScriptedProvider::ScriptedProvider()
+ScriptedServer::ScriptedServer()
     : m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -53,32 +52,47 @@ ScriptedProvider::ScriptedProvider()
     m_thread = std::thread([this] { serve(); });
 }
 
-ScriptedProvider::~ScriptedProvider() {
+ScriptedServer::~ScriptedServer() {
     m_isStopping = true;
     m_thread.join();
     ::close(m_listener);
 }
 
-void ScriptedProvider::answer(const std::string& path, int status, const std::string& body) {
+void ScriptedServer::answer(const std::string& path, int status, const std::string& body) {
     const std::lock_guard lock(m_mutex);
-    m_answers[path] = httpAnswer(status, body);
+    m_answersOfPaths[path] = httpAnswer(status, body);
 }
 
-std::string ScriptedProvider::requestTo(const std::string& path) {
+void ScriptedServer::answerWith(std::vector<std::string> answers) {
     const std::lock_guard lock(m_mutex);
-    return m_requests[path].empty() ? std::string() : m_requests[path].back();
+    m_answers = std::move(answers);
 }
 
-int ScriptedProvider::countOf(const std::string& path) {
-    const std::lock_guard lock(m_mutex);
-    return static_cast<int>(m_requests[path].size());
-}
-
-std::string ScriptedProvider::url(const std::string& path) const {
+std::string ScriptedServer::url(const std::string& path) const {
     return "http://127.0.0.1:" + std::to_string(m_port) + path;
 }
 
-void ScriptedProvider::serve() {
+std::vector<std::string> ScriptedServer::requests() {
+    const std::lock_guard lock(m_mutex);
+    return m_requests;
+}
+
+std::string ScriptedServer::requestTo(const std::string& path) {
+    const std::lock_guard lock(m_mutex);
+    const auto last =
+        std::find_if(m_requests.rbegin(), m_requests.rend(),
+                     [&path](const std::string& request) { return pathIn(request) == path; });
+    return last == m_requests.rend() ? std::string() : *last;
+}
+
+int ScriptedServer::countOf(const std::string& path) {
+    const std::lock_guard lock(m_mutex);
+    return static_cast<int>(
+        std::count_if(m_requests.begin(), m_requests.end(),
+                      [&path](const std::string& request) { return pathIn(request) == path; }));
+}
+
+void ScriptedServer::serve() {
     while (!m_isStopping) {
         if (isReadable(m_listener)) {
             const int client = ::accept(m_listener, nullptr, nullptr);
@@ -88,8 +102,24 @@ void ScriptedProvider::serve() {
     }
 }
 
-void ScriptedProvider::serveClient(int client) {
+// Writes the request down: the bytes to answer it with, or none.
+std::string ScriptedServer::take(const std::string& request) {
+    const std::lock_guard lock(m_mutex);
+    m_requests.push_back(request);
+    if (const auto found = m_answersOfPaths.find(pathIn(request));
+        found != m_answersOfPaths.end()) {
+        return found->second;
+    }
+    std::string answer = m_answers.empty() ? std::string() : m_answers.front();
+    if (m_answers.size() > 1) {
+        m_answers.erase(m_answers.begin());
+    }
+    return answer;
+}
+
+void ScriptedServer::serveClient(int client) {
     std::string request;
+    bool isTaken = false;
     bool isAnswered = false;
     while (!m_isStopping) {
         if (!isReadable(client)) {
@@ -98,21 +128,25 @@ void ScriptedProvider::serveClient(int client) {
         char bytes[16384];
         const auto count = ::recv(client, bytes, sizeof bytes, 0);
         if (count <= 0) {
+            abandoned += isAnswered ? 0 : 1;
             return;
         }
         request.append(bytes, static_cast<std::size_t>(count));
-        if (isAnswered || !isWhole(request)) {
+        if (isTaken || !(answersAnyBytes || isWhole(request))) {
             continue;
         }
-        isAnswered = true;
-        const std::lock_guard lock(m_mutex);
-        const std::string path = pathIn(request);
-        m_requests[path].push_back(request);
-        if (const auto found = m_answers.find(path); found != m_answers.end()) {
-            ::send(client, found->second.data(), found->second.size(), MSG_NOSIGNAL);
+        isTaken = true;
+        if (const std::string answer = take(request); !answer.empty()) {
+            ::send(client, answer.data(), answer.size(), MSG_NOSIGNAL);
             ::shutdown(client, SHUT_WR);
+            isAnswered = true;
         }
     }
+}
+
+std::string httpAnswer(int status, const std::string& body) {
+    return "HTTP/1.1 " + std::to_string(status) +
+           " Text\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
 } // namespace lumivane::service::test
