@@ -138,7 +138,9 @@ void ScriptedServer::serveClient(int client) {
         isTaken = true;
         if (const std::string answer = take(request); !answer.empty()) {
             ::send(client, answer.data(), answer.size(), MSG_NOSIGNAL);
-            ::shutdown(client, SHUT_WR);
+            if (!keepsOpen) {
+                ::shutdown(client, SHUT_WR);
+            }
             isAnswered = true;
         }
     }

@@ -39,6 +39,9 @@ public:
     /// Whether the first bytes get an answer, and not only a whole request.
     std::atomic<bool> answersAnyBytes = false;
 
+    /// Whether the connection stays open behind an answer.
+    std::atomic<bool> keepsOpen = false;
+
     /// How many clients left before they had an answer.
     std::atomic<int> abandoned = 0;
 
