@@ -15,8 +15,8 @@ namespace lumivane::service {
 /// outlive the service.
 class LumivaneService {
 public:
-    /// Opens the database and brings its schema up to date. Throws ConfigurationError and
-    /// StoreError.
+    /// Opens the database and brings its schema up to date. Throws ConfigurationError, TokenError
+    /// and StoreError.
     LumivaneService(boost::asio::io_context& context, const ServiceConfiguration& configuration,
                     LogWriter log);
     ~LumivaneService();
