@@ -1,4 +1,4 @@
-# The few commands of daily work; each is one call of a script, of cmake or of ctest.
+# The few commands of daily work: calls of scripts, of cmake and of ctest.
 
 JOBS ?= $(shell nproc)
 export CTEST_OUTPUT_ON_FAILURE = 1

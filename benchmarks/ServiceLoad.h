@@ -3,9 +3,7 @@
 #include <sys/types.h>
 
 #include <chrono>
-#include <cstddef>
 #include <functional>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>

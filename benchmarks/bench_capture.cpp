@@ -6,7 +6,7 @@
 // Each round takes all three, so that whatever else the machine does falls on them alike. Ends
 // with 1 when a ratio is over its bar.
 
-#include "async/SystemClock.h"
+#include "Samples.h"
 #include "platform/linux/XcbDisplayServer.h"
 #include "support/XServer.h"
 #include "support/XTestClient.h"
@@ -20,11 +20,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <stdexcept>
-#include <vector>
 
 using namespace lumivane;
+using bench::Samples;
 
 namespace {
 
@@ -78,28 +77,15 @@ private:
     xcb_shm_seg_t m_segment;
 };
 
-class Samples {
-public:
-    template <typename Work>
-    void add(Work work) {
-        const MonotonicInstant begin = m_clock.now();
-        const QImage image = work();
-        m_milliseconds.push_back(double((m_clock.now() - begin).count()) / 1e6);
-        if (image.isNull()) {
+// A frame that is none counts for nothing.
+template <typename Work>
+auto framed(Work work) {
+    return [work] {
+        if (work().isNull()) {
             throw std::runtime_error("no frame");
         }
-    }
-
-    double median() {
-        const auto middle = m_milliseconds.begin() + std::ptrdiff_t(m_milliseconds.size() / 2);
-        std::nth_element(m_milliseconds.begin(), middle, m_milliseconds.end());
-        return *middle;
-    }
-
-private:
-    SystemClock m_clock;
-    std::vector<double> m_milliseconds;
-};
+    };
+}
 
 /// A desktop with a wallpaper and overlapping windows, as a trigger may find it.
 void furnish(test::XTestClient& client, const QSize& size) {
@@ -108,6 +94,17 @@ void furnish(test::XTestClient& client, const QSize& size) {
         client.show({.area = QRect(40 + number * 90, 30 + number * 45, 800, 500),
                      .seed = std::uint32_t(number + 1)});
     }
+}
+
+/// Whether both ratios are within their bars.
+bool tell(const QSize& size, double bare, double without, double with) {
+    const double withoutRatio = without / bare;
+    const double withRatio = with / bare;
+    std::printf("%dx%d  bare grab %.2f ms  still %.2f ms (%.2f, bar %.1f)  "
+                "still under a panel %.2f ms (%.2f, bar %.1f)\n",
+                size.width(), size.height(), bare, without, withoutRatio, barWithoutWindows, with,
+                withRatio, barWithPanel);
+    return withoutRatio <= barWithoutWindows && withRatio <= barWithPanel;
 }
 
 bool measure(const QSize& size, int rounds) {
@@ -121,9 +118,10 @@ bool measure(const QSize& size, int rounds) {
                                ours.processID(),
                                std::nullopt,
                                {size.width(), size.height()}};
-    const auto still = [&] { return displayServer.still(request); };
     const test::XWindowSpec panel{.area = QRect(size.width() - 460, 40, 420, 320), .seed = 30};
 
+    const auto grab = framed([&] { return bareGrab.take(); });
+    const auto still = framed([&] { return displayServer.still(request); });
     Samples bare;
     Samples without;
     Samples with;
@@ -131,25 +129,19 @@ bool measure(const QSize& size, int rounds) {
     for (int round = 0; round < rounds; ++round) {
         // Each finds the caches as the other left them, as often before it as behind it.
         if (round % 2 == 0) {
-            bare.add([&] { return bareGrab.take(); });
-            without.add(still);
+            bare.measure(grab);
+            without.measure(still);
         } else {
-            without.add(still);
-            bare.add([&] { return bareGrab.take(); });
+            without.measure(still);
+            bare.measure(grab);
         }
         const xcb_window_t window = ours.show(panel);
-        bareGrab.take(); // the server paints what changed
-        with.add(still);
+        grab(); // the server paints what changed
+        with.measure(still);
         ours.hide(window);
         still();
     }
-    const double withoutRatio = without.median() / bare.median();
-    const double withRatio = with.median() / bare.median();
-    std::printf("%dx%d  bare grab %.2f ms  still %.2f ms (%.2f, bar %.1f)  "
-                "still under a panel %.2f ms (%.2f, bar %.1f)\n",
-                size.width(), size.height(), bare.median(), without.median(), withoutRatio,
-                barWithoutWindows, with.median(), withRatio, barWithPanel);
-    return withoutRatio <= barWithoutWindows && withRatio <= barWithPanel;
+    return tell(size, bare.median(), without.median(), with.median());
 }
 
 } // namespace

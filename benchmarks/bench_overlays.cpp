@@ -7,37 +7,20 @@
 // Ends with 1 when a bar is missed.
 
 #include "OverlayMeters.h"
-#include "analysis/AppModel.h"
-#include "overlays/OverlayCoordinator.h"
+#include "OverlayRig.h"
 #include "overlays/qml/OverlayViewsInstall.h"
-#include "platform/AccessibilitySettings.h"
-#include "platform/linux/QtImageCodec.h"
-#include "platform/linux/QuickPanelHost.h"
-#include "platform/linux/ScreenScales.h"
-#include "platform/linux/XcbDisplayServer.h"
-#include "platform/linux/XcbHotKeyRegistrar.h"
-#include "screen/ScreenCaptureService.h"
-#include "screen/ScreenCaptureWarmUp.h"
-#include "screen/ScreenImageReducer.h"
-#include "screen/ScreenTextExtractor.h"
-#include "support/AppModelFakes.h"
 #include "support/EventLoop.h"
 #include "support/XServer.h"
 #include "support/XTestClient.h"
 
 #include <QGuiApplication>
-#include <QQmlEngine>
 #include <QQuickWindow>
-#include <QThreadPool>
 #include <QWheelEvent>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
 #include <stdexcept>
-#include <utility>
-#include <vector>
 
 namespace {
 
@@ -53,122 +36,9 @@ constexpr double tickBar = 0.1;       ///< milliseconds
 constexpr double syncsBar = 1;        ///< a second
 constexpr double memoryBar = 1024;    ///< KiB
 
-class MuteAnnouncer final : public Announcer {
-public:
-    void announce(const QString&, AnnouncementPriority) override {}
-};
-
-/// Nothing to read, at no cost.
-class InstantRecogniser final : public TextRecogniser {
-public:
-    std::vector<RecognisedRun> recognise(const QImage&, std::stop_token) override { return {}; }
-
-    void prepare() override {}
-};
-
-class Settings final : public AccessibilitySettings {
-public:
-    bool reduceMotion() const override { return false; }
-
-    bool reduceTransparency() const override { return false; }
-};
-
-/// The coordinator and all that is under it, as in the program.
-struct Panels {
-    explicit Panels(MeteredApplication& itsApplication)
-        : application(itsApplication) {
-        engine.addImportPath(u":/qt/qml"_qs);
-    }
-
-    static QQuickWindow& window() {
-        for (QWindow* candidate : QGuiApplication::topLevelWindows()) {
-            auto* panel = qobject_cast<QQuickWindow*>(candidate);
-            if (panel != nullptr && panel->isVisible()) {
-                return *panel;
-            }
-        }
-        throw std::runtime_error("no panel is up");
-    }
-
-    /// Runs the loop until a panel has painted a frame; when that was.
-    MonotonicInstant waitForFrame() {
-        if (!waitUntil([this] { return application.frame.has_value(); })) {
-            throw std::runtime_error("a panel did not paint");
-        }
-        return *std::exchange(application.frame, std::nullopt);
-    }
-
-    void clear() {
-        overlays.clearAll();
-        drainEvents();
-        application.frame.reset();
-    }
-
-    MeteredApplication& application;
-    ScreenScales scales;
-    XcbDisplayServer displays{[this](const QString& name) { return scales.scaleOf(name); }};
-    const std::uint32_t displayID = displays.displays().at(0).displayID;
-    MeteredClock clock;
-    QQmlEngine engine;
-    CompositorWatch compositor;
-    QuickPanelHost host{displays, clock, engine, compositor};
-    XcbHotKeyRegistrar hotKeys;
-    MuteAnnouncer announcer;
-    Journal journal;
-    FakePasteboard blindPasteboard{journal};
-    OverlayPasteboard pasteboard{blindPasteboard};
-    OverlayCoordinator overlays{host, hotKeys, displays, announcer, pasteboard, clock};
-    AppSettings settings;
-};
-
-/// The application model with a run that waits for its answer for ever.
-struct Road {
-    explicit Road(Panels& panels)
-        : panels(panels) {
-        service.script.hold();
-        panels.settings.configured = true;
-    }
-
-    ~Road() {
-        service.script.cancelPending();
-        drainEvents();
-    }
-
-    Panels& panels;
-    QThreadPool workers;
-    QtImageCodec codec;
-    ScreenImageReducer reducer{codec, workers};
-    InstantRecogniser recogniser;
-    ScreenTextExtractor extractor{recogniser, reducer, workers, panels.clock};
-    ScreenCaptureService capture{panels.displays, workers, QGuiApplication::applicationPid()};
-    ScreenCaptureWarmUp warmUp{panels.displays, workers, panels.clock,
-                               QGuiApplication::applicationPid()};
-    FakeSettingsStore store{panels.journal};
-    FakePermission permission{panels.journal};
-    FakeLoginService loginService{panels.journal};
-    FakeRelaunch relauncher{panels.journal};
-    FakeShell shell{panels.journal};
-    FakeAnalysisService service{panels.journal};
-    FakeSession session{panels.journal};
-    FakeNotes notes{panels.journal};
-    FakeNotifications notifications{panels.journal};
-    FakeSound sound{panels.journal};
-    FakeSettingsPresenter presenter{panels.journal};
-    TriggerController triggers{panels.hotKeys, panels.displays, panels.clock};
-};
-
 /// From the trigger to the frame, and to the pixels on the screen.
 bool measureWorking(Panels& panels, XTestClient& screen, int shows) {
     Road road(panels);
-    road.store.stored = panels.settings;
-    road.store.stored.overlayPosition = OverlayPosition::middleCenter;
-    AppModel model({road.store,         road.service,    road.capture,    road.warmUp,
-                    road.reducer,       road.extractor,  road.permission, road.loginService,
-                    road.notifications, road.notes,      road.relauncher, panels.blindPasteboard,
-                    road.sound,         panels.displays, road.triggers,   panels.overlays,
-                    panels.pasteboard,  road.session,    road.presenter,  road.shell,
-                    panels.clock});
-    drainEvents();
     const QRect spot(desktopSize.width() / 2, desktopSize.height() / 2 - 40, 1, 1);
     const QRgb wallpaper = screen.screen(spot).pixel(0, 0);
     const auto isOnScreen = [&] { return screen.screen(spot).pixel(0, 0) != wallpaper; };
@@ -177,7 +47,7 @@ bool measureWorking(Panels& panels, XTestClient& screen, int shows) {
     double first = 0;
     for (int show = 0; show <= shows; ++show) {
         const MonotonicInstant begin = meterNow();
-        model.analyze(panels.displayID);
+        road.model->analyze(panels.displayID);
         const double frame = milliseconds(panels.waitForFrame() - begin);
         if (!waitUntil(isOnScreen)) {
             throw std::runtime_error("a panel is not on the screen");
@@ -370,7 +240,7 @@ bool measureRemains(Panels& panels) {
 int run(MeteredApplication& application, const XServer& server, int shows) {
     XTestClient screen(server.displayName());
     screen.setWallpaper(3, desktopSize);
-    Settings settings;
+    PlainSettings settings;
     OverlayViews::install(settings);
     Panels panels(application);
     bool isMet = measureWorking(panels, screen, shows);

@@ -1,19 +1,13 @@
+#include "Require.h"
 #include "accounts/AccountCoding.h"
 #include "accounts/HandleFilterPayload.h"
 #include "records/APIErrorEnvelope.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 using namespace lumivane;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 /// Decodes or says no; anything else that is thrown ends the process.
 template <typename Record>

@@ -1,20 +1,14 @@
+#include "Require.h"
 #include "domain/AppSettingsCoding.h"
 #include "domain/LumivaneEndpointPolicy.h"
 #include "records/APIErrorEnvelope.h"
 #include "service/AnalysisCoding.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 using namespace lumivane;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 /// Decodes or says no; anything else that is thrown ends the process.
 template <typename Record>

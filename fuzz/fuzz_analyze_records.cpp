@@ -1,3 +1,4 @@
+#include "Require.h"
 #include "server/analysis/AnalyzeRecords.h"
 #include "server/analysis/ChatMessages.h"
 #include "server/analysis/Extraction.h"
@@ -7,17 +8,10 @@
 #include "server/text/Utf8.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 using namespace lumivane::service;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 /// Whatever an engine answers must be an answer on the wire.
 void checkAnswer(const std::optional<AnalysisAnswer>& answer) {

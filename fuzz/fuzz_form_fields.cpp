@@ -1,3 +1,4 @@
+#include "Require.h"
 #include "server/http/Authorizer.h"
 #include "server/http/FormFields.h"
 #include "server/http/ForwardedAddress.h"
@@ -11,12 +12,6 @@
 using namespace lumivane::service;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 /// What another hand makes of a form that was believed.
 std::map<std::string, std::string> laxly(std::string_view text) {

@@ -1,19 +1,13 @@
+#include "Require.h"
 #include "accounts/HandleFilterSnapshot.h"
 #include "accounts/HandleFormat.h"
 
 #include <bit>
 #include <cstdint>
-#include <cstdlib>
 
 using namespace lumivane;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 std::optional<HandleFilterPayload> payload(QByteArrayView data) {
     try {

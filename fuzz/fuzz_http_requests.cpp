@@ -1,21 +1,15 @@
+#include "Require.h"
 #include "server/http/HttpServer.h"
 
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/write.hpp>
 
 #include <cstdint>
-#include <cstdlib>
 
 using namespace lumivane::service;
 namespace asio = boost::asio;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 asio::awaitable<HttpResponse> echo(HttpRequest request) {
     HttpResponse response;

@@ -1,3 +1,4 @@
+#include "Require.h"
 #include "domain/Characters.h"
 #include "screen/InkGrid.h"
 #include "screen/ScreenTextLayout.h"
@@ -5,7 +6,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 using namespace lumivane;
@@ -66,12 +66,6 @@ std::vector<TextFragment> fragments(Bytes bytes) {
         result.push_back(std::move(fragment));
     }
     return result;
-}
-
-void require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
 }
 
 } // namespace

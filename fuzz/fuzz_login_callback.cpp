@@ -1,3 +1,4 @@
+#include "Require.h"
 #include "accounts/AuthenticationError.h"
 #include "accounts/LoginCallback.h"
 
@@ -6,7 +7,6 @@
 #include <QUrlQuery>
 
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 
 using namespace lumivane;
@@ -16,12 +16,6 @@ namespace {
 using Case = AuthenticationError::Case;
 
 const QString transaction = u"tx-1"_qs;
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 struct Reading {
     std::optional<SecretText> code;

@@ -1,7 +1,7 @@
+#include "Require.h"
 #include "settings/SettingsStore.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <map>
 
 using namespace lumivane;
@@ -9,12 +9,6 @@ using namespace lumivane;
 // The stored forms of the tests are a corpus: fuzz_settings_store CORPUS tests/data/settings
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 class MemoryDefaults final : public UserDefaults {
 public:

@@ -1,17 +1,11 @@
+#include "Require.h"
 #include "accounts/TextDecoding.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 using namespace lumivane;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 void checkBase64(const QString& text) {
     const auto bytes = decodeBase64URL(text);

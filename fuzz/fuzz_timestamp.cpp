@@ -1,20 +1,14 @@
+#include "Require.h"
 #include "accounts/InternetTimestamp.h"
 
 #include <QByteArrayView>
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 
 using namespace lumivane;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 bool isDigitOrMark(QChar unit) {
     return (unit >= u'0' && unit <= u'9') || QStringView(u"-:.TZ+").contains(unit);

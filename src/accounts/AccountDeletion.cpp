@@ -1,7 +1,5 @@
 #include "accounts/AccountDeletion.h"
 
-#include <utility>
-
 namespace lumivane {
 
 AccountDeletion::AccountDeletion(const AuthenticationPorts& ports, AccountStatus& status,

@@ -3,7 +3,6 @@
 #include "accounts/AccountCoding.h"
 
 #include <memory>
-#include <utility>
 
 namespace lumivane {
 

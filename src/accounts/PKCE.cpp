@@ -4,7 +4,6 @@
 
 #include <QCryptographicHash>
 
-#include <array>
 #include <cstddef>
 
 namespace lumivane::PKCE {

@@ -10,7 +10,6 @@
 #include <array>
 #include <memory>
 #include <optional>
-#include <utility>
 
 namespace lumivane {
 

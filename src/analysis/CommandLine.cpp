@@ -1,5 +1,7 @@
 #include "analysis/CommandLine.h"
 
+#include "accounts/LoginCallback.h"
+
 namespace lumivane {
 
 namespace {
@@ -7,7 +9,7 @@ namespace {
 bool isOwnUrl(const QString& argument) {
     // Schemes are compared without regard to case.
     return argument.size() <= CommandLine::longestUrl &&
-           argument.startsWith(u"com.marnoth.lumivane.oauth:"_qs, Qt::CaseInsensitive);
+           argument.startsWith(LoginCallback::scheme + u':', Qt::CaseInsensitive);
 }
 
 } // namespace

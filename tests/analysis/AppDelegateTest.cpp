@@ -1,151 +1,10 @@
-#include "analysis/AppDelegate.h"
-
-#include "support/AppModelFixture.h"
-
-#include <gtest/gtest.h>
-
-#include <optional>
-#include <stdexcept>
-#include <system_error>
+#include "AppDelegateFixture.h"
 
 namespace lumivane {
 
 using namespace std::chrono_literals;
+using test::AppDelegateTest;
 using test::drainEvents;
-using test::Journal;
-
-namespace {
-
-class JournalledLoginItem final : public LoginItem {
-public:
-    explicit JournalledLoginItem(Journal& journal)
-        : m_journal(journal) {}
-
-    LoginItemStatus status() const override { return LoginItemStatus::enabled; }
-
-    void registerItem() override { m_journal.add(u"register"_qs); }
-
-    void unregisterItem() override {
-        m_journal.add(u"unregister"_qs);
-        if (fails) {
-            throw std::system_error(std::make_error_code(std::errc::read_only_file_system));
-        }
-    }
-
-    bool fails = false;
-
-private:
-    Journal& m_journal;
-};
-
-class JournalledDefaults final : public UserDefaults {
-public:
-    explicit JournalledDefaults(Journal& journal)
-        : m_journal(journal) {}
-
-    std::optional<QByteArray> data(const QString&) const override { return std::nullopt; }
-
-    void set(const QByteArray&, const QString&) override { m_journal.add(u"set"_qs); }
-
-    void removeObject(const QString&) override { m_journal.add(u"removeObject"_qs); }
-
-    void removePersistentDomain() override {
-        m_journal.add(u"removePersistentDomain"_qs);
-        if (fails) {
-            throw std::system_error(std::make_error_code(std::errc::read_only_file_system),
-                                    "/home/someone/secret");
-        }
-    }
-
-    bool fails = false;
-
-private:
-    Journal& m_journal;
-};
-
-class JournalledShell final : public ApplicationShell {
-public:
-    explicit JournalledShell(Journal& journal)
-        : m_journal(journal) {}
-
-    void setAppearance(Appearance) override { m_journal.add(u"setAppearance"_qs); }
-
-    void terminate() override { m_journal.add(u"terminate"_qs); }
-
-private:
-    Journal& m_journal;
-};
-
-} // namespace
-
-class AppDelegateTest : public test::AppModelTest {
-protected:
-    AppDelegateTest() {
-        settings.showInMenuBar = true;
-        settings.activationMode = ActivationMode::hotkey; // no poll among the timers
-    }
-
-    /// Flows that a test left waiting end with it.
-    ~AppDelegateTest() override {
-        delegate.reset();
-        drainEvents();
-    }
-
-    /// A delegate before its launch. The model stands ready; whoever asks for it is written down.
-    AppDelegate& makeDelegate(const QStringList& arguments = {}) {
-        make();
-        delegate.emplace(
-            AppDelegatePorts{.arguments = QStringList{u"lumivane"_qs} + arguments,
-                             .information = information,
-                             .loginItem = loginItem,
-                             .standardDefaults = defaults,
-                             .application = application,
-                             .clock = clock,
-                             .sharedModel = [this]() -> AppModel& { return sharedModel(); },
-                             .createStatusItem =
-                                 [this](AppModel& created) {
-                                     EXPECT_EQ(&created, model.get());
-                                     journal.add(u"createStatusItem"_qs);
-                                 },
-                             .refreshSystemState =
-                                 [this](AppModel& refreshed) {
-                                     EXPECT_EQ(&refreshed, model.get());
-                                     journal.add(u"refreshSystemState"_qs);
-                                 }});
-        return *delegate;
-    }
-
-    /// A whole launch, as far as it goes without time passing.
-    void launch(const QStringList& arguments = {}) {
-        makeDelegate(arguments).applicationDidFinishLaunching();
-        drainEvents();
-    }
-
-    AppModel& sharedModel() {
-        journal.add(u"sharedModel"_qs);
-        return *model;
-    }
-
-    /// What was asked for besides what the started model does by itself.
-    QStringList steps() const {
-        QStringList steps = journal.entries();
-        // What the model does with its start is its own affair.
-        for (const QString& own :
-             {u"warmUp"_qs, u"health"_qs, u"registerHotKey 14"_qs, u"restore"_qs}) {
-            steps.removeAll(own);
-        }
-        return steps;
-    }
-
-    std::vector<std::string> lifecycle() const { return log.texts("lifecycle"); }
-
-    JournalledLoginItem loginItem{journal};
-    JournalledDefaults defaults{journal};
-    JournalledShell application{journal};
-    ApplicationInformation information{.CFBundleShortVersionString = u"0.3.0"_qs,
-                                       .LumivaneAPIBaseURL = std::nullopt};
-    std::optional<AppDelegate> delegate;
-};
 
 // Launch
 
@@ -169,7 +28,7 @@ TEST_F(AppDelegateTest, TheStatusItemIsThereBeforeTheModelStarts) {
                          .information = information,
                          .loginItem = loginItem,
                          .standardDefaults = defaults,
-                         .application = application,
+                         .application = shell,
                          .clock = clock,
                          .sharedModel = [this]() -> AppModel& { return sharedModel(); },
                          .createStatusItem =
@@ -273,86 +132,6 @@ TEST_F(AppDelegateTest, AnEndInTheTurnOfTheLaunchMakesNoModel) {
     delegate->applicationWillTerminate();
     drainEvents();
     EXPECT_TRUE(journal.entries().isEmpty());
-}
-
-// Maintenance
-
-TEST_F(AppDelegateTest, UnregisteringRemovesTheLoginItemAndEnds) {
-    launch({u"--unregister-login-item"_qs});
-    EXPECT_EQ(journal.entries(), QStringList({u"unregister"_qs, u"terminate"_qs}));
-    EXPECT_EQ(
-        logged("lifecycle", LogLevel::info, "Unregistering launch at login from command line"), 1);
-    EXPECT_EQ(lifecycle(),
-              std::vector<std::string>({"App model initialized", "Lumivane launched; version=0.3.0",
-                                        "Unregistering launch at login from command line"}));
-}
-
-TEST_F(AppDelegateTest, AFailedUnregisteringEndsAllTheSameWithoutAWord) {
-    loginItem.fails = true;
-    launch({u"--unregister-login-item"_qs});
-    EXPECT_EQ(journal.entries(), QStringList({u"unregister"_qs, u"terminate"_qs}));
-    EXPECT_EQ(lifecycle().size(), 3U);
-}
-
-TEST_F(AppDelegateTest, ResettingRemovesTheWholeDomainAndEnds) {
-    launch({u"--reset-settings"_qs});
-    EXPECT_EQ(journal.entries(), QStringList({u"removePersistentDomain"_qs, u"terminate"_qs}));
-    EXPECT_EQ(logged("lifecycle", LogLevel::info, "Resetting settings from command line"), 1);
-    EXPECT_EQ(lifecycle().size(), 3U);
-}
-
-TEST_F(AppDelegateTest, ResettingNeverMakesModelOrStatusItem) {
-    launch({u"--reset-settings"_qs});
-    delegate->applicationDidBecomeActive();
-    EXPECT_TRUE(delegate->applicationShouldHandleReopen());
-    drainEvents();
-    clock.advance(60s);
-    EXPECT_EQ(journal.entries(), QStringList({u"removePersistentDomain"_qs, u"terminate"_qs}));
-}
-
-TEST_F(AppDelegateTest, AnEventInTheTurnOfTheMaintenanceMakesNoModelEither) {
-    makeDelegate({u"--unregister-login-item"_qs});
-    delegate->applicationShouldHandleReopen();
-    delegate->applicationDidFinishLaunching();
-    drainEvents();
-    EXPECT_EQ(journal.entries(), QStringList({u"unregister"_qs, u"terminate"_qs}));
-}
-
-TEST_F(AppDelegateTest, AFailedResetIsLoggedByItsTypeAndEndsAllTheSame) {
-    defaults.fails = true;
-    launch({u"--reset-settings"_qs});
-    EXPECT_EQ(journal.entries(), QStringList({u"removePersistentDomain"_qs, u"terminate"_qs}));
-    EXPECT_EQ(log.countStartingWith("Resetting settings failed; errorType="), 1);
-    EXPECT_TRUE(log.holds("system_error"));
-    EXPECT_FALSE(log.holds("secret"));
-    EXPECT_TRUE(delegate->hasMaintenanceFailed());
-}
-
-TEST_F(AppDelegateTest, NothingButAFailedResetIsAFailedMaintenance) {
-    launch();
-    EXPECT_FALSE(delegate->hasMaintenanceFailed());
-    launch({u"--reset-settings"_qs});
-    EXPECT_FALSE(delegate->hasMaintenanceFailed());
-    loginItem.fails = true;
-    defaults.fails = true;
-    launch({u"--unregister-login-item"_qs});
-    EXPECT_FALSE(delegate->hasMaintenanceFailed());
-}
-
-TEST_F(AppDelegateTest, WithBothSwitchesOnlyUnregisteringActs) {
-    for (const QStringList& arguments :
-         {QStringList{u"--unregister-login-item"_qs, u"--reset-settings"_qs},
-          QStringList{u"--reset-settings"_qs, u"--unregister-login-item"_qs}}) {
-        journal.clear();
-        launch(arguments);
-        EXPECT_EQ(journal.entries(), QStringList({u"unregister"_qs, u"terminate"_qs}));
-        EXPECT_FALSE(log.holds("Resetting settings from command line"));
-    }
-}
-
-TEST_F(AppDelegateTest, SwitchesOfMaintenanceCountOnlyAsExactMatches) {
-    launch({u"--reset-settings=1"_qs, u"--Unregister-Login-Item"_qs, u"reset-settings"_qs});
-    EXPECT_EQ(steps(), QStringList({u"sharedModel"_qs, u"createStatusItem"_qs}));
 }
 
 // Later events

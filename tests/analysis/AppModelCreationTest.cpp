@@ -1,4 +1,5 @@
 #include "support/AppModelFixture.h"
+#include "support/DesktopError.h"
 
 namespace lumivane::test {
 

@@ -85,7 +85,7 @@ TEST_F(AppModelSaveSettingsTest, AShortcutThatIsNoneChangesNothing) {
 }
 
 TEST_F(AppModelSaveSettingsTest, ARefusedLoginItemChangesNothingElse) {
-    loginService.isRefusing = true;
+    launchAtLogin.isRefusing = true;
     make();
     EXPECT_THROW(model->saveSettings(candidate), DesktopError);
     EXPECT_EQ(journal.entries(), QStringList{u"setEnabled 1"_qs});

@@ -207,7 +207,7 @@ TEST_F(AppModelUpdateSettingsTest, ARefusalOnTheWayBackIsIgnored) {
 
 TEST_F(AppModelUpdateSettingsTest, ARefusedLoginItemPutsTheOldShortcutBack) {
     makeStarted();
-    loginService.isRefusing = true;
+    launchAtLogin.isRefusing = true;
     AppSettings next = withNewShortcut();
     next.launchAtLogin = false;
     expectRefusal<DesktopError>(next);
@@ -219,7 +219,7 @@ TEST_F(AppModelUpdateSettingsTest, ARefusedLoginItemPutsTheOldShortcutBack) {
 
 TEST_F(AppModelUpdateSettingsTest, ARefusedLoginItemAloneTouchesNoTrigger) {
     makeStarted();
-    loginService.isRefusing = true;
+    launchAtLogin.isRefusing = true;
     AppSettings next = model->settings();
     next.launchAtLogin = false;
     expectRefusal<DesktopError>(next);
@@ -230,8 +230,8 @@ TEST_F(AppModelUpdateSettingsTest, ARefusedLoginItemAloneTouchesNoTrigger) {
 
 TEST_F(AppModelUpdateSettingsTest, WithBothRefusedTheFirstFailureCounts) {
     makeStarted();
-    loginService.isRefusing = true;
-    loginService.onRequest = [this] { hotKeys.refuseHotKeys(FakeHotKeyRegistrar::accessDenied); };
+    launchAtLogin.isRefusing = true;
+    launchAtLogin.onRequest = [this] { hotKeys.refuseHotKeys(FakeHotKeyRegistrar::accessDenied); };
     AppSettings next = withNewShortcut();
     next.launchAtLogin = false;
     expectRefusal<DesktopError>(next);
@@ -244,7 +244,7 @@ TEST_F(AppModelUpdateSettingsTest, WithBothRefusedTheFirstFailureCounts) {
 TEST_F(AppModelUpdateSettingsTest, WithShortcutAndLoginItemRefusedTheShortcutComesFirst) {
     makeStarted();
     occupyNewShortcut();
-    loginService.isRefusing = true;
+    launchAtLogin.isRefusing = true;
     AppSettings next = withNewShortcut();
     next.launchAtLogin = false;
     expectRefusal<TriggerError>(next);
@@ -289,7 +289,7 @@ TEST_F(AppModelUpdateSettingsTest, AnotherCornerWhilePausedIsAppliedOnResumption
 
 TEST_F(AppModelUpdateSettingsTest, WhilePausedARefusedLoginItemTouchesNoTrigger) {
     settings.paused = true;
-    loginService.isRefusing = true;
+    launchAtLogin.isRefusing = true;
     makeStarted();
     AppSettings next = withNewShortcut();
     next.launchAtLogin = false;

@@ -10,18 +10,18 @@ protected:
 };
 
 TEST_F(OverlayCoordinatorEscapeTest, TheHandlerIsInstalledOnceUnderItsOwnSignature) {
-    EXPECT_EQ(registrar.fake.requests(),
+    EXPECT_EQ(hotKeys.requests(),
               (std::vector<Request>{{Request::Kind::installHandler, {0x4C564F56, 0}, 0, 0}}));
     show();
     showError();
     coordinator->clearAll();
-    EXPECT_EQ(registrar.fake.handlerCount(), 1U);
+    EXPECT_EQ(hotKeys.handlerCount(), 1U);
 }
 
 TEST_F(OverlayCoordinatorEscapeTest, EscapeIsHeldWhileAResultIsUpAndClosesIt) {
     EXPECT_FALSE(isEscapeHeld());
     show();
-    EXPECT_EQ(registrar.fake.hotKeys(),
+    EXPECT_EQ(hotKeys.hotKeys(),
               (std::vector<FakeHotKeyRegistrar::HotKey>{{53, 0, {0x4C564F56, 1}}}));
     pressEscape();
     expectNothingIsLeft();
@@ -68,7 +68,7 @@ TEST_F(OverlayCoordinatorEscapeTest, WhereTheSettingIsOffAnOrdinaryResultLeavesE
         pressEscape();
         EXPECT_EQ(host.up().size(), 1U);
     }
-    EXPECT_EQ(registrar.fake.requests().size(), 1U) << "not even asked for";
+    EXPECT_EQ(hotKeys.requests().size(), 1U) << "not even asked for";
     showError();
     EXPECT_TRUE(isEscapeHeld());
     pressEscape();
@@ -77,15 +77,15 @@ TEST_F(OverlayCoordinatorEscapeTest, WhereTheSettingIsOffAnOrdinaryResultLeavesE
 
 TEST_F(OverlayCoordinatorEscapeTest, ASecondResultRegistersAnew) {
     show();
-    registrar.fake.forgetRequests();
+    hotKeys.forgetRequests();
     show();
-    EXPECT_EQ(registrar.fake.requests(),
+    EXPECT_EQ(hotKeys.requests(),
               (std::vector<Request>{{Request::Kind::unregisterHotKey, escape, 53, 0},
                                     {Request::Kind::registerHotKey, escape, 53, 0}}));
 }
 
 TEST_F(OverlayCoordinatorEscapeTest, ARefusedKeyIsLoggedAndLeavesThePanelUsable) {
-    registrar.fake.refuseHotKeys(-9878);
+    hotKeys.refuseHotKeys(-9878);
     show();
     EXPECT_EQ(logged(LogLevel::error, "Could not register result dismissal shortcut; status=-9878"),
               1);
@@ -96,13 +96,13 @@ TEST_F(OverlayCoordinatorEscapeTest, ARefusedKeyIsLoggedAndLeavesThePanelUsable)
     show();
     clock.advance(6s);
     expectNothingIsLeft();
-    registrar.fake.refuseHotKeys(0);
+    hotKeys.refuseHotKeys(0);
     show();
     EXPECT_TRUE(isEscapeHeld()) << "the next panel tries again";
 }
 
 TEST_F(OverlayCoordinatorEscapeTest, AKeyThatSomebodyElseHoldsIsRefusedWithItsStatus) {
-    const auto other = registrar.fake.registerHotKey(53, 0, {1, 1});
+    const auto other = hotKeys.registerHotKey(53, 0, {1, 1});
     showError();
     EXPECT_EQ(logged(LogLevel::error, "Could not register result dismissal shortcut; status=10"),
               1);
@@ -111,15 +111,15 @@ TEST_F(OverlayCoordinatorEscapeTest, AKeyThatSomebodyElseHoldsIsRefusedWithItsSt
 
 TEST_F(OverlayCoordinatorEscapeTest, EveryKeyOfTheSignatureIsEscapeAndNoOther) {
     show();
-    registrar.fake.press({0x4C554D56, 1});
+    hotKeys.press({0x4C554D56, 1});
     EXPECT_EQ(host.up(), Numbers{0}) << "the global shortcut is not ours";
-    registrar.fake.press({OverlayCoordinator::signature, 99});
+    hotKeys.press({OverlayCoordinator::signature, 99});
     EXPECT_TRUE(host.up().empty()) << "the number is not read";
 }
 
 TEST_F(OverlayCoordinatorEscapeTest, WithoutAHandlerEscapeIsNotTakenFromAnybody) {
     coordinator.reset();
-    registrar.fake.refuseHandlers(-50);
+    hotKeys.refuseHandlers(-50);
     create();
     EXPECT_EQ(logged(LogLevel::error, "Could not install result dismissal handler; status=-50"), 1);
     show();
@@ -131,28 +131,28 @@ TEST_F(OverlayCoordinatorEscapeTest, WithoutAHandlerEscapeIsNotTakenFromAnybody)
 
 TEST_F(OverlayCoordinatorEscapeTest, APressWithoutAResultIsHarmless) {
     coordinator->showWorking(mainDisplay, settings);
-    registrar.fake.press(escape);
+    hotKeys.press(escape);
     EXPECT_EQ(host.up(), Numbers{0});
 }
 
 TEST_F(OverlayCoordinatorEscapeTest, InvalidatingClearsAllAndThenRemovesTheHandler) {
     show();
-    registrar.fake.forgetRequests();
+    hotKeys.forgetRequests();
     coordinator->invalidate();
-    EXPECT_EQ(registrar.fake.requests(),
+    EXPECT_EQ(hotKeys.requests(),
               (std::vector<Request>{
                   {Request::Kind::unregisterHotKey, escape, 53, 0},
                   {Request::Kind::removeHandler, {OverlayCoordinator::signature, 0}, 0, 0}}));
-    EXPECT_EQ(registrar.fake.handlerCount(), 0U);
+    EXPECT_EQ(hotKeys.handlerCount(), 0U);
     expectNothingIsLeft();
     coordinator->invalidate();
-    EXPECT_EQ(registrar.fake.requests().size(), 2U);
+    EXPECT_EQ(hotKeys.requests().size(), 2U);
 }
 
 TEST_F(OverlayCoordinatorEscapeTest, ACoordinatorThatGoesTakesItsHandlerAlong) {
     show();
     coordinator.reset();
-    EXPECT_EQ(registrar.fake.handlerCount(), 0U);
+    EXPECT_EQ(hotKeys.handlerCount(), 0U);
     expectNothingIsLeft();
 }
 

@@ -3,12 +3,13 @@
 #include "overlays/OverlayCoordinator.h"
 #include "overlays/OverlayPlacement.h"
 #include "overlays/OverlayViews.h"
-#include "support/AppModelFakes.h"
 #include "support/EventLoop.h"
 #include "support/FakeAnnouncer.h"
 #include "support/FakeDisplayServer.h"
 #include "support/FakeHotKeyRegistrar.h"
 #include "support/FakePanelHost.h"
+#include "support/FakePasteboard.h"
+#include "support/JournalledHotKeys.h"
 #include "support/LogCapture.h"
 #include "support/ManualClock.h"
 
@@ -25,52 +26,9 @@ inline constexpr std::uint32_t mainDisplay = 7;
 inline constexpr std::uint32_t sideDisplay = 8;
 inline constexpr std::uint32_t unknownDisplay = 9;
 
-/// A registrar that also writes each grab and release of a key into a journal.
-class JournalingRegistrar final : public HotKeyRegistrar {
+class JournalledAnnouncer final : public Announcer {
 public:
-    explicit JournalingRegistrar(Journal& journal)
-        : m_journal(journal) {}
-
-    Result installHandler(std::uint32_t signature, Handler handler) override {
-        return fake.installHandler(signature, std::move(handler));
-    }
-
-    Result registerHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
-                          HotKeyIdentifier identifier) override {
-        m_journal.add(u"grab %1"_qs.arg(keyCode));
-        Result result = fake.registerHotKey(keyCode, modifiers, identifier);
-        if (result.registration) {
-            result.registration =
-                std::make_unique<Registration>(m_journal, std::move(result.registration));
-        }
-        return result;
-    }
-
-    FakeHotKeyRegistrar fake;
-
-private:
-    class Registration final : public HotKeyRegistration {
-    public:
-        Registration(Journal& journal, std::unique_ptr<HotKeyRegistration> inner)
-            : m_journal(journal)
-            , m_inner(std::move(inner)) {}
-
-        ~Registration() override { m_journal.add(u"release"_qs); }
-
-        Registration(const Registration&) = delete;
-        Registration& operator=(const Registration&) = delete;
-
-    private:
-        Journal& m_journal;
-        std::unique_ptr<HotKeyRegistration> m_inner;
-    };
-
-    Journal& m_journal;
-};
-
-class JournalingAnnouncer final : public Announcer {
-public:
-    JournalingAnnouncer(Journal& journal, const LogCapture& log)
+    JournalledAnnouncer(Journal& journal, const LogCapture& log)
         : m_journal(journal)
         , m_log(log) {}
 
@@ -118,14 +76,14 @@ protected:
         coordinator->showError(u"It failed."_qs, displayID, settings);
     }
 
-    void pressEscape() { registrar.fake.pressKey(escapeKeyCode, 0); }
+    void pressEscape() { hotKeys.pressKey(escapeKeyCode, 0); }
 
     /// The model of the newest panel that is up, as a result's.
     std::shared_ptr<ResultOverlayModel> result() const { return host.model<ResultOverlayModel>(); }
 
     QString remaining() const { return result()->remainingLabel(); }
 
-    bool isEscapeHeld() const { return !registrar.fake.hotKeys().empty(); }
+    bool isEscapeHeld() const { return !hotKeys.hotKeys().empty(); }
 
     QStringList spoken() const {
         QStringList texts;
@@ -154,8 +112,9 @@ protected:
     ManualClock clock;
     FakeDisplayServer displays;
     FakePanelHost host;
-    JournalingRegistrar registrar{journal};
-    JournalingAnnouncer announcer{journal, log};
+    FakeHotKeyRegistrar hotKeys;
+    JournalledHotKeys registrar{hotKeys, journal};
+    JournalledAnnouncer announcer{journal, log};
     FakePasteboard systemPasteboard{journal};
     OverlayPasteboard pasteboard{systemPasteboard};
     AppSettings settings;

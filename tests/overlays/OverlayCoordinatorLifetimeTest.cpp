@@ -30,8 +30,9 @@ TEST_F(OverlayCoordinatorLifetimeTest, ClearingAllKeepsItsOrder) {
     showAll();
     journal.clear();
     coordinator->clearAll();
-    EXPECT_EQ(journal.entries(), (QStringList{u"close 4"_qs, u"release"_qs, u"close 3"_qs,
-                                              u"close 2"_qs, u"close 1"_qs, u"close 0"_qs}));
+    EXPECT_EQ(journal.entries(),
+              (QStringList{u"close 4"_qs, u"unregisterHotKey 53"_qs, u"close 3"_qs, u"close 2"_qs,
+                           u"close 1"_qs, u"close 0"_qs}));
     expectNothingIsLeft();
     coordinator->clearAll();
     EXPECT_EQ(host.closed().size(), 5U);
@@ -42,7 +43,7 @@ TEST_F(OverlayCoordinatorLifetimeTest, ACoordinatorThatGoesClosesAll) {
     coordinator.reset();
     EXPECT_EQ(host.closed(), (Numbers{4, 3, 2, 1, 0}));
     expectNothingIsLeft();
-    EXPECT_EQ(registrar.fake.handlerCount(), 0U);
+    EXPECT_EQ(hotKeys.handlerCount(), 0U);
 }
 
 TEST_F(OverlayCoordinatorLifetimeTest, ViewsThatOutliveTheCoordinatorCallNobody) {
@@ -103,12 +104,12 @@ TEST_F(OverlayCoordinatorLifetimeTest, AThousandShowsAndClearsLeaveNothing) {
         }
         ASSERT_TRUE(host.up().empty());
         ASSERT_EQ(clock.timerCount(), 0U);
-        ASSERT_TRUE(registrar.fake.hotKeys().empty());
+        ASSERT_TRUE(hotKeys.hotKeys().empty());
     }
     EXPECT_EQ(models.size(), 5000U);
     EXPECT_TRUE(std::all_of(models.begin(), models.end(),
                             [](const auto& model) { return model.expired(); }));
-    EXPECT_EQ(registrar.fake.handlerCount(), 1U);
+    EXPECT_EQ(hotKeys.handlerCount(), 1U);
 }
 
 TEST_F(OverlayCoordinatorLifetimeTest, TheCopyButtonReportsTheChangeCount) {

@@ -64,8 +64,8 @@ TEST_F(OverlayCoordinatorResultTest, TheStepsKeepTheirOrder) {
     journal.clear();
     show(u"B"_qs, ResultKind::choice);
     EXPECT_EQ(journal.entries(),
-              (QStringList{u"release"_qs, u"close 0"_qs, u"open 1"_qs, u"grab 53"_qs,
-                           u"announce behind %1 lines"_qs.arg(before)}))
+              (QStringList{u"unregisterHotKey 53"_qs, u"close 0"_qs, u"open 1"_qs,
+                           u"registerHotKey 53"_qs, u"announce behind %1 lines"_qs.arg(before)}))
         << "the line is written last";
     EXPECT_EQ(log.lines().size(), before + 1);
 }
@@ -170,7 +170,7 @@ TEST_F(OverlayCoordinatorResultTest, ClearingReleasesEscapeBeforeThePanelCloses)
     show();
     journal.clear();
     coordinator->clearResult();
-    EXPECT_EQ(journal.entries(), (QStringList{u"release"_qs, u"close 0"_qs}));
+    EXPECT_EQ(journal.entries(), (QStringList{u"unregisterHotKey 53"_qs, u"close 0"_qs}));
 }
 
 TEST_F(OverlayCoordinatorResultTest, TheClockHasStoppedWhenEscapeIsReleased) {
@@ -214,8 +214,9 @@ TEST_F(OverlayCoordinatorResultTest, AnErrorHasAPanelOfItsOwnInPlaceOfAResult) {
     EXPECT_EQ(remaining(), u"20s"_qs);
     ASSERT_NE(result()->countdown(), nullptr);
     EXPECT_EQ(logged(LogLevel::standard, "Showing error overlay"), 1);
-    EXPECT_EQ(journal.entries(), (QStringList{u"release"_qs, u"close 0"_qs, u"open 1"_qs,
-                                              u"grab 53"_qs, u"announce behind 1 lines"_qs}));
+    EXPECT_EQ(journal.entries(),
+              (QStringList{u"unregisterHotKey 53"_qs, u"close 0"_qs, u"open 1"_qs,
+                           u"registerHotKey 53"_qs, u"announce behind 1 lines"_qs}));
 }
 
 TEST_F(OverlayCoordinatorResultTest, AnErrorFallsBackOnTheMainDisplay) {

@@ -1,14 +1,14 @@
 #include "platform/linux/BrowserWebSession.h"
 
+#include "support/FakeUrlOpener.h"
 #include "support/Outcome.h"
-#include "support/RecordingUrlOpener.h"
 
 #include <gtest/gtest.h>
 
 namespace lumivane {
 
 TEST(BrowserWebSession, ABrowserThatComesBackAtOnceIsHeard) {
-    test::RecordingUrlOpener opener;
+    test::FakeUrlOpener opener;
     BrowserWebSession session(opener);
     opener.onOpen = [&session] { session.deliver(u"x:back"_qs); };
     const auto outcome = test::outcomeOf(session.run(QUrl(u"https://a/"_qs), u"x"_qs, {}));
@@ -16,7 +16,7 @@ TEST(BrowserWebSession, ABrowserThatComesBackAtOnceIsHeard) {
 }
 
 TEST(BrowserWebSession, APageOutlivesItsSession) {
-    test::RecordingUrlOpener opener;
+    test::FakeUrlOpener opener;
     std::optional<BrowserWebSession> session(std::in_place, opener);
     std::stop_source source;
     const auto outcome =

@@ -1,6 +1,6 @@
 #include "platform/linux/QtPasteboard.h"
 
-#include "support/AppModelFakes.h"
+#include "support/FakePasteboard.h"
 
 #include <QClipboard>
 #include <QGuiApplication>

@@ -60,6 +60,7 @@ TEST_F(SessionEndTest, TheEndOfTheSessionStopsTheProgramInOrder) {
     EXPECT_EQ(words(), "up\n");
     m_manager.tellToGo();
     expectOrderlyStop();
+    EXPECT_TRUE(waitUntil([this] { return m_manager.farewells == 1; }));
 }
 
 TEST_F(SessionEndTest, ALogoutIsNeitherDelayedNorAskedAbout) {

@@ -1,8 +1,8 @@
 #include "platform/WebSession.h"
 #include "platform/linux/BrowserWebSession.h"
+#include "support/FakeUrlOpener.h"
 #include "support/FakeWebSession.h"
 #include "support/Outcome.h"
-#include "support/RecordingUrlOpener.h"
 
 #include <gtest/gtest.h>
 
@@ -47,12 +47,12 @@ public:
 
     void deliver(const QString& url) override { m_session.deliver(url); }
 
-    void breakBrowser() override { m_opener.opens = false; }
+    void breakBrowser() override { m_opener.hasBrowser = false; }
 
-    QList<QUrl> pages() const override { return m_opener.urls; }
+    QList<QUrl> pages() const override { return m_opener.asked; }
 
 private:
-    test::RecordingUrlOpener m_opener;
+    test::FakeUrlOpener m_opener;
     BrowserWebSession m_session{m_opener};
 };
 

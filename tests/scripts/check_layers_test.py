@@ -12,7 +12,8 @@ class CheckLayersTest(TreeTest):
             self.write(f"src/{folder}/{name}.h", "#pragma once\n")
         self.write("src/application/Composition.cpp", '#include "platform/linux/platform_linux.h"\n'
                                    '#include "provisional/provisional.h"\n')
-        self.write("server/http/Server.h", "#pragma once\n")
+        for folder in ("work", "text", "http", "store", "accounts", "login", "application"):
+            self.write(f"server/{folder}/{folder}.h", "#pragma once\n")
         self.write("tests/support/Fake.h", "#pragma once\n")
 
     def include(self, path, name, mark='""'):
@@ -22,7 +23,12 @@ class CheckLayersTest(TreeTest):
         self.include("src/screen/Capture.h", "telemetry/telemetry.h")
         self.include("src/telemetry/Line.h", "records/records.h")
         self.include("src/platform/linux/Sink.h", "platform/platform.h")
-        self.include("server/http/Session.h", "server/http/Server.h")
+        self.include("server/http/Session.h", "server/http/http.h")
+        self.include("server/http/Fields.h", "server/text/text.h")
+        self.include("server/login/Pages.h", "server/accounts/accounts.h")
+        self.include("server/application/Service.h", "server/login/login.h")
+        self.include("server/main.cpp", "server/application/application.h")
+        self.include("tests/server/PagesTest.cpp", "server/login/login.h")
         self.include("tests/screen/CaptureTest.cpp", "support/Fake.h")
         self.include("tests/platform/SinkTest.cpp", "platform/linux/Sink.h")
         self.include("src/platform/linux/Grab.h", "xcb/xcb.h", "<>")
@@ -43,6 +49,12 @@ class CheckLayersTest(TreeTest):
             "src/platform/linux/Bad.h": "screen/screen.h",
             "src/provisional/Bad.h": "platform/linux/platform_linux.h",
             "server/http/Bad.h": "domain/domain.h",
+            "server/text/Bad.h": "server/work/work.h",
+            "server/work/Bad.h": "server/http/http.h",
+            "server/http/Worse.h": "server/accounts/accounts.h",
+            "server/store/Bad.h": "server/http/http.h",
+            "server/accounts/Bad.h": "server/login/login.h",
+            "server/login/Bad.h": "server/application/application.h",
             "tools/Bad.cpp": "provisional/provisional.h",
             "tests/screen/BadTest.cpp": "analysis/analysis.h",
             "tests/support/Bad.h": "platform/linux/platform_linux.h",
@@ -92,6 +104,9 @@ class CheckLayersTest(TreeTest):
     def test_a_folder_that_nobody_placed_is_found(self):
         self.write("src/newcomer/New.h", "#pragma once\n")
         self.assert_finds("src/newcomer/New.h:1: this folder has no place", "check-layers")
+        (self.root / "src/newcomer/New.h").unlink()
+        self.write("server/newcomer/New.h", "#pragma once\n")
+        self.assert_finds("server/newcomer/New.h:1: this folder has no place", "check-layers")
 
     def test_files_that_git_does_not_know_yet_count_and_ignored_ones_do_not(self):
         self.commit()

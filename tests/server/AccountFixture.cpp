@@ -1,18 +1,11 @@
 #include "server/AccountFixture.h"
 
+#include "server/StoredAccount.h"
+
 namespace lumivane::service::test {
 
 void storeAccount(Database& database, const std::string& id) {
-    const std::string subject = "subject of " + id;
-    const std::string email = id + "@example.org";
-    database.transact([&](soci::session& sql) {
-        sql << "INSERT INTO accounts (id, display_name, handle, handle_folded, created_at) "
-               "VALUES (:id, 'Ada L.', :handle, :folded, 1)",
-            soci::use(id), soci::use(id), soci::use(id);
-        sql << "INSERT INTO identities (provider, subject, account_id, email, email_folded, "
-               "email_verified, linked_at) VALUES ('github', :subject, :account, :email, :f, 1, 1)",
-            soci::use(subject), soci::use(id), soci::use(email), soci::use(email);
-    });
+    StoredAccount{id, "Ada L.", id, id, id + "@example.org"}.insertInto(database);
 }
 
 std::variant<IssuedLogin, TakeoverOffer> signIn(Database& database, const std::string& account,

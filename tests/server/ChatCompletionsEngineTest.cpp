@@ -1,6 +1,6 @@
 #include "server/analysis/ChatCompletionsEngine.h"
 
-#include "server/FakeUpstream.h"
+#include "server/ScriptedServer.h"
 #include "server/analysis/ChatEndpoint.h"
 #include "server/work/WorkLoad.h"
 #include "support/WaitForCondition.h"
@@ -9,6 +9,8 @@
 #include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/post.hpp>
+#include <boost/json/object.hpp>
+#include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
 
 #include <future>
@@ -17,9 +19,23 @@ namespace lumivane::service {
 
 using namespace std::chrono_literals;
 using lumivane::test::waitForCondition;
-using test::completionAnswer;
-using test::FakeUpstream;
 using test::httpAnswer;
+using test::ScriptedServer;
+
+namespace {
+
+/// A 200 whose completion carries `text`.
+std::string completionAnswer(const std::string& text) {
+    boost::json::object message;
+    message["content"] = text;
+    boost::json::object choice;
+    choice["message"] = std::move(message);
+    boost::json::object body;
+    body["choices"] = boost::json::array{std::move(choice)};
+    return httpAnswer(200, boost::json::serialize(body));
+}
+
+} // namespace
 
 class ChatCompletionsEngineTest : public testing::Test {
 protected:
@@ -52,7 +68,7 @@ protected:
 
     std::string secureUrl() const { return "https://127.0.0.1:" + std::to_string(upstream.port()); }
 
-    std::string outcome(Preset preset) { return outcomeAt(upstream.baseUrl(), request(preset)); }
+    std::string outcome(Preset preset) { return outcomeAt(upstream.url(), request(preset)); }
 
     std::string outcomeOf(std::vector<std::string> answers, Preset preset = Preset::summary) {
         upstream.answerWith(std::move(answers));
@@ -75,7 +91,7 @@ protected:
     }
 
     ChatBudgets budgets;
-    FakeUpstream upstream;
+    ScriptedServer upstream;
     std::unique_ptr<UpstreamTransport> transport = makeHttpUpstreamTransport();
     boost::asio::thread_pool pool{1};
 };
@@ -98,7 +114,7 @@ TEST_F(ChatCompletionsEngineTest, SendsPictures) {
     AnalyzeRequest picture = request(Preset::mcq);
     picture.screenText.reset();
     picture.imageDataUrl = "data:image/jpeg;base64,/9j/";
-    EXPECT_EQ(outcomeAt(upstream.baseUrl(), picture), "choice B");
+    EXPECT_EQ(outcomeAt(upstream.url(), picture), "choice B");
     EXPECT_NE(upstream.requests().at(0).find(
                   R"({"type":"image_url","image_url":{"url":"data:image/jpeg;base64,/9j/"}})"),
               std::string::npos);
@@ -160,14 +176,14 @@ TEST_F(ChatCompletionsEngineTest, BrokenAnswersAreInvalidOrUnreachable) {
 TEST_F(ChatCompletionsEngineTest, NobodyThereIsUnreachable) {
     std::string url;
     {
-        FakeUpstream gone;
-        url = gone.baseUrl();
+        ScriptedServer gone;
+        url = gone.url();
     }
     EXPECT_EQ(outcomeAt(url, request(Preset::summary)), "502 upstream_unreachable");
 }
 
 TEST_F(ChatCompletionsEngineTest, DoesNotSayWhetherItAnswersLeetCode) {
-    EXPECT_EQ(engineAt(upstream.baseUrl())->answersLeetCode(), std::nullopt);
+    EXPECT_EQ(engineAt(upstream.url())->answersLeetCode(), std::nullopt);
 }
 
 TEST_F(ChatCompletionsEngineTest, AServerWithoutTlsIsNoSecureServer) {
@@ -199,7 +215,7 @@ TEST_F(ChatCompletionsEngineTest, RequestsAreWrittenAwayFromTheNetworkThread) {
     upstream.answerWith({completionAnswer(R"({"result":"Short","result_kind":"text"})")});
     std::promise<void> release;
     boost::asio::post(pool, [held = release.get_future().share()] { held.wait(); });
-    const auto engine = engineAt(upstream.baseUrl());
+    const auto engine = engineAt(upstream.url());
     boost::asio::io_context context;
     std::string outcome;
     auto done = [&outcome](const std::exception_ptr&, std::string text) {
@@ -221,7 +237,7 @@ TEST_F(ChatCompletionsEngineTest, BudgetsStayUnderTheClientsOwn) {
 
 TEST_F(ChatCompletionsEngineTest, CancellingLeavesTheModelServer) {
     upstream.answerWith({""});
-    const auto engine = engineAt(upstream.baseUrl());
+    const auto engine = engineAt(upstream.url());
     boost::asio::io_context context;
     boost::asio::cancellation_signal cancel;
     bool isEnded = false;

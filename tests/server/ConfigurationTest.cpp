@@ -6,8 +6,6 @@
 #include <sys/stat.h>
 
 #include <fstream>
-#include <set>
-#include <thread>
 
 namespace lumivane::service {
 

@@ -338,7 +338,7 @@ TEST(HttpServer, LogsOneLineForEachRequestAndNothingOfWhatItHeld) {
 
 TEST(HttpServer, ListensOnLoopbackAlone) {
     boost::asio::io_context context;
-    StaticTokenAuthorizer authorizer("x");
+    test::TestAuthorizer authorizer("x");
     HttpServer server(context, Router(authorizer, {}), {}, {});
     for (const char* address : {"0.0.0.0", "192.168.1.1", "::", "localhost", "", "127.1"}) {
         ListenAddress wanted;
@@ -349,7 +349,7 @@ TEST(HttpServer, ListensOnLoopbackAlone) {
 
 TEST(HttpServer, BehindAProxyAnyAddressButNoNameIsTaken) {
     boost::asio::io_context context;
-    StaticTokenAuthorizer authorizer("x");
+    test::TestAuthorizer authorizer("x");
     HttpServer server(context, Router(authorizer, {}), {}, {});
     ListenAddress wanted;
     wanted.port = 0;

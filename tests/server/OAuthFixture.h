@@ -1,7 +1,7 @@
 #pragma once
 
 #include "server/LoginFixture.h"
-#include "server/ScriptedProvider.h"
+#include "server/ScriptedServer.h"
 #include "server/TokenMaker.h"
 #include "server/http/FormFields.h"
 
@@ -101,7 +101,7 @@ protected:
         };
     }
 
-    ScriptedProvider remote;
+    ScriptedServer remote;
     TokenMaker maker{TokenMaker::Kind::rsa};
     std::function<void(const FormFields&)> prepare;
     std::string address;

@@ -1,5 +1,6 @@
 #include "server/ProfileFixture.h"
 
+#include "server/StoredAccount.h"
 #include "server/accounts/SessionIssuer.h"
 #include "server/accounts/Tokens.h"
 #include "server/profile/HandleRules.h"
@@ -7,19 +8,11 @@
 namespace lumivane::service::test {
 
 std::string addAccount(Database& database, const std::string& handle) {
-    std::string id = "account-of-" + foldHandle(handle);
     const std::string folded = foldHandle(handle);
-    const std::string name = "Name of " + handle;
-    const std::string email = folded + "@mail.example";
-    database.transact([&](soci::session& sql) {
-        sql << "INSERT INTO accounts (id, display_name, handle, handle_folded, created_at) "
-               "VALUES (:id, :name, :handle, :folded, 0)",
-            soci::use(id), soci::use(name), soci::use(handle), soci::use(folded);
-        sql << "INSERT INTO identities (provider, subject, account_id, email, email_folded, "
-               "email_verified, linked_at) VALUES ('github', :subject, :id, :email, :folded, 1, 0)",
-            soci::use(id), soci::use(id), soci::use(email), soci::use(email);
-    });
-    return id;
+    const StoredAccount account{"account-of-" + folded, "Name of " + handle, handle, folded,
+                                folded + "@mail.example"};
+    account.insertInto(database);
+    return account.id;
 }
 
 std::string logIn(Database& database, const WallClock& clock, const std::string& accountId) {

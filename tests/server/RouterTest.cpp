@@ -1,6 +1,6 @@
 #include "server/http/Router.h"
 
-#include "server/StaticTokenAuthorizer.h"
+#include "server/TestAuthorizer.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/io_context.hpp>
@@ -90,7 +90,7 @@ protected:
     }
 
     std::string address = "192.0.2.1";
-    StaticTokenAuthorizer authorizer{"right-token"};
+    test::TestAuthorizer authorizer{"right-token"};
     Router router{authorizer, routes()};
 };
 
@@ -216,7 +216,7 @@ TEST_F(RouterTest, APathWrittenOutGoesBeforeAParameter) {
 TEST_F(RouterTest, ASessionBringsItsPrincipalAndItsToken) {
     const Admission admission = admit(wellFormed(), "id");
     ASSERT_TRUE(admission.principal);
-    EXPECT_EQ(admission.principal->accountId, "development");
+    EXPECT_EQ(admission.principal->accountId, "tester");
     EXPECT_EQ(admission.bearer, "right-token");
     const Admission open = admit(head(HttpMethod::get, "/open"), "id");
     EXPECT_FALSE(open.principal);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/StaticTokenAuthorizer.h"
+#include "server/TestAuthorizer.h"
 #include "server/application/AnalysisRoutes.h"
 #include "server/application/OperationRoutes.h"
 #include "server/http/HttpServer.h"
@@ -66,7 +66,7 @@ private:
     boost::asio::thread_pool m_pool{2};
     std::mutex m_mutex;
     std::string m_log;
-    StaticTokenAuthorizer m_authorizer{testToken};
+    TestAuthorizer m_authorizer{testToken};
     ServerMetrics m_metrics;
     HttpServer m_server;
     std::thread m_thread;

@@ -7,8 +7,6 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/use_future.hpp>
 
-#include <filesystem>
-
 namespace lumivane::service::test {
 
 using namespace std::chrono_literals;

@@ -1,4 +1,4 @@
-#include "server/FakeUpstream.h"
+#include "server/ScriptedServer.h"
 #include "server/upstream/NameResolver.h"
 #include "server/upstream/UpstreamTransport.h"
 #include "support/WaitForCondition.h"
@@ -146,11 +146,11 @@ TEST(UpstreamUrl, NothingButHostPortAndPathIsTaken) {
 }
 
 TEST(UpstreamTransport, ARequestArrivesAsItWasMeant) {
-    FakeUpstream upstream;
+    ScriptedServer upstream;
     upstream.answerWith({httpAnswer(201, "fine")});
     UpstreamRequest request;
     request.method = UpstreamRequest::Method::post;
-    request.url = parseUpstreamUrl(upstream.baseUrl() + "/token");
+    request.url = parseUpstreamUrl(upstream.url() + "/token");
     request.url.target += "?a=1";
     request.headers.emplace_back("Content-Type", "text/plain");
     request.body = "body";
@@ -165,17 +165,17 @@ TEST(UpstreamTransport, ARequestArrivesAsItWasMeant) {
 }
 
 TEST(UpstreamTransport, ADeadlineEndsTheWait) {
-    FakeUpstream upstream;
+    ScriptedServer upstream;
     UpstreamRequest request;
-    request.url = parseUpstreamUrl(upstream.baseUrl());
+    request.url = parseUpstreamUrl(upstream.url());
     EXPECT_EQ(exchange(std::move(request), 50ms).outcome, Outcome::timedOut);
 }
 
 TEST(UpstreamTransport, ADeadlineEndsTheWaitForTheRestOfABody) {
-    FakeUpstream upstream;
+    ScriptedServer upstream;
     upstream.keepsOpen = true;
     upstream.answerWith({"HTTP/1.1 200 OK\r\nContent-Length: 50\r\n\r\nhalf"});
-    EXPECT_EQ(exchange(postTo(upstream.baseUrl()), 200ms).outcome, Outcome::timedOut);
+    EXPECT_EQ(exchange(postTo(upstream.url()), 200ms).outcome, Outcome::timedOut);
     EXPECT_EQ(upstream.requests().size(), 1U);
 }
 
@@ -261,7 +261,7 @@ TEST(UpstreamTransport, TheSystemKnowsThisMachine) {
 }
 
 TEST(UpstreamTransport, AnAddressThatSaysNothingDoesNotUseUpTheTime) {
-    FakeUpstream upstream;
+    ScriptedServer upstream;
     upstream.answerWith({httpAnswer(200, "fine")});
     const FullListener full;
     UpstreamSettings settings;
@@ -275,7 +275,7 @@ TEST(UpstreamTransport, AnAddressThatSaysNothingDoesNotUseUpTheTime) {
 }
 
 TEST(UpstreamTransport, AnAddressThatRefusesIsFollowedByTheNext) {
-    FakeUpstream upstream;
+    ScriptedServer upstream;
     upstream.answerWith({httpAnswer(200, "fine")});
     UpstreamSettings settings;
     settings.lookup = [&](const std::string&, std::uint16_t) {
@@ -297,19 +297,19 @@ TEST(UpstreamTransport, BothKindsOfAddressesAreTriedByTurns) {
 }
 
 TEST(UpstreamTransport, ABodyWithoutALengthEndsWithTheConnection) {
-    FakeUpstream upstream;
+    ScriptedServer upstream;
     upstream.answerWith({"HTTP/1.0 200 OK\r\n\r\nall of it"});
-    const UpstreamReply reply = exchange(postTo(upstream.baseUrl()));
+    const UpstreamReply reply = exchange(postTo(upstream.url()));
     EXPECT_EQ(reply.outcome, Outcome::answered);
     EXPECT_EQ(reply.body, "all of it");
 }
 
 TEST(UpstreamTransport, WhatIsNoHttpIsMalformed) {
-    FakeUpstream upstream;
+    ScriptedServer upstream;
     upstream.answersAnyBytes = true;
     upstream.answerWith({"220 mail.example.org ready\r\n\r\n"});
     UpstreamRequest request;
-    request.url = parseUpstreamUrl(upstream.baseUrl());
+    request.url = parseUpstreamUrl(upstream.url());
     EXPECT_EQ(exchange(std::move(request)).outcome, Outcome::malformed);
 }
 

@@ -1,10 +1,24 @@
 #pragma once
 
 #include "analysis/AppModel.h"
-#include "support/AppModelFakes.h"
 #include "support/EventLoop.h"
+#include "support/FakeAnalysisService.h"
 #include "support/FakeDisplayServer.h"
 #include "support/FakeHotKeyRegistrar.h"
+#include "support/FakeLaunchAtLogin.h"
+#include "support/FakeNotes.h"
+#include "support/FakeNotifications.h"
+#include "support/FakeOverlays.h"
+#include "support/FakePasteboard.h"
+#include "support/FakePermission.h"
+#include "support/FakeRelaunch.h"
+#include "support/FakeScreenServices.h"
+#include "support/FakeSession.h"
+#include "support/FakeSettingsPresenter.h"
+#include "support/FakeSettingsStore.h"
+#include "support/FakeShell.h"
+#include "support/FakeSound.h"
+#include "support/JournalledHotKeys.h"
 #include "support/LogCapture.h"
 #include "support/ManualClock.h"
 
@@ -64,10 +78,10 @@ protected:
     }
 
     AppModelPorts portsWith(AnalysisServing& otherService, OverlayPresenting& otherOverlays) {
-        return {store,         otherService,      capture,      capture,       reducer,
-                extractor,     permission,        loginService, notifications, notes,
-                relauncher,    pasteboard,        sound,        displays,      triggers,
-                otherOverlays, overlayPasteboard, session,      presenter,     shell,
+        return {store,         otherService,      capture,       capture,       reducer,
+                extractor,     permission,        launchAtLogin, notifications, notes,
+                relauncher,    pasteboard,        sound,         displays,      triggers,
+                otherOverlays, overlayPasteboard, session,       presenter,     shell,
                 clock};
     }
 
@@ -97,10 +111,10 @@ protected:
     ManualClock clock;
     FakeDisplayServer displays;
     FakeHotKeyRegistrar hotKeys;
-    JournaledHotKeys journaledHotKeys{hotKeys, journal};
+    JournalledHotKeys journalledHotKeys{hotKeys, journal};
     FakeSettingsStore store{journal};
     FakePermission permission{journal};
-    FakeLoginService loginService{journal};
+    FakeLaunchAtLogin launchAtLogin{journal};
     FakeRelaunch relauncher{journal};
     FakeShell shell{journal};
     FakeCapture capture{journal};
@@ -115,7 +129,7 @@ protected:
     OverlayPasteboard overlayPasteboard{pasteboard};
     FakeSound sound{journal};
     FakeSettingsPresenter presenter{journal};
-    TriggerController triggers{journaledHotKeys, displays, clock};
+    TriggerController triggers{journalledHotKeys, displays, clock};
     AppSettings settings;
     TestingMode testing;
     std::unique_ptr<AppModel> model;

@@ -31,10 +31,7 @@ void FakeTextRecogniser::waitForRelease(std::unique_lock<std::mutex>& lock,
     throw Cancelled{};
 }
 
-void FakeTextRecogniser::prepare() {
-    const std::lock_guard lock(m_mutex);
-    ++m_prepareCount;
-}
+void FakeTextRecogniser::prepare() {}
 
 void FakeTextRecogniser::setRuns(std::vector<RecognisedRun> runs) {
     const std::lock_guard lock(m_mutex);
@@ -63,11 +60,6 @@ void FakeTextRecogniser::release() {
 std::vector<QImage> FakeTextRecogniser::images() const {
     const std::lock_guard lock(m_mutex);
     return m_images;
-}
-
-int FakeTextRecogniser::prepareCount() const {
-    const std::lock_guard lock(m_mutex);
-    return m_prepareCount;
 }
 
 bool FakeTextRecogniser::isHolding() const {

@@ -34,7 +34,6 @@ public:
 
     /// The images asked for so far.
     std::vector<QImage> images() const;
-    int prepareCount() const;
 
     /// True while a call is held.
     bool isHolding() const;
@@ -50,7 +49,6 @@ private:
     OnStop m_onStop = OnStop::throwCancelled;
     bool m_isHeld = false;
     int m_holdingCount = 0;
-    int m_prepareCount = 0;
 };
 
 } // namespace lumivane::test

@@ -69,9 +69,6 @@ public:
 
     const UserSummary& user() const { return m_user; }
 
-    /// The account is gone for this client: everything is refused from now on.
-    void revokeEverything() { m_isRevoked = true; }
-
     /// How many exchanges took place; a repeated pair adds none.
     std::size_t exchangeCount() const { return m_exchanges.size(); }
 

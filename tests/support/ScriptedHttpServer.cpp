@@ -84,12 +84,6 @@ ScriptedAnswer ScriptedAnswer::dripped() const {
     return copy;
 }
 
-ScriptedAnswer ScriptedAnswer::thenDo(Then next) const {
-    ScriptedAnswer copy = *this;
-    copy.then = next;
-    return copy;
-}
-
 /// One peer: reads its requests one after another and plays their answers.
 class ScriptedHttpServer::Connection {
 public:

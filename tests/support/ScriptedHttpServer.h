@@ -68,9 +68,6 @@ struct ScriptedAnswer {
 
     /// This answer, sent only as `drip` says.
     ScriptedAnswer dripped() const;
-
-    /// This answer with another end.
-    ScriptedAnswer thenDo(Then next) const;
 };
 
 /// An HTTP server on 127.0.0.1 that keeps every request byte for byte and answers as told. It works

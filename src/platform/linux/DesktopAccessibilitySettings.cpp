@@ -1,9 +1,10 @@
 #include "platform/linux/DesktopAccessibilitySettings.h"
 
+#include "platform/linux/PortalValue.h"
+
 #include <QApplication>
 #include <QDBusArgument>
 #include <QDBusPendingCallWatcher>
-#include <QDBusVariant>
 #include <QMap>
 #include <QStyle>
 #include <QVariantMap>
@@ -76,15 +77,6 @@ QStringList groups() {
     }
     names.removeDuplicates();
     return names;
-}
-
-/// Portals have been seen to wrap values twice.
-QVariant unwrapped(QVariant value) {
-    for (int depth = 0; depth < 3 && value.metaType() == QMetaType::fromType<QDBusVariant>();
-         ++depth) {
-        value = value.value<QDBusVariant>().variant();
-    }
-    return value;
 }
 
 QApplication* applicationWithStyle() {

@@ -1,8 +1,9 @@
 #include "platform/linux/TrayAppearance.h"
 
+#include "platform/linux/PortalValue.h"
+
 #include <QDBusArgument>
 #include <QDBusPendingCallWatcher>
-#include <QDBusVariant>
 #include <QMap>
 #include <QVariantMap>
 
@@ -19,15 +20,6 @@ const auto group = u"org.freedesktop.appearance"_qs;
 const auto key = u"color-scheme"_qs;
 
 constexpr uint prefersDark = 1; // 2 prefers light, everything else is no preference
-
-/// Portals have been seen to wrap values twice.
-QVariant unwrapped(QVariant value) {
-    for (int depth = 0; depth < 3 && value.metaType() == QMetaType::fromType<QDBusVariant>();
-         ++depth) {
-        value = value.value<QDBusVariant>().variant();
-    }
-    return value;
-}
 
 } // namespace
 

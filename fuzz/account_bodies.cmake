@@ -1,3 +1,0 @@
-add_executable(fuzz_account_bodies ${CMAKE_CURRENT_LIST_DIR}/fuzz_account_bodies.cpp)
-target_link_libraries(fuzz_account_bodies PRIVATE lumivane_flags lumivane_server_login)
-target_link_options(fuzz_account_bodies PRIVATE -fsanitize=fuzzer)

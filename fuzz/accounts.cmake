@@ -1,5 +1,0 @@
-foreach(target fuzz_timestamp fuzz_account_records fuzz_handle_filter fuzz_text_decoding)
-  add_executable(${target} ${CMAKE_CURRENT_LIST_DIR}/${target}.cpp)
-  target_link_libraries(${target} PRIVATE lumivane_flags lumivane_accounts)
-  target_link_options(${target} PRIVATE -fsanitize=fuzzer)
-endforeach()

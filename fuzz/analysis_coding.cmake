@@ -1,3 +1,0 @@
-add_executable(fuzz_analysis_coding ${CMAKE_CURRENT_LIST_DIR}/fuzz_analysis_coding.cpp)
-target_link_libraries(fuzz_analysis_coding PRIVATE lumivane_flags lumivane_service)
-target_link_options(fuzz_analysis_coding PRIVATE -fsanitize=fuzzer)

@@ -1,3 +1,0 @@
-add_executable(fuzz_exercise_file ${CMAKE_CURRENT_LIST_DIR}/fuzz_exercise_file.cpp)
-target_link_libraries(fuzz_exercise_file PRIVATE lumivane_flags lumivane_server_memory_build)
-target_link_options(fuzz_exercise_file PRIVATE -fsanitize=fuzzer)

@@ -1,3 +1,0 @@
-add_executable(fuzz_login_callback ${CMAKE_CURRENT_LIST_DIR}/fuzz_login_callback.cpp)
-target_link_libraries(fuzz_login_callback PRIVATE lumivane_flags lumivane_accounts)
-target_link_options(fuzz_login_callback PRIVATE -fsanitize=fuzzer)

@@ -1,3 +1,0 @@
-add_executable(fuzz_provider_answers ${CMAKE_CURRENT_LIST_DIR}/fuzz_provider_answers.cpp)
-target_link_libraries(fuzz_provider_answers PRIVATE lumivane_flags lumivane_server_login)
-target_link_options(fuzz_provider_answers PRIVATE -fsanitize=fuzzer)

@@ -1,3 +1,0 @@
-add_executable(fuzz_settings_store ${CMAKE_CURRENT_LIST_DIR}/fuzz_settings_store.cpp)
-target_link_libraries(fuzz_settings_store PRIVATE lumivane_flags lumivane_settings)
-target_link_options(fuzz_settings_store PRIVATE -fsanitize=fuzzer)

@@ -1,5 +1,0 @@
-foreach(target fuzz_upstream_reply fuzz_upstream_url)
-  add_executable(${target} ${CMAKE_CURRENT_LIST_DIR}/${target}.cpp)
-  target_link_libraries(${target} PRIVATE lumivane_flags lumivane_server_analysis)
-  target_link_options(${target} PRIVATE -fsanitize=fuzzer)
-endforeach()
