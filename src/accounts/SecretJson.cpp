@@ -47,6 +47,9 @@ private:
 
 template <typename Sink>
 void writeText(const std::string& text, Sink& sink) {
+    if (!QUtf8StringView(text).isValidUtf8()) {
+        throw EncodingError();
+    }
     sink.add("\"");
     for (const char& character : text) {
         // The library's own escapes; of what needs none it would only keep a copy.

@@ -156,9 +156,12 @@ TEST(ServerLimits, LargeBodiesLeaveRoomForSmallOnes) {
     EXPECT_EQ(upload.read(false).status, 100);
     upload.send(std::string(limits.bodyBytes - 1, ' '));
     EXPECT_TRUE(waitForCondition([&] {
-        TestClient analysis(server.port());
-        return analysis.ask(analyzeRequestBytes(goodBody())).errorCode() == "busy";
+        TestClient watcher(server.port());
+        const std::string metrics = watcher.ask("GET /metrics HTTP/1.1\r\nHost: x\r\n\r\n").body;
+        return metrics.find("\nlumivane_http_body_bytes 1048575\n") != std::string::npos;
     }));
+    TestClient analysis(server.port());
+    EXPECT_EQ(analysis.ask(analyzeRequestBytes(goodBody())).errorCode(), "busy");
     TestClient small(server.port());
     EXPECT_EQ(small.ask(smallRequestBytes(std::string(60'000, ' '))).status, 200);
     upload.send("1");
