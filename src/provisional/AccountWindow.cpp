@@ -6,6 +6,7 @@
 #include "provisional/ProfileForm.h"
 
 #include <QMessageBox>
+#include <QScrollArea>
 
 #include <algorithm>
 
@@ -57,14 +58,20 @@ AccountWindow::AccountWindow(AuthenticationCoordinator& account)
     setWindowTitle(u"Lumivane account"_qs);
     for (QWidget* page : {makeProgressPage(), makeRetryPage(), makeLoginPage(), makeTakeoverPage(),
                           makeAccountPage()}) {
-        m_pages.addWidget(page);
+        // What is higher than the window scrolls; it would be squeezed otherwise.
+        auto* area = new QScrollArea;
+        area->setWidget(page);
+        area->setWidgetResizable(true);
+        area->setFrameShape(QFrame::NoFrame);
+        area->setFocusPolicy(Qt::NoFocus);
+        m_pages.addWidget(area);
     }
     m_message.setTextFormat(Qt::PlainText);
     m_message.setWordWrap(true);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(&m_pages);
     layout->addWidget(&m_message);
-    resize(460, 420);
+    resize(460, 560);
     connectStatus();
     showState();
     showProviders();

@@ -284,6 +284,17 @@ TEST_F(AccountWindowTest, AKeyringThatIsMissingOrLockedIsNamedWhereverItIsMissed
     }
 }
 
+TEST_F(AccountWindowTest, NothingIsSqueezedInASmallWindow) {
+    openSignedIn();
+    window->resize(460, 200);
+    drainEvents();
+    for (const char16_t* text : {u"Link Facebook", u"Unlink GitHub", u"Sign out"}) {
+        const QPushButton* each = button(QString::fromUtf16(text));
+        ASSERT_NE(each, nullptr);
+        EXPECT_GE(each->height(), each->sizeHint().height());
+    }
+}
+
 TEST_F(AccountWindowTest, TheStartSaysWhatItDoesAndOffersNothing) {
     account.emplace(ports);
     window.emplace(*account);
