@@ -72,13 +72,22 @@ ProfileForm::Field ProfileForm::makeField(QString UserSummary::*value, Commit co
     return field;
 }
 
-QCoro::Task<void> ProfileForm::commit(Field field) {
-    const QPointer<ProfileForm> self(this);
+// GCC 12 follows a wild address where a coroutine calls by a member's pointer of its own frame.
+QCoro::Task<void> ProfileForm::commit(const Field& field) {
     const QString draft = field.edit->text();
-    co_await (m_account.*field.commit)(draft);
+    return finish(field, draft, (m_account.*field.commit)(draft));
+}
+
+QCoro::Task<void> ProfileForm::finish(Field field, QString draft, QCoro::Task<void> saving) {
+    const QPointer<ProfileForm> self(this);
+    co_await std::move(saving);
     if (!self || field.edit->text() != draft) {
         co_return;
     }
+    endDraft(field);
+}
+
+void ProfileForm::endDraft(const Field& field) {
     // Saved, or nothing to save.
     const ProfileFieldState& state = (m_status.*field.stateOf)();
     if (state.is(Case::saved) || state.is(Case::idle)) {

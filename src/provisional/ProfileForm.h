@@ -31,7 +31,9 @@ private:
     };
 
     Field makeField(QString UserSummary::*value, Commit commit, State stateOf);
-    QCoro::Task<void> commit(Field field);
+    QCoro::Task<void> commit(const Field& field);
+    QCoro::Task<void> finish(Field field, QString draft, QCoro::Task<void> saving);
+    void endDraft(const Field& field);
     void showUser();
     void showFields();
     void show(const Field& field, const UserSummary& user);

@@ -37,6 +37,9 @@ protected:
             ProviderAvailability::available({AuthProvider::google, AuthProvider::github}));
     }
 
+    /// What the parts left waiting ends once they are gone.
+    ~AccountPartsFixture() override { drainEvents(); }
+
     void TearDown() override {
         drainEvents();
         for (const char* canary : {"Canary", "canary", "ada", "cedar", "Grace", "access-",

@@ -27,7 +27,11 @@ namespace lumivane::test {
 /// The account's window over the real parts of a login, whose ports are played.
 class AccountWindowFixture : public testing::Test {
 protected:
-    ~AccountWindowFixture() override { drainEvents(); }
+    ~AccountWindowFixture() override {
+        window.reset();
+        account.reset();
+        drainEvents(); // what they left waiting
+    }
 
     AccountWindowFixture() {
         service.providersScript.answerWith(
