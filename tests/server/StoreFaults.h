@@ -16,16 +16,7 @@ std::string caseOf(Work work) {
     try {
         work();
     } catch (const StoreError& error) {
-        switch (error.errorCase()) {
-        case StoreError::Case::unavailable:
-            return "unavailable";
-        case StoreError::Case::busy:
-            return "busy";
-        case StoreError::Case::incompatible:
-            return "incompatible";
-        case StoreError::Case::conflict:
-            return "conflict";
-        }
+        return std::string(rawValue(error.errorCase()));
     }
     return "none";
 }
